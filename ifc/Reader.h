@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "ifc/BuildingModel.h"
+
+#include <cstddef>
+#include <filesystem>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace norvex::ifc {
+
+class CategoryTable;
+
+struct ReadOptions {
+    // Shown in messages instead of the path; empty: the path's last part.
+    std::string sourceName;
+    // How many diagnostics are kept; all of them are counted.
+    std::size_t maxDiagnostics = 200;
+    // Decides specialty and category. Not owned; must live until the reader returns. Null: the table that ships with
+    // the program, as it was when the program was built.
+    const CategoryTable* categories = nullptr;
+    // Connections are looked for in the geometry where the file states none.
+    bool inferConnections = true;
+};
+
+// Either a model, or the error that prevented one. Warnings about a model stand in its diagnostics.
+struct ReadResult {
+    std::optional<BuildingModel> model;
+    Diagnostic error;  // meaningful without a model
+
+    bool Ok() const { return model.has_value(); }
+};
+
+// Reads a model from a file. The file may change or vanish once the call has returned, not while it runs.
+// Errors: as ReadResult says; never throws except for memory. Any number of threads may read at a time.
+ReadResult ReadIfcFile(const std::filesystem::path& path, const ReadOptions& options = {});
+
+// The same from memory. `bytes` must stay until the call returns.
+ReadResult ReadIfcBytes(std::span<const std::byte> bytes, const ReadOptions& options = {});
+
+// Returns: "name:line: sentence", the form that terminals and editors understand; without the line when it is 0.
+std::string DiagnosticText(std::string_view sourceName, const Diagnostic& diagnostic);
+
+}  // namespace norvex::ifc
