@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "platform/text/Utf8.h"
+
+#include "platform/containers/Exceptions.h"
+
+#include <unicode/ustring.h>
+
+#include <cstdint>
+#include <limits>
+
+namespace {
+
+constexpr UChar32 kReplacement = 0xFFFD;
+
+}  // namespace
+
+namespace norvex::text {
+
+std::string ToUtf8(const CString& wide) {
+    // A code unit takes at most three bytes; a surrogate pair takes four.
+    const std::size_t capacity = 3 * View(wide).size();
+    if (capacity > static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max())) {
+        AfxThrowInvalidArgException();
+    }
+    std::string utf8(capacity, '\0');
+    std::int32_t length = 0;
+    UErrorCode status = U_ZERO_ERROR;
+    u_strToUTF8WithSub(utf8.data(), static_cast<std::int32_t>(capacity), &length, wide.GetString(), wide.GetLength(),
+                       kReplacement, nullptr, &status);
+    utf8.resize(static_cast<std::size_t>(length));
+    return utf8;
+}
+
+CString FromUtf8(std::string_view utf8) {
+    if (utf8.size() > static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max())) {
+        AfxThrowInvalidArgException();
+    }
+    const auto size = static_cast<std::int32_t>(utf8.size());
+    CString wide;
+    std::int32_t length = 0;
+    UErrorCode status = U_ZERO_ERROR;
+    // Never more units than bytes.
+    u_strFromUTF8WithSub(wide.GetBuffer(size), size, &length, utf8.data(), size, kReplacement, nullptr, &status);
+    wide.ReleaseBuffer(length);
+    return wide;
+}
+
+}  // namespace norvex::text
