@@ -1,0 +1,81 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "ifc/part21/DiagnosticLog.h"
+#include "ifc/part21/Value.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace norvex::ifc::part21 {
+
+// Brackets nested deeper than this make an instance broken. IFC itself nests four deep.
+inline constexpr std::size_t kMaxNesting = 256;
+
+using ClassId = std::uint16_t;
+inline constexpr ClassId kNoClass = 0xFFFF;
+inline constexpr std::uint32_t kNoInstance = 0xFFFFFFFFU;
+
+// The instances of an ISO 10303-21 file as an index over its text: number, place and class of each, ten bytes an
+// instance plus the table that finds a number. Arguments are read when they are asked for. The text is not owned and
+// must outlive this. Const calls are safe from any number of threads.
+class ExchangeFile {
+  public:
+    // Reads the index. What is broken is passed over, counted and told to `log`.
+    // Returns: the fatal diagnostic when the text is no exchange file at all, else nothing.
+    std::optional<Diagnostic> Read(std::string_view text, DiagnosticLog& log);
+
+    // Names in FILE_SCHEMA, decoded.
+    const std::vector<std::string>& Schemas() const { return schemas_; }
+
+    std::uint32_t InstanceCount() const { return static_cast<std::uint32_t>(ids_.size()); }
+    std::uint64_t LostCount() const { return lost_; }
+
+    // Returns: the index of the instance with this number, or kNoInstance.
+    std::uint32_t Find(std::uint32_t id) const;
+
+    // Requires for all below: index < InstanceCount().
+    std::uint32_t Id(std::uint32_t index) const { return ids_[index]; }
+    ClassId Class(std::uint32_t index) const { return classes_[index]; }
+    // A complex instance #1=(A(..)B(..)) has the class of its first record and gives that record's arguments.
+    ValueCursor Arguments(std::uint32_t index) const { return ValueCursor(text_.substr(offsets_[index] + 1)); }
+    // Returns: the arguments of the record of this class in a complex instance, or of the instance itself; else empty.
+    std::optional<ValueCursor> Record(std::uint32_t index, std::string_view className) const;
+    // Returns: the offset of the instance's '#'.
+    std::size_t Offset(std::uint32_t index) const;
+
+    // Class names in upper case, by ClassId, in the order they were met.
+    const std::vector<std::string>& ClassNames() const { return classNames_; }
+
+    // Returns: bytes that the index takes, the text not included.
+    std::size_t IndexBytes() const;
+
+  private:
+    friend class Scanner;
+
+    void BuildLookup(DiagnosticLog& log);
+    void BuildDense(std::uint32_t maxId, DiagnosticLog& log);
+    void BuildSparse(DiagnosticLog& log);
+    void TellDuplicate(std::uint32_t index, DiagnosticLog& log) const;
+
+    std::string_view text_;
+    std::vector<std::string> schemas_;
+    std::vector<std::uint32_t> ids_;
+    std::vector<std::uint32_t> offsets_;  // of the '(' that opens the arguments
+    std::vector<ClassId> classes_;
+    std::vector<std::string> classNames_;
+    std::uint64_t lost_ = 0;
+    // Instance by number: by position when numbers are dense, else by search through pairs ordered by number.
+    std::vector<std::uint32_t> dense_;
+    struct Entry {
+        std::uint32_t id;
+        std::uint32_t index;
+    };
+    std::vector<Entry> sparse_;
+};
+
+}  // namespace norvex::ifc::part21
