@@ -1,0 +1,27 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <string>
+
+#include "norvexdata/state/Records.h"
+
+// The check service, as rule modules and the module see it. The three trust operations come first, in this order; what
+// follows is the service's own. Called on the check thread. The module borrows the pointer and never deletes it, so
+// there is no virtual destructor to take a slot.
+class INorvexService {
+  public:
+    // How much of a rule is trusted. The two narrow texts identify the rule.
+    virtual NS_NORVEX::TrustStatus GetTrustStatus(const std::string& first, const std::string& second) = 0;
+    // Sets records to the trusted floors with their sub-category names. The service owns the array and keeps it until
+    // its next call.
+    virtual void GetTrustParam(const std::string& first, const std::string& second,
+                               CZRArray<NS_NORVEX::ComponentInfo>*& records) = 0;
+    // Whether the finding with this feature code is trusted.
+    virtual bool IsErrorTrusted(const std::string& featureCode) = 0;
+
+  protected:
+    INorvexService() = default;
+    INorvexService(const INorvexService&) = default;
+    INorvexService& operator=(const INorvexService&) = default;
+    ~INorvexService() = default;
+};

@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "platform/zrow/ZrOwEntity.h"
+
+ACRX_DEFINE_MEMBERS(ZrOwEntity, AcDbEntity)
+
+const CString kPropertyGlobalId = u"GlobalId";
+const CString kPropertyNominalDiameter = u"NominalDiameter";
+const CString kPropertyName = u"Name";
+const CString kPropertyClass = u"Class";
+
+Acad::ErrorStatus ZrOwEntity::pntNamePos(AcGePoint3d&) const {
+    return Acad::eNullExtents;
+}
+
+bool ZrOwEntity::GetProperty(const CString& name, CString& value) const {
+    for (const auto& [key, text] : m_properties) {
+        if (key == name) {
+            value = text;
+            return true;
+        }
+    }
+    return false;
+}
+
+void ZrOwEntity::SetProperty(const CString& name, const CString& value) {
+    for (auto& [key, text] : m_properties) {
+        if (key == name) {
+            text = value;
+            return;
+        }
+    }
+    m_properties.emplace_back(name, value);
+}
