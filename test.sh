@@ -1,0 +1,28 @@
+#!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
+# Builds and runs all tests: g++ release, clang with ASan and UBSan, clang with TSan for what uses threads.
+# Installs what is missing. The layer check, the header check and the out-of-tree install test are part of the release run.
+set -euo pipefail
+cd "$(dirname "$0")"
+
+tools/install_packages.sh test
+mkdir -p build
+jobs=$(nproc)
+
+# run_suite PRESET [ctest arguments...]
+run_suite() {
+    local preset=$1
+    shift
+    echo "== $preset: configure and build"
+    cmake --preset "$preset" -DNORVEX_BUILD_TESTS=ON >"build/$preset.log" 2>&1 || { cat "build/$preset.log" >&2; exit 1; }
+    cmake --build "build/$preset" >>"build/$preset.log" 2>&1 || { tail -n 80 "build/$preset.log" >&2; exit 1; }
+    echo "== $preset: test"
+    ctest --test-dir "build/$preset" --parallel "$jobs" --output-on-failure --no-tests=error -LE long "$@" \
+        >"build/$preset.test.log" 2>&1 || { grep -v ' Passed ' "build/$preset.test.log" | tail -n 200 >&2; exit 1; }
+    grep -E 'SKIPPED|\*\*\*Skipped' "build/$preset.test.log" | sort -u || true
+    tail -n 12 "build/$preset.test.log" | grep -E 'tests passed|tests failed|Total Test time'
+}
+
+run_suite release
+run_suite asan -LE 'long|install'
+run_suite tsan -L threads
