@@ -7,7 +7,7 @@
 
 namespace norvex {
 
-DrawingText::DrawingText(const char* utf8) : text(FromUtf8(utf8 != nullptr ? utf8 : "")) {
+DrawingText::DrawingText(const char* utf8) : text(norvex::text::FromUtf8(utf8 != nullptr ? utf8 : "")) {
 }
 
 Drawing::Drawing() : m_database(std::make_unique<AcDbDatabase>()) {
