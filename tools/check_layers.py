@@ -53,7 +53,8 @@ def main():
                     faults.append(f'{relative}:{number}: "{match.group(1)}" is not named from the root of the project')
                 elif target != room and target not in rules[room]:
                     faults.append(f"{relative}:{number}: {room} must not include {target}")
-    print("\n".join(faults))
+    for fault in faults:
+        print(fault)
     print(f"{checked} files read, {len(faults)} arrows run back")
     sys.exit(1 if faults or checked == 0 else 0)
 
