@@ -1,14 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <vector>
-
 #include "platform/Export.h"
 #include "platform/containers/CStringArray.h"
 #include "platform/text/CString.h"
 
+#include <vector>
+
 // The maker's project and category data: what the current project is, which categories a specialty knows, and the
-// attribute definitions. Ids are good for the life of the process; 0 is no id. Used from one thread at a time.
+// attribute definitions. 0 is no id; an id is good until another project becomes the current one. Names match exactly.
+// Used from one thread at a time.
 namespace ZrOwDataMng {
 
 using SpecId = long;
@@ -35,8 +36,10 @@ class NORVEX_PLATFORM_API CProj {
 // Categories of attribute definitions. Lists come in the order of the catalogue and are replaced, not appended to.
 class NORVEX_PLATFORM_API CAtt {
   public:
+    // Each returns false, and empties ids, when the parent is unknown.
     static bool GetAllBigCategoryIdsBySpec(SpecId spec, std::vector<BigCategoryId>& ids);
     static bool GetAllSmallCategoryIdsByBigCategory(BigCategoryId category, std::vector<SmallCategoryId>& ids);
+    // Each returns an empty name for an unknown id.
     static CString GetBigCategoryName(BigCategoryId id);
     static CString GetSmallCategoryName(SmallCategoryId id);
     // Names of the small categories below a path of the form specialty\category. Returns false, and leaves names empty,
@@ -46,6 +49,7 @@ class NORVEX_PLATFORM_API CAtt {
 
 class NORVEX_PLATFORM_API CSmallCategoryMng {
   public:
+    // Empty for an unknown id.
     static CString GetName(SmallCategoryId id);
 };
 
