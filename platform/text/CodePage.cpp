@@ -6,7 +6,6 @@
 
 #include <array>
 #include <cstdint>
-#include <limits>
 #include <memory>
 #include <stdexcept>
 #include <vector>
@@ -68,7 +67,8 @@ class Tables {
         UErrorCode status = U_ZERO_ERROR;
         const std::int32_t count =
             ucnv_fromUChars(converter, bytes.data(), static_cast<std::int32_t>(bytes.size()), &source, 1, &status);
-        if (U_FAILURE(status)) {
+        // ICU drops invisible characters without an error and gives no bytes for them.
+        if (U_FAILURE(status) || count == 0) {
             return;
         }
         const auto first = static_cast<unsigned char>(bytes[0]);
@@ -119,6 +119,10 @@ std::string WideToNarrowCounted(std::u16string_view wide) {
         narrow += static_cast<char>(bytes & 0xFF);
     }
     return narrow;
+}
+
+bool IsNarrowLead(char byte) noexcept {
+    return IsLead(static_cast<unsigned char>(byte));
 }
 
 CString NarrowToWideCounted(std::string_view narrow) {

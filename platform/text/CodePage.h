@@ -26,4 +26,7 @@ NORVEX_PLATFORM_API CString NarrowToWide(std::string_view narrow);
 NORVEX_PLATFORM_API std::string WideToNarrowCounted(std::u16string_view wide);
 NORVEX_PLATFORM_API CString NarrowToWideCounted(std::string_view narrow);
 
+// Whether a byte begins a character of two bytes.
+NORVEX_PLATFORM_API bool IsNarrowLead(char byte) noexcept;
+
 }  // namespace norvex::text

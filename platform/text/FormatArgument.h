@@ -36,6 +36,7 @@ class NORVEX_PLATFORM_API FormatArgument {
     FormatArgument(std::nullptr_t) noexcept : m_kind(Kind::Utf16), m_pointer(nullptr) {}
 
     Kind GetKind() const noexcept { return m_kind; }
+    bool IsText() const noexcept { return m_kind == Kind::Utf16 || m_kind == Kind::Wide || m_kind == Kind::Narrow; }
     // Bits of an integer argument after promotion: 32 or 64.
     int GetBits() const noexcept { return m_bits; }
     // An integer argument, sign-extended to 64 bits if its type is signed.

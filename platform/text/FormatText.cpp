@@ -295,7 +295,7 @@ class Formatter {
 
     void WriteText(const Specification& specification) {
         const FormatArgument& argument = Take();
-        if (argument.GetPointer() == nullptr && argument.GetKind() != FormatArgument::Kind::Pointer) {
+        if (argument.IsText() && argument.GetPointer() == nullptr) {
             return Pad(specification, u"", Cut(specification, u"(null)"), false);
         }
         switch (argument.GetKind()) {
@@ -310,7 +310,8 @@ class Formatter {
             }
             case FormatArgument::Kind::Narrow: {
                 const auto* text = static_cast<const char*>(argument.GetPointer());
-                return Pad(specification, u"", Cut(specification, View(NarrowToWide(text))), false);
+                const CString wide = NarrowToWide({text, BoundedBytes(specification, text)});
+                return Pad(specification, u"", View(wide), false);
             }
             default:
                 AfxThrowInvalidArgException();
@@ -332,10 +333,20 @@ class Formatter {
         return length;
     }
 
+    // The bytes of as many characters as the precision allows.
+    static std::size_t BoundedBytes(const Specification& specification, const char* text) {
+        const auto limit = static_cast<std::size_t>(specification.precision);
+        std::size_t bytes = 0;
+        for (std::size_t characters = 0; characters < limit && text[bytes] != 0; ++characters) {
+            bytes += IsNarrowLead(text[bytes]) && text[bytes + 1] != 0 ? 2 : 1;
+        }
+        return bytes;
+    }
+
     // As the 64-bit host writes addresses: 16 upper-case digits, no prefix.
     void WritePointer(Specification specification) {
         const FormatArgument& argument = Take();
-        if (argument.GetKind() == FormatArgument::Kind::Integer || argument.GetKind() == FormatArgument::Kind::Real) {
+        if (!argument.IsText() && argument.GetKind() != FormatArgument::Kind::Pointer) {
             AfxThrowInvalidArgException();
         }
         specification.precision = 16;
