@@ -170,10 +170,11 @@ AcRx::AppRetCode AcRxArxApp::On_kInitAppMsg(void* data) {
 }
 
 AcRx::AppRetCode AcRxArxApp::On_kUnloadAppMsg(void* data) {
+    AcRxDbxApp::On_kUnloadAppMsg(data);
     const AcRxRegistrationTables tables = registrationTables();
     ForEachEntry(tables.commandBegin, tables.commandEnd,
                  [](AcRxCommandEntry& entry) { acedRegCmds()->removeGroup(entry.group); });
-    return AcRxDbxApp::On_kUnloadAppMsg(data);
+    return AcRx::kRetOK;
 }
 
 AcRx::AppRetCode AcRxArxApp::On_kLoadDwgMsg(void*) {

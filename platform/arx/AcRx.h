@@ -11,8 +11,8 @@
 
 namespace AcRx {
 
-// Messages that the host sends to an application through acrxEntryPoint. The numbers are the host's.
-enum AppMsgCode {
+// Messages that the host sends to an application through acrxEntryPoint. The numbers are the host's; it may send others.
+enum AppMsgCode : int {
     kNullMsg = 0,
     kInitAppMsg = 1,
     kUnloadAppMsg = 2,
