@@ -14,10 +14,11 @@
 // trust maps.
 using SelectionMap = std::map<CString, std::set<CString>>;
 
-// One sub-category with the errors counted in it. Two elements of equal name are the same set element.
+// One sub-category with the errors counted in it. Two elements of equal name are the same set element; the count takes
+// no part in the order, so it may change while the element is in a set.
 struct SSubCategory {
     CString strName;
-    std::int32_t iCount = 0;
+    mutable std::int32_t iCount = 0;
 
     bool operator<(const SSubCategory& other) const { return strName < other.strName; }
 };
