@@ -4,6 +4,7 @@
 #include "platform/containers/Elements.h"
 
 #include <algorithm>
+#include <utility>
 
 // The host's growable array. Copies are deep. When it is full it grows by its grow length or doubles, whichever is
 // more, so that collecting a whole drawing stays linear.
@@ -60,9 +61,9 @@ class AcArray {
 
     // Returns: the index of the new element.
     int append(const T& value) {
-        const T copy(value);
+        T copy(value);
         MakeRoom();
-        m_elements.Append(copy);
+        m_elements.Append(std::move(copy));
         return length() - 1;
     }
     AcArray& append(const AcArray& other) {
@@ -71,7 +72,10 @@ class AcArray {
     }
     // The index may be length().
     AcArray& insertAt(int index, const T& value) {
-        m_elements.Insert(index, value);
+        m_elements.Checked(index, length() + 1);
+        const T copy(value);
+        MakeRoom();
+        m_elements.Insert(index, copy);
         return *this;
     }
     AcArray& removeAt(int index) {
@@ -81,7 +85,7 @@ class AcArray {
     }
     // Removes the first equal element from `start` on. Returns: whether there was one.
     bool remove(const T& value, int start = 0) {
-        const int index = find(value, start);
+        const int index = findFrom(value, start);
         if (index >= 0) {
             m_elements.Remove(index);
         }
@@ -95,12 +99,13 @@ class AcArray {
         return *this;
     }
 
-    bool contains(const T& value, int start = 0) const { return find(value, start) >= 0; }
-    // Returns: the index of the first equal element from `start` on, or -1.
-    int find(const T& value, int start = 0) const { return m_elements.Find(value, start); }
-    // `foundAt` is written only when there is one.
-    bool find(const T& value, int& foundAt, int start) const {
-        const int index = find(value, start);
+    bool contains(const T& value, int start = 0) const { return findFrom(value, start) >= 0; }
+    // Return: the index of the first equal element (from `start` on), or -1.
+    int find(const T& value) const { return m_elements.Find(value, 0); }
+    int findFrom(const T& value, int start) const { return m_elements.Find(value, start); }
+    // Returns: whether there is one; `foundAt` is written only then.
+    bool find(const T& value, int& foundAt, int start = 0) const {
+        const int index = findFrom(value, start);
         if (index >= 0) {
             foundAt = index;
         }

@@ -36,13 +36,11 @@ CString FromUtf8(std::string_view utf8) {
         AfxThrowInvalidArgException();
     }
     const auto size = static_cast<std::int32_t>(utf8.size());
-    CString wide;
+    std::u16string wide(utf8.size(), u'\0');  // never more units than bytes
     std::int32_t length = 0;
     UErrorCode status = U_ZERO_ERROR;
-    // Never more units than bytes.
-    u_strFromUTF8WithSub(wide.GetBuffer(size), size, &length, utf8.data(), size, kReplacement, nullptr, &status);
-    wide.ReleaseBuffer(length);
-    return wide;
+    u_strFromUTF8WithSub(wide.data(), size, &length, utf8.data(), size, kReplacement, nullptr, &status);
+    return ToCString(std::u16string_view(wide).substr(0, static_cast<std::size_t>(length)));
 }
 
 }  // namespace norvex::text

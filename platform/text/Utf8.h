@@ -9,6 +9,7 @@
 
 // UTF-8 for everything on this side of the host: native paths, terminals, JSON. The module itself never uses it. Both
 // functions convert the whole text, NULs included, and may be called from any thread.
+// Errors: CInvalidArgException for a text whose UTF-8 form may be longer than 2^31 - 1 bytes.
 namespace norvex::text {
 
 // A surrogate without its partner becomes U+FFFD.

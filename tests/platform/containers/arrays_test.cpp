@@ -154,10 +154,10 @@ TEST(AcArrayOfTheHost, AppendsFindsAndRemoves) {
     EXPECT_EQ(array.logicalLength(), 6);
     EXPECT_EQ(array.physicalLength(), 8);
     EXPECT_EQ(array.find(1), 1);
-    EXPECT_EQ(array.find(1, 2), 3);
+    EXPECT_EQ(array.findFrom(1, 2), 3);
     EXPECT_EQ(array.find(7), -1);
     int place = -5;
-    EXPECT_TRUE(array.find(4, place, 0));
+    EXPECT_TRUE(array.find(4, place));
     EXPECT_EQ(place, 2);
     EXPECT_FALSE(array.find(4, place, 3));
     EXPECT_EQ(place, 2);
@@ -188,6 +188,20 @@ TEST(AcArrayOfTheHost, SetsItsLengths) {
     EXPECT_TRUE(array.isEmpty());
     EXPECT_THROW(array.setLogicalLength(-1), CInvalidArgException);
     EXPECT_THROW(array.setGrowLength(0), CInvalidArgException);
+}
+
+TEST(AcArrayOfTheHost, GrowsByItsGrowLengthOrDoubles) {
+    AcArray<int> array(0, 5);
+    array.insertAt(0, 1);
+    EXPECT_EQ(array.physicalLength(), 5);
+    while (array.length() < 6) {
+        array.append(1);
+    }
+    EXPECT_EQ(array.physicalLength(), 10);
+    while (array.length() < 11) {
+        array.insertAt(3, 1);
+    }
+    EXPECT_EQ(array.physicalLength(), 20);
 }
 
 TEST(AcArrayOfTheHost, AppendsArraysAndItself) {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "platform/text/CString.h"
 #include "platform/text/CodePage.h"
+#include "platform/text/CString.h"
 #include "support/SharedData.h"
 #include "support/TextPrinter.h"
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "platform/containers/Exceptions.h"
 #include "platform/text/CString.h"
+#include "platform/containers/Exceptions.h"
 #include "support/TextPrinter.h"
 
 #include <gtest/gtest.h>

@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstring>
 #include <random>
 #include <string>
 
@@ -190,7 +189,7 @@ TEST(CStringAgainstPlainLoops, Compares) {
         ASSERT_EQ(leftText < rightText, expected < 0);
         ASSERT_EQ(leftText == rightText, expected == 0);
         ASSERT_EQ(leftText > rightText, expected > 0);
-        const std::wstring wide(ToNul(right).begin(), ToNul(right).end());
+        const std::wstring wide(right.begin(), right.end());
         ASSERT_EQ(Sign(leftText.Compare(wide.c_str())), expected);
     }
 }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "platform/text/CString.h"
 #include "platform/text/Utf8.h"
+#include "platform/text/CString.h"
 #include "support/TextPrinter.h"
 
 #include <gtest/gtest.h>
