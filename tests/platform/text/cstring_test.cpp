@@ -267,6 +267,8 @@ TEST(CString, FindsCharactersAndTexts) {
     EXPECT_EQ(text.Find(u'=', 2), 3);
     EXPECT_EQ(text.Find('=', 4), -1);
     EXPECT_EQ(text.Find('a', 5), -1);
+    EXPECT_EQ(text.Find(u'\0'), 5);
+    EXPECT_EQ(text.Find(u'\0', 5), -1);
     EXPECT_EQ(text.Find('a', -1), -1);
     EXPECT_EQ(text.Find(L"=b"), 1);
     EXPECT_EQ(text.Find(u"=", 2), 3);
