@@ -133,12 +133,14 @@ struct Network {
 struct Counts {
     std::uint64_t instances = 0;      // readable instances in the file
     std::uint64_t lostInstances = 0;  // instances that could not be read
+    // Elements by what their classes say; an element that its name gives away may be taken for another kind.
     std::uint32_t segments = 0;
     std::uint32_t fittings = 0;
     std::uint32_t inlineDevices = 0;
     std::uint32_t equipment = 0;
     std::uint32_t terminals = 0;
     std::uint32_t others = 0;
+    std::uint32_t otherProducts = 0;  // walls and the like, which are no services and not read
     std::uint32_t ports = 0;
     std::uint32_t portsToElement = 0;       // IfcRelConnectsPortToElement
     std::uint32_t statedConnections = 0;    // IfcRelConnectsPorts in the file

@@ -41,7 +41,8 @@ ReadResult ReadIfcFile(const std::filesystem::path& path, const ReadOptions& opt
 // The same from memory. `bytes` must stay until the call returns.
 ReadResult ReadIfcBytes(std::span<const std::byte> bytes, const ReadOptions& options = {});
 
-// Returns: "name:line: sentence", the form that terminals and editors understand; without the line when it is 0.
+// Returns: "name:line: warning: sentence", the form that terminals and editors understand; without the line when it is
+// 0.
 std::string DiagnosticText(std::string_view sourceName, const Diagnostic& diagnostic);
 
 }  // namespace norvex::ifc

@@ -1,0 +1,126 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "ifc/Reader.h"
+
+#include "ifc/mapping/CategoryTable.h"
+#include "ifc/model/ModelReader.h"
+#include "ifc/network/Network.h"
+#include "ifc/part21/DiagnosticLog.h"
+#include "ifc/part21/ExchangeFile.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <fstream>
+#include <limits>
+#include <memory>
+
+namespace norvex::ifc {
+
+namespace {
+
+// Offsets into the file have 32 bits.
+constexpr std::uint64_t kMaxFileBytes = std::numeric_limits<std::uint32_t>::max();
+
+ReadResult Failed(DiagnosticCode code, std::string sentence) {
+    ReadResult result;
+    result.error = {Severity::Error, code, 0, 0, std::move(sentence)};
+    return result;
+}
+
+// Returns: the name of the schema, or an error when this is no IFC.
+std::optional<Diagnostic> FindSchema(const part21::ExchangeFile& file, BuildingModel& model, DiagnosticLog& log) {
+    for (const std::string& schema : file.Schemas()) {
+        if (schema.starts_with("IFC") || schema.starts_with("ifc")) {
+            model.schema = schema;
+            return std::nullopt;
+        }
+    }
+    const auto isProject = [](const std::string& name) { return name == "IFCPROJECT"; };
+    if (std::any_of(file.ClassNames().begin(), file.ClassNames().end(), isProject)) {
+        log.AddGeneral(Severity::Warning, DiagnosticCode::BrokenHeader,
+                       "The header names no IFC schema; the instances are read as IFC all the same.");
+        return std::nullopt;
+    }
+    const std::string named = file.Schemas().empty() ? std::string("no schema") : file.Schemas().front().substr(0, 64);
+    return Diagnostic{Severity::Error, DiagnosticCode::NotIfc, 0, 0,
+                      "The file is a STEP file but no IFC model: its header names " + named + "."};
+}
+
+ReadResult ReadText(std::string_view text, const ReadOptions& options) {
+    ReadResult result;
+    DiagnosticLog log(text, options.maxDiagnostics);
+    part21::ExchangeFile file;
+    if (std::optional<Diagnostic> fatal = file.Read(text, log)) {
+        result.error = std::move(*fatal);
+        return result;
+    }
+    BuildingModel model;
+    model.sourceName = options.sourceName;
+    if (std::optional<Diagnostic> fatal = FindSchema(file, model, log)) {
+        result.error = std::move(*fatal);
+        return result;
+    }
+    if (file.InstanceCount() == 0) {
+        result.error = {Severity::Error, DiagnosticCode::NoInstances, 0, 0,
+                        "The file holds no instance that could be read" +
+                            (file.LostCount() > 0 ? "; " + std::to_string(file.LostCount()) + " are broken." : ".")};
+        return result;
+    }
+    model.counts.instances = file.InstanceCount();
+    model.counts.lostInstances = file.LostCount();
+    const Access access(file);
+    const CategoryTable& categories = options.categories != nullptr ? *options.categories : CategoryTable::Default();
+    const NetworkInput input = ModelReader(access, categories, model, log).Read();
+    BuildNetwork(input, options.inferConnections, model, log);
+    model.counts.notes = log.Total(Severity::Note);
+    model.counts.warnings = log.Total(Severity::Warning);
+    model.counts.errors = log.Total(Severity::Error);
+    model.diagnostics = log.Take();
+    result.model = std::move(model);
+    return result;
+}
+
+}  // namespace
+
+ReadResult ReadIfcBytes(std::span<const std::byte> bytes, const ReadOptions& options) {
+    if (bytes.size() > kMaxFileBytes) {
+        return Failed(DiagnosticCode::FileTooLarge, "The model is larger than four gigabytes.");
+    }
+    return ReadText({reinterpret_cast<const char*>(bytes.data()), bytes.size()}, options);
+}
+
+ReadResult ReadIfcFile(const std::filesystem::path& path, const ReadOptions& options) {
+    // The text is copied, not mapped: a file that another program cuts short must not end this one.
+    std::error_code error;
+    std::ifstream stream(path, std::ios::binary);
+    if (!stream || !std::filesystem::is_regular_file(path, error)) {
+        return Failed(DiagnosticCode::CannotOpen, "The file does not exist or cannot be opened for reading.");
+    }
+    const std::uintmax_t size = std::filesystem::file_size(path, error);
+    if (error) {
+        return Failed(DiagnosticCode::CannotOpen, "The size of the file cannot be read.");
+    }
+    if (size > kMaxFileBytes) {
+        return Failed(DiagnosticCode::FileTooLarge, "The file is larger than four gigabytes.");
+    }
+    const auto text = std::make_unique_for_overwrite<char[]>(static_cast<std::size_t>(size));
+    stream.read(text.get(), static_cast<std::streamsize>(size));
+    const auto got = static_cast<std::size_t>(stream.gcount());
+    if (stream.bad()) {
+        return Failed(DiagnosticCode::CannotOpen, "Reading the file failed.");
+    }
+    ReadOptions named = options;
+    if (named.sourceName.empty()) {
+        named.sourceName = path.filename().string();
+    }
+    return ReadText({text.get(), got}, named);
+}
+
+std::string DiagnosticText(std::string_view sourceName, const Diagnostic& diagnostic) {
+    std::string text(sourceName);
+    if (diagnostic.line > 0) {
+        text += ":" + std::to_string(diagnostic.line);
+    }
+    return text + ": " + std::string(SeverityName(diagnostic.severity)) + ": " + diagnostic.sentence;
+}
+
+}  // namespace norvex::ifc

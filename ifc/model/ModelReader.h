@@ -1,0 +1,89 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "ifc/BuildingModel.h"
+#include "ifc/Reader.h"
+#include "ifc/mapping/CategoryTable.h"
+#include "ifc/model/Census.h"
+#include "ifc/model/Shapes.h"
+#include "ifc/network/Network.h"
+#include "ifc/part21/DiagnosticLog.h"
+
+#include <cstdint>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+namespace norvex::ifc {
+
+// Fills a building model from the instances of a file: elements, storeys, systems, categories and shapes, and what the
+// network is made from. One use each.
+class ModelReader {
+  public:
+    ModelReader(const Access& access, const CategoryTable& categories, BuildingModel& model, DiagnosticLog& log);
+
+    // Returns: ports, bodies and stated connections for BuildNetwork().
+    NetworkInput Read();
+
+  private:
+    struct TypeInfo {
+        std::string_view name;
+        std::string_view predefinedType;
+        const ClassInfo* elementClass = nullptr;  // what it is a type of; null when unknown
+        double nominalDiameter = 0.0;             // mm; 0: not given
+    };
+    // What of an element is needed until its category is decided.
+    struct Draft {
+        std::uint32_t instance = 0;
+        std::uint32_t type = kNoIndex;  // into types_
+        std::string_view objectType;
+        std::string_view predefinedType;
+        std::uint32_t placement = part21::kNoInstance;
+        std::uint32_t definition = part21::kNoInstance;
+        std::string_view portSystemType;
+        double outerDiameter = 0.0;
+    };
+
+    void ReadStoreys();
+    void ReadElements();
+    void ReadTypes();
+    std::uint32_t TypeAt(std::uint32_t instance);
+    void ReadStructure();
+    void PlaceOnStoreys();
+    void SayWhatHasNoStorey();
+    void ReadSystems();
+    void ReadPorts();
+    void OwnPort(std::uint32_t port, std::uint32_t element, std::size_t offset);
+    void ReadConnections();
+    void ReadDiameters();
+    double DiameterInSet(std::uint32_t propertySet) const;
+    void ReadShapes();
+    void Categorise();
+    void CategoriseOne(std::uint32_t element);
+    NamedCategory NamedAs(std::string_view name);
+    std::string_view SystemSpecialty(std::uint32_t element);
+    std::string_view DetailName(std::uint32_t element);
+    void CountElements();
+    void SayRepeatedGlobalIds();
+    std::string_view Text(const part21::Value& value);
+
+    const Access& access_;
+    const part21::ExchangeFile& file_;
+    const CategoryTable& categories_;
+    BuildingModel& model_;
+    DiagnosticLog& log_;
+    Census census_;
+    Units units_;
+    Placements placements_;
+    NetworkInput input_;
+    std::vector<Draft> drafts_;
+    std::vector<TypeInfo> types_;
+    // By instance index: the element, port, storey or system it became, and the instance it is a part of.
+    std::vector<std::uint32_t> slot_;
+    std::vector<std::uint32_t> parent_;
+    std::unordered_map<std::uint32_t, std::uint32_t> typeSlots_;
+    std::unordered_map<std::string_view, NamedCategory> namedAs_;
+    std::vector<std::string_view> systemSpecialties_;
+};
+
+}  // namespace norvex::ifc

@@ -1,0 +1,55 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "ifc/model/Access.h"
+#include "ifc/model/Transform.h"
+#include "ifc/model/Units.h"
+#include "ifc/part21/DiagnosticLog.h"
+
+#include <optional>
+#include <vector>
+
+namespace norvex::ifc {
+
+// Reads points, directions and placements in millimetres. Keeps the placements it met last, since the elements of a
+// storey share theirs. Not thread-safe.
+class Placements {
+  public:
+    Placements(const Access& access, const Units& units, DiagnosticLog& log);
+
+    // All of these take an instance's index; kNoInstance and instances of other classes give nothing.
+    std::optional<Point> PointAt(std::uint32_t index) const;
+    // Coordinates of a list (x, y) or (x, y, z) as they stand, without a unit.
+    static std::optional<Point> Coordinates(const part21::Value& list);
+    // Returns: a vector of length one.
+    std::optional<Point> Direction(std::uint32_t index) const;
+    // IfcAxis2Placement2D and 3D. Missing or degenerate axes take their defaults.
+    std::optional<Transform> Axis2(std::uint32_t index) const;
+    // The world frame of an IfcObjectPlacement: the whole chain. Nothing when it is broken or cyclic, which is told.
+    std::optional<Transform> World(std::uint32_t index);
+    // IfcCartesianTransformationOperator with its scale.
+    std::optional<Transform> Operator(std::uint32_t index) const;
+
+    double ToMillimetres() const { return units_.toMillimetres; }
+    double ToRadians() const { return units_.toRadians; }
+
+  private:
+    struct Cached {
+        std::uint32_t index = part21::kNoInstance;
+        Transform frame;
+    };
+    struct Step {
+        Transform frame;
+        std::uint32_t parent = part21::kNoInstance;
+        bool hasParent = false;
+    };
+    std::optional<Step> ReadStep(std::uint32_t index) const;
+
+    const Access& access_;
+    Units units_;
+    DiagnosticLog& log_;
+    std::vector<Cached> cache_;
+    std::vector<std::uint32_t> chain_;
+};
+
+}  // namespace norvex::ifc

@@ -1,0 +1,99 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "ifc/BuildingModel.h"
+#include "ifc/model/Placements.h"
+
+#include <cstdint>
+#include <unordered_map>
+#include <vector>
+
+namespace norvex::ifc {
+
+// A straight or bent run that a representation describes. Millimetres.
+struct Run {
+    EndEvidence evidence = EndEvidence::None;
+    Point start;
+    Point end;
+    double length = 0.0;
+    double radius = 0.0;  // outer radius of a round section, else 0
+};
+
+// What an element's shape amounts to: boxes of its parts in one frame. Parts lie in ShapeReader::Parts().
+struct Body {
+    Transform frame;  // of the parts, in the world
+    std::uint32_t firstPart = 0;
+    std::uint32_t partCount = 0;
+};
+
+struct ElementShape {
+    Body body;
+    Box box;  // world; empty without a shape
+    Run run;  // world; evidence None without one
+};
+
+// Reads the representations of products. Shapes that many elements share through a map are read once.
+// Takes at most a fixed number of steps for each instance of the file, whatever refers to what. Not thread-safe.
+class ShapeReader {
+  public:
+    ShapeReader(const Access& access, Placements& placements, DiagnosticLog& log);
+
+    // `definition`: index of an IfcProductDefinitionShape, or kNoInstance. `frame`: the product's placement.
+    // Runs are only looked for when `wantRun` says so.
+    ElementShape Read(std::uint32_t definition, const Transform& frame, bool wantRun);
+
+    const std::vector<Box>& Parts() const { return parts_; }
+
+  private:
+    // A shape in local coordinates.
+    struct Local {
+        std::vector<Box> parts;
+        std::vector<Run> runs;
+        std::uint32_t onlyMap = part21::kNoInstance;  // set while a single mapped item is all there is
+        Transform onlyFrame;
+        std::size_t items = 0;
+    };
+    struct Profile {
+        Point low;  // of the box around it, z unused
+        Point high;
+        double radius = 0.0;  // outer, of a circle; else 0
+    };
+    struct Mapped {
+        std::uint32_t firstPart = 0;
+        std::uint32_t partCount = 0;
+        std::vector<Run> runs;
+    };
+    enum class Kind : std::uint8_t { Body, Axis, Box, Skip };
+
+    static Kind KindOfRepresentation(std::string_view identifier, std::string_view type);
+    void ReadRepresentation(std::uint32_t representation, Kind kind, Local& local, int depth);
+    void ReadItem(std::uint32_t item, const Transform& frame, Local& local, int depth);
+    void ReadMappedItem(std::uint32_t item, const Transform& frame, Local& local, int depth);
+    const Mapped* ReadMap(std::uint32_t map, int depth);
+    void ReadExtrusion(std::uint32_t item, const Transform& frame, Local& local);
+    void ReadRevolution(std::uint32_t item, const Transform& frame, Local& local);
+    void ReadSweptDisk(std::uint32_t item, const Transform& frame, Local& local);
+    void ReadSweptCurve(std::uint32_t item, const Transform& frame, Local& local);
+    void ReadPrimitive(std::uint32_t item, const Transform& frame, Local& local);
+    void ReadPoints(std::uint32_t item, const Transform& frame, Local& local, int depth);
+    void CollectPoints(std::uint32_t item, const Transform& frame, Box& box, int depth);
+    void ReadAxis(std::uint32_t item, const Transform& frame, Local& local, int depth);
+    std::optional<Profile> ReadProfile(std::uint32_t profile, int depth);
+    double Millimetres(const part21::Value& value, double missing) const;
+    bool Spend();
+
+    // Turns a single mapped item into parts of the common frame, because it is no longer the only one.
+    void Flatten(Local& local) const;
+    static Run BestRun(const std::vector<Run>& runs);
+    static std::vector<Run> Chained(const std::vector<Run>& runs);
+
+    const Access& access_;
+    Placements& placements_;
+    DiagnosticLog& log_;
+    std::vector<Box> parts_;
+    std::unordered_map<std::uint32_t, Mapped> maps_;
+    std::vector<Point> points_;
+    std::uint64_t budget_;
+};
+
+}  // namespace norvex::ifc
