@@ -1,0 +1,121 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "samples/generator/Generator.h"
+
+#include <CLI/CLI.hpp>
+
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <map>
+
+namespace {
+
+using namespace norvex::samples;
+
+constexpr int kWrongUse = 2;
+
+// Returns: the plants that the words name; the second says what is wrong with them, empty when nothing is.
+std::pair<std::set<Plant>, std::string> ChosenPlants(const std::vector<std::string>& words) {
+    std::set<Plant> chosen;
+    for (const std::string& word : words) {
+        if (word == "none") {
+            chosen.clear();
+        } else if (word == "all") {
+            for (const PlantInfo& info : Plants()) {
+                chosen.insert(info.plant);
+            }
+        } else if (const auto plant = PlantByName(word)) {
+            chosen.insert(*plant);
+        } else {
+            return {{}, "There is no defect called '" + word + "'; --list-defects names them all."};
+        }
+    }
+    return {chosen, ""};
+}
+
+bool WriteText(const std::filesystem::path& path, const std::string& text) {
+    std::ofstream out(path, std::ios::binary);
+    out << text;
+    out.close();
+    return !out.fail();
+}
+
+void ListDefects() {
+    for (const PlantInfo& info : Plants()) {
+        std::cout << info.name << std::string(22 - info.name.size(), ' ') << info.sentence << "\n";
+    }
+}
+
+int Fail(const std::string& sentence) {
+    std::cerr << "norvex-sample: " << sentence << "\n";
+    return kWrongUse;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    CLI::App app{"Writes a small building with its services as an IFC4 file. The same options give the same bytes."};
+    Options options;
+    std::vector<std::string> defects;
+    std::string output;
+    std::string expected;
+    std::string others;
+    bool listDefects = false;
+    bool noPorts = false;
+    app.add_option("--floors", options.floors, "Number of storeys")->check(CLI::Range(1, 200))->capture_default_str();
+    CLI::Option* bays = app.add_option("--bays", options.bays, "Number of bays on each floor")
+                            ->check(CLI::Range(1, 100))
+                            ->capture_default_str();
+    app.add_option("--size", options.size, "About how many elements, in as many wings and bays as that takes")
+        ->excludes(bays)
+        ->check(CLI::Range(std::size_t{1}, std::size_t{20000000}));
+    app.add_option("--defects", defects, "What to plant: names, 'all' or 'none'")->delimiter(',');
+    app.add_flag("--list-defects", listDefects, "Say what can be planted");
+    app.add_option("--unit", options.unit, "Length unit of the file")
+        ->transform(CLI::CheckedTransformer(
+            std::map<std::string, LengthUnit>{{"mm", LengthUnit::Millimetre}, {"m", LengthUnit::Metre}}));
+    app.add_option("--ports", options.ports, "How ports are tied to their elements")
+        ->transform(CLI::CheckedTransformer(
+            std::map<std::string, PortStyle>{{"nested", PortStyle::Nested}, {"related", PortStyle::Related}}));
+    app.add_flag("--no-ports", noPorts, "Write shapes only: no ports, no stated connections");
+    app.add_option("--seed", options.seed, "Another building of the same shape: other GlobalIds");
+    app.add_option("-o,--output", output, "The IFC file to write");
+    app.add_option("--expected", expected, "Also write what a check for loops must find, and what it must not");
+    app.add_option("--others", others, "Also write what was planted for other checks");
+    CLI11_PARSE(app, argc, argv);
+
+    if (listDefects) {
+        ListDefects();
+        return 0;
+    }
+    if (output.empty()) {
+        return Fail("Say with -o where to write.");
+    }
+    auto [plants, wrong] = ChosenPlants(defects);
+    if (!wrong.empty()) {
+        return Fail(wrong);
+    }
+    if (options.floors < 2 && plants.contains(Plant::StoreyLoop)) {
+        return Fail("The defect storey-loop needs two floors.");
+    }
+    options.plants = std::move(plants);
+    if (noPorts) {
+        options.ports = PortStyle::None;
+    }
+    options.fileName = std::filesystem::path(output).filename().string();
+    std::ofstream out(output, std::ios::binary);
+    const Summary summary = Generate(options, out);
+    out.close();
+    if (out.fail()) {
+        return Fail("Cannot write " + output + ".");
+    }
+    if (!expected.empty() && !WriteText(expected, ExpectationTable(summary.expectations, false))) {
+        return Fail("Cannot write " + expected + ".");
+    }
+    if (!others.empty() && !WriteText(others, ExpectationTable(summary.expectations, true))) {
+        return Fail("Cannot write " + others + ".");
+    }
+    std::cout << output << ": " << summary.elements << " elements in " << summary.instances << " instances, "
+              << summary.expectations.size() << " expectations\n";
+    return 0;
+}
