@@ -1,0 +1,223 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "module/config/ConfigFixture.h"
+#include "norvexdata/config/ConfigParser.h"
+#include "platform/text/CodePage.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <type_traits>
+
+namespace {
+
+static_assert(!std::is_default_constructible_v<NorvexConfig>);
+static_assert(!std::is_copy_constructible_v<NorvexConfig>);
+static_assert(std::is_copy_assignable_v<NorvexConfig>);
+static_assert(!std::is_polymorphic_v<ConfigParser>);
+
+class NorvexConfigFile : public ConfigTest {};
+
+Group CheckItemsOf(const CString& className, const CString& name) {
+    return ConfigParser(NorvexConfig::Instance().GetCoinfigData(className)).CheckItems(name);
+}
+
+// The group "给排水" under "checkitems" of the class "C".
+Group CheckItems() {
+    return CheckItemsOf(L"C", L"给排水");
+}
+
+std::string CheckItemsRule(const std::string& entries) {
+    return "<rule className='C'><checkitems><group name='给排水'>" + entries + "</group></checkitems></rule>";
+}
+
+TEST_F(NorvexConfigFile, IsNotValidWhileItIsAbsentAndPickedUpLater) {
+    EXPECT_FALSE(NorvexConfig::Instance().IsValid());
+    EXPECT_EQ(NorvexConfig::Instance().GetCoinfigData(L"C"), nullptr);
+    WriteRules("<rule className='C'/>");
+    EXPECT_TRUE(NorvexConfig::Instance().IsValid());
+    EXPECT_NE(NorvexConfig::Instance().GetCoinfigData(L"C"), nullptr);
+}
+
+TEST_F(NorvexConfigFile, IsPickedUpWhenItWasRepaired) {
+    WriteFile("<norvex><rule className='C'>");
+    EXPECT_FALSE(NorvexConfig::Instance().IsValid());
+    WriteFile("<norvex><rule className='C'/></norvex>");
+    EXPECT_TRUE(NorvexConfig::Instance().IsValid());
+}
+
+TEST_F(NorvexConfigFile, IsNotReadAgainOnceItIsLoaded) {
+    WriteRules("<rule className='C'/>");
+    EXPECT_TRUE(NorvexConfig::Instance().IsValid());
+    WriteRules("<rule className='D'/>");
+    EXPECT_EQ(NorvexConfig::Instance().GetCoinfigData(L"D"), nullptr);
+    std::filesystem::remove(m_folder.Path() / "配置 目录/NorvexConfig.xml");
+    EXPECT_TRUE(NorvexConfig::Instance().IsValid());
+    EXPECT_NE(NorvexConfig::Instance().GetCoinfigData(L"C"), nullptr);
+}
+
+TEST_F(NorvexConfigFile, LiesWhereTheFirstLoadLookedForIt) {
+    EXPECT_FALSE(NorvexConfig::Instance().IsValid());
+    norvex::profile::SetDirectories({L"", L"\\elsewhere"});
+    WriteRules("<rule className='C'/>");
+    EXPECT_TRUE(NorvexConfig::Instance().IsValid());
+}
+
+TEST_F(NorvexConfigFile, IsLookedForInTheConfigurationFolderAlone) {
+    m_folder.Write("application/NorvexConfig.xml", "<norvex/>");
+    EXPECT_FALSE(NorvexConfig::Instance().IsValid());
+}
+
+TEST_F(NorvexConfigFile, IsOneForTheProcess) {
+    EXPECT_EQ(&NorvexConfig::Instance(), &NorvexConfig::Instance());
+    WriteRules("");
+    EXPECT_EQ(&NorvexConfig::Instance(), &NorvexConfig::Instance());
+    NorvexConfig::Instance() = NorvexConfig::Instance();
+    EXPECT_TRUE(NorvexConfig::Instance().IsValid());
+}
+
+TEST_F(NorvexConfigFile, StaysInvalidWhenNoDocumentCanBeMade) {
+    WriteRules("");
+    norvex::xml::SetFaults({.createFails = true, .unenumerableTag = {}, .unreadableTextTag = {}});
+    EXPECT_FALSE(NorvexConfig::Instance().IsValid());
+    norvex::xml::SetFaults({});
+    EXPECT_TRUE(NorvexConfig::Instance().IsValid());
+}
+
+TEST_F(NorvexConfigFile, IsNotValidWhenItIsABombOrCutShortOrOfUnknownEncoding) {
+    for (const std::string bytes :
+         {"", "<norvex>", "<?xml version='1.0' encoding='unheard-of'?><norvex/>",
+          "<!DOCTYPE norvex [<!ENTITY a 'ha'><!ENTITY b '&a;&a;&a;&a;'>]><norvex>&b;</norvex>",
+          "<!DOCTYPE norvex [<!ENTITY a SYSTEM 'file:///etc/hostname'>]><norvex>&a;</norvex>"}) {
+        WriteFile(bytes);
+        EXPECT_FALSE(NorvexConfig::Instance().IsValid()) << bytes;
+    }
+}
+
+TEST_F(NorvexConfigFile, MayBeInCodePage936) {
+    const CString text =
+        L"<?xml version='1.0' encoding='gb2312'?><norvex><rule className='C'><checkitems><g name='给排水'>"
+        L"<e name='管线'><v>镕管</v></e></g></checkitems></rule></norvex>";
+    WriteFile(norvex::text::WideToNarrow(text));
+    EXPECT_EQ(CheckItems(), (Group{{L"管线", {L"镕管"}}}));
+}
+
+TEST_F(NorvexConfigFile, GivesTheFirstOfTwoSectionsOfOneClass) {
+    WriteRules(CheckItemsRule("<e name='first'/>") + CheckItemsRule("<e name='second'/>"));
+    EXPECT_EQ(CheckItems(), (Group{{L"first", {}}}));
+}
+
+TEST_F(NorvexConfigFile, MatchesClassNamesExactly) {
+    WriteRules("<rule className='CCheck'/><Rule className='CTag'/><norvex><rule className='CDeep'/></norvex>");
+    const NorvexConfig& config = NorvexConfig::Instance();
+    EXPECT_NE(config.GetCoinfigData(L"CCheck"), nullptr);
+    EXPECT_EQ(config.GetCoinfigData(L"CCHECK"), nullptr);
+    EXPECT_EQ(config.GetCoinfigData(L"CCheck "), nullptr);
+    EXPECT_EQ(config.GetCoinfigData(L"CTag"), nullptr);
+    EXPECT_EQ(config.GetCoinfigData(L"CDeep"), nullptr);
+    EXPECT_EQ(config.GetCoinfigData(L""), nullptr);
+}
+
+TEST_F(NorvexConfigFile, ReadsAnAbsentClassNameAsEmpty) {
+    WriteRules("<rule/>");
+    EXPECT_NE(NorvexConfig::Instance().GetCoinfigData(L""), nullptr);
+}
+
+TEST_F(NorvexConfigFile, GivesSectionsOfTheirOwnEachTime) {
+    WriteRules(CheckItemsRule("<e name='a'/>"));
+    auto first = NorvexConfig::Instance().GetCoinfigData(L"C");
+    const auto second = NorvexConfig::Instance().GetCoinfigData(L"C");
+    EXPECT_NE(first, second);
+    const ConfigParser parser(first);
+    first.reset();
+    EXPECT_EQ(parser.CheckItems(L"给排水"), (Group{{L"a", {}}}));
+}
+
+class CheckItemsGroup : public ConfigTest {};
+
+TEST_F(CheckItemsGroup, IsEmptyWithoutASection) {
+    EXPECT_TRUE(ConfigParser().CheckItems(L"x").empty());
+    EXPECT_TRUE(ConfigParser(nullptr).CheckItems(L"x").empty());
+}
+
+TEST_F(CheckItemsGroup, FollowsASectionThatWasSetOrCopied) {
+    WriteRules(CheckItemsRule("<e name='a'/>"));
+    ConfigParser parser;
+    parser.SetConfigData(NorvexConfig::Instance().GetCoinfigData(L"C"));
+    EXPECT_EQ(parser.CheckItems(L"给排水").size(), 1U);
+    ConfigParser copy(parser);
+    parser.SetConfigData(nullptr);
+    EXPECT_TRUE(parser.CheckItems(L"给排水").empty());
+    EXPECT_EQ(copy.CheckItems(L"给排水").size(), 1U);
+    parser = copy;
+    EXPECT_EQ(parser.CheckItems(L"给排水").size(), 1U);
+}
+
+TEST_F(CheckItemsGroup, IsTheFirstOfItsNameUnderTheFirstCheckitems) {
+    WriteRules(
+        "<rule className='C'><other><g name='给排水'><e name='wrong'/></g></other>"
+        "<checkitems><g name='消防'/><any name='给排水'><e name='right'/></any><g name='给排水'><e name='later'/></g>"
+        "</checkitems><checkitems><g name='暖通'><e name='second'/></g></checkitems></rule>");
+    EXPECT_EQ(CheckItems(), (Group{{L"right", {}}}));
+    EXPECT_TRUE(CheckItemsOf(L"C", L"暖通").empty());
+    EXPECT_TRUE(CheckItemsOf(L"C", L"电气").empty());
+}
+
+TEST_F(CheckItemsGroup, IsEmptyWithoutACheckitems) {
+    WriteRules("<rule className='C'><CheckItems><g name='给排水'><e name='a'/></g></CheckItems></rule>");
+    EXPECT_TRUE(CheckItems().empty());
+}
+
+TEST_F(CheckItemsGroup, UnitesEntriesOfOneName) {
+    WriteRules(CheckItemsRule("<e name='管线'><v>a</v><v>b</v></e><x name='管线'><v>b</v><v>c</v></x>"));
+    EXPECT_EQ(CheckItems(), (Group{{L"管线", {L"a", L"b", L"c"}}}));
+}
+
+TEST_F(CheckItemsGroup, KeepsTheKeyWhenAStarFindsNothing) {
+    WriteRules(CheckItemsRule("<e name='管线'><v>*</v></e>"));
+    EXPECT_EQ(CheckItems(), (Group{{L"管线", {}}}));
+}
+
+TEST_F(CheckItemsGroup, ExpandsAStarToTheSmallCategories) {
+    KnowSmallCategories({L"管道", L"立管"});
+    WriteRules(CheckItemsRule("<e name='管线'><v>*</v></e><e name='设备'><v>*</v></e>"));
+    EXPECT_EQ(CheckItems(), (Group{{L"管线", {L"管道", L"立管"}}, {L"设备", {}}}));
+}
+
+TEST_F(CheckItemsGroup, DropsWhatStandsBeforeAStarAndKeepsWhatStandsBehind) {
+    KnowSmallCategories({L"管道"});
+    WriteRules(CheckItemsRule("<e name='管线'><v>before</v><v>*</v><v>behind</v></e>"));
+    EXPECT_EQ(CheckItems(), (Group{{L"管线", {L"管道", L"behind"}}}));
+}
+
+TEST_F(CheckItemsGroup, DropsNothingOfAnEarlierEntryAtAStar) {
+    WriteRules(CheckItemsRule("<e name='管线'><v>a</v></e><e name='管线'><v>*</v></e>"));
+    EXPECT_EQ(CheckItems(), (Group{{L"管线", {L"a"}}}));
+}
+
+TEST_F(CheckItemsGroup, SkipsEmptyValuesAndKeepsEmptyEntries) {
+    WriteRules(CheckItemsRule("<e name='a'><v/><v></v><v>x</v></e><e name='b'/><e/>"));
+    EXPECT_EQ(CheckItems(), (Group{{L"", {}}, {L"a", {L"x"}}, {L"b", {}}}));
+}
+
+TEST_F(CheckItemsGroup, KeepsBlanksInValues) {
+    WriteRules(CheckItemsRule("<e name='a'><v> x </v><v> * </v></e>"));
+    EXPECT_EQ(CheckItems(), (Group{{L"a", {L" x ", L" * "}}}));
+}
+
+TEST_F(CheckItemsGroup, LeavesOutEntriesThatCannotBeEnumerated) {
+    WriteRules(CheckItemsRule("<bad name='a'><v>x</v></bad><e name='b'><v>y</v></e>"));
+    norvex::xml::SetFaults({.createFails = false, .unenumerableTag = L"bad", .unreadableTextTag = {}});
+    EXPECT_EQ(CheckItems(), (Group{{L"b", {L"y"}}}));
+}
+
+TEST_F(CheckItemsGroup, OrdersKeysByCodeUnit) {
+    WriteRules(CheckItemsRule("<e name='b'/><e name='B'/><e name='给'/><e name='a'/>"));
+    const Group items = CheckItems();
+    std::vector<CString> keys;
+    for (const auto& [key, values] : items) {
+        keys.push_back(key);
+    }
+    EXPECT_EQ(keys, (std::vector<CString>{L"B", L"a", L"b", L"给"}));
+}
+
+}  // namespace
