@@ -139,13 +139,14 @@ Acad::ErrorStatus AcDbExtents::set(const AcGePoint3d& minimum, const AcGePoint3d
 }
 
 void AcDbExtents::addPoint(const AcGePoint3d& point) {
-    m_minimum.set(std::min(m_minimum.x, point.x), std::min(m_minimum.y, point.y), std::min(m_minimum.z, point.z));
-    m_maximum.set(std::max(m_maximum.x, point.x), std::max(m_maximum.y, point.y), std::max(m_maximum.z, point.z));
+    addExt({point, point});
 }
 
 void AcDbExtents::addExt(const AcDbExtents& box) {
-    addPoint(box.m_minimum);
-    addPoint(box.m_maximum);
+    const AcGePoint3d& low = box.m_minimum;
+    const AcGePoint3d& high = box.m_maximum;
+    m_minimum.set(std::min(m_minimum.x, low.x), std::min(m_minimum.y, low.y), std::min(m_minimum.z, low.z));
+    m_maximum.set(std::max(m_maximum.x, high.x), std::max(m_maximum.y, high.y), std::max(m_maximum.z, high.z));
 }
 
 Acad::ErrorStatus AcDbEntity::getGeomExtents(AcDbExtents&) const {

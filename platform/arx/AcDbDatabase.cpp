@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "platform/arx/AcDbDatabase.h"
 
+#include <algorithm>
 #include <deque>
 #include <unordered_map>
 
@@ -84,20 +85,10 @@ Acad::ErrorStatus AcDbBlockTableRecord::newIterator(AcDbBlockTableRecordIterator
 }
 
 Acad::ErrorStatus AcDbBlockTable::getAt(const CString& name, AcDbObjectId& id) const {
-    for (const AcDbObjectId& record : m_records) {
-        AcDbBlockTableRecord* opened = nullptr;
-        if (acdbOpenObject(opened, record, AcDb::kForRead, true) != Acad::eOk) {
-            continue;
-        }
-        const bool matches = opened->getName().CompareNoCase(name) == 0;
-        opened->close();
-        if (matches) {
-            id = record;
-            return Acad::eOk;
-        }
-    }
-    id = AcDbObjectId();
-    return Acad::eKeyNotFound;
+    const auto found = std::find_if(m_records.begin(), m_records.end(),
+                                    [&name](const Entry& entry) { return entry.name.CompareNoCase(name) == 0; });
+    id = found != m_records.end() ? found->id : AcDbObjectId();
+    return found != m_records.end() ? Acad::eOk : Acad::eKeyNotFound;
 }
 
 Acad::ErrorStatus AcDbBlockTable::getAt(const CString& name, AcDbBlockTableRecord*& record, AcDb::OpenMode mode,
@@ -118,7 +109,7 @@ AcDbDatabase::AcDbDatabase() : m_storage(std::make_unique<Storage>()) {
     auto record = std::make_unique<AcDbBlockTableRecord>();
     record->m_name = ACDB_MODEL_SPACE;
     m_modelSpace = AcDbObjectId(adopt(std::move(record), AcDbHandle(kModelSpaceHandle)));
-    blockTable->m_records.push_back(m_modelSpace);
+    blockTable->m_records.push_back({ACDB_MODEL_SPACE, m_modelSpace});
 }
 
 AcDbDatabase::~AcDbDatabase() {

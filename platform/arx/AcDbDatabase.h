@@ -64,7 +64,11 @@ class NORVEX_PLATFORM_API AcDbBlockTable : public AcDbObject {
 
   private:
     friend class AcDbDatabase;
-    std::vector<AcDbObjectId> m_records;
+    struct Entry {
+        CString name;
+        AcDbObjectId id;
+    };
+    std::vector<Entry> m_records;
 };
 
 // One drawing, in memory: a block table with an empty "*Model_Space". It owns every object in it.

@@ -11,7 +11,8 @@
 
 namespace AcRx {
 
-// Messages that the host sends to an application through acrxEntryPoint. The numbers are the host's; it may send others.
+// Messages that the host sends to an application through acrxEntryPoint. The numbers are the host's; it may send
+// others.
 enum AppMsgCode : int {
     kNullMsg = 0,
     kInitAppMsg = 1,

@@ -24,8 +24,8 @@ struct NORVEX_PLATFORM_API DrawingText {
 // Builds a drawing in code: each call appends one entity to model space and returns the drawing, so that calls chain.
 //
 //     Drawing drawing;
-//     drawing.pipe({0, 0, 0}, {1000, 0, 0}, "给排水\\管线\\给水管\\DN50").node({1000, 0, 0},
-//     "给排水\\设备\\水泵\\P1"); drawing.makeCurrent();
+//     drawing.pipe({0, 0, 0}, {1000, 0, 0}, "给排水\\管线\\给水管\\DN50");
+//     drawing.node({1000, 0, 0}, "给排水\\设备\\水泵\\P1").makeCurrent();
 //
 // Points are in drawing units. A path is specialty\category\sub-category\detail name; the system code of a new entity
 // is the path's text up to and with its first backslash ("给排水\"). Handles count up from 1 unless handle() sets the
