@@ -7,7 +7,7 @@
 #include <string_view>
 
 // Small module files made in code: just enough of each format to carry a version resource.
-namespace norvex::tests {
+namespace norvex::test {
 
 using Version = std::array<std::uint16_t, 4>;
 
@@ -148,4 +148,4 @@ inline std::string ElfModule(const std::string& resource, bool is64Bit = true) {
     return bytes + notes;
 }
 
-}  // namespace norvex::tests
+}  // namespace norvex::test

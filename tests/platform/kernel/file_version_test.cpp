@@ -16,7 +16,7 @@
 
 namespace {
 
-using namespace norvex::tests;
+using namespace norvex::test;
 
 // The file version as text; "none" without one.
 std::string VersionOf(const std::string& module) {
