@@ -45,7 +45,7 @@ Solid Arm(const Section& section, const Vector& origin, const Vector& direction,
 }
 
 Section Wider(const Section& section, double by) {
-    return {section.nominal, section.width + by, section.IsRound() ? 0.0 : section.height + by};
+    return {section.nominal, section.width + by, section.IsRound() ? 0.0 : section.height + by, section.word};
 }
 
 }  // namespace

@@ -181,7 +181,7 @@ void Model::Begin(std::string_view fileName, std::string_view buildingName) {
                    .Reference(user)
                    .Reference(application)
                    .Null()
-                   .Enumerator("ADDED")
+                   .Enumerator("NOCHANGE")
                    .Null()
                    .Null()
                    .Null()

@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <array>
 #include <cassert>
-#include <utility>
+#include <cmath>
 
 namespace norvex::samples {
 namespace {
@@ -35,29 +35,27 @@ Section SteelPipe(int nominal) {
                                                       {80, 88.9},
                                                       {100, 114.3},
                                                       {150, 168.3}}};
-    return {nominal, OuterDiameter(kTable, nominal), 0.0};
+    return {nominal, OuterDiameter(kTable, nominal), 0.0, "DN"};
 }
 
 Section PlasticPipe(int nominal) {
     static constexpr std::array<Diameter, 3> kTable{{{50, 50.0}, {75, 75.0}, {100, 110.0}}};
-    return {nominal, OuterDiameter(kTable, nominal), 0.0};
+    return {nominal, OuterDiameter(kTable, nominal), 0.0, "DN"};
 }
 
 Section RoundDuct(int diameter) {
-    return {diameter, static_cast<double>(diameter), 0.0};
+    return {diameter, static_cast<double>(diameter), 0.0, "D"};
 }
 
 Section Rectangle(double width, double height) {
-    return {0, width, height};
+    return {0, width, height, ""};
 }
 
 std::string SectionText(const Section& section) {
-    if (!section.IsRound()) {
-        return EncodeStepReal(section.width, 0).substr(0, EncodeStepReal(section.width, 0).size() - 1) + "x" +
-               EncodeStepReal(section.height, 0).substr(0, EncodeStepReal(section.height, 0).size() - 1);
+    if (section.IsRound()) {
+        return std::string(section.word) + std::to_string(section.nominal);
     }
-    const bool isDuct = section.width == static_cast<double>(section.nominal);
-    return (isDuct && section.nominal >= 150 ? "D" : "DN") + std::to_string(section.nominal);
+    return std::to_string(std::lround(section.width)) + "x" + std::to_string(std::lround(section.height));
 }
 
 Flow Opposite(Flow flow) {

@@ -7,15 +7,17 @@
 
 #include <cstddef>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace norvex::samples {
 
 // A cross-section: of a round pipe or duct, or of a rectangular duct or tray. Millimetres.
 struct Section {
-    int nominal = 0;      // what the trade calls it (DN); 0 for rectangular ones
-    double width = 0.0;   // outer diameter, or the horizontal side
-    double height = 0.0;  // 0: round
+    int nominal = 0;        // what the trade calls it (DN); 0 for rectangular ones
+    double width = 0.0;     // outer diameter, or the horizontal side
+    double height = 0.0;    // 0: round
+    std::string_view word;  // before the nominal size: "DN" for pipes, "D" for round ducts
 
     bool IsRound() const { return height <= 0.0; }
 };
