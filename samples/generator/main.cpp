@@ -6,7 +6,6 @@
 #include <filesystem>
 #include <fstream>
 #include <iostream>
-#include <map>
 
 namespace {
 
@@ -60,6 +59,8 @@ int main(int argc, char** argv) {
     std::string output;
     std::string expected;
     std::string others;
+    std::string unit = "mm";
+    std::string ports = "nested";
     bool listDefects = false;
     bool noPorts = false;
     app.add_option("--floors", options.floors, "Number of storeys")->check(CLI::Range(1, 200))->capture_default_str();
@@ -69,20 +70,28 @@ int main(int argc, char** argv) {
     app.add_option("--size", options.size, "About how many elements, in as many wings and bays as that takes")
         ->excludes(bays)
         ->check(CLI::Range(std::size_t{1}, std::size_t{20000000}));
-    app.add_option("--defects", defects, "What to plant: names, 'all' or 'none'")->delimiter(',');
+    app.add_option("--defects", defects, "What to plant: names, 'all' or 'none'")
+        ->delimiter(',')
+        ->type_name("NAME,...");
     app.add_flag("--list-defects", listDefects, "Say what can be planted");
-    app.add_option("--unit", options.unit, "Length unit of the file")
-        ->transform(CLI::CheckedTransformer(
-            std::map<std::string, LengthUnit>{{"mm", LengthUnit::Millimetre}, {"m", LengthUnit::Metre}}));
-    app.add_option("--ports", options.ports, "How ports are tied to their elements")
-        ->transform(CLI::CheckedTransformer(
-            std::map<std::string, PortStyle>{{"nested", PortStyle::Nested}, {"related", PortStyle::Related}}));
+    app.add_option("--unit", unit, "Length unit of the file: mm or m")
+        ->check(CLI::IsMember({"mm", "m"}))
+        ->type_name("UNIT")
+        ->capture_default_str();
+    app.add_option("--ports", ports, "How ports are tied to their elements: nested or related")
+        ->check(CLI::IsMember({"nested", "related"}))
+        ->type_name("HOW")
+        ->capture_default_str();
     app.add_flag("--no-ports", noPorts, "Write shapes only: no ports, no stated connections");
     app.add_option("--seed", options.seed, "Another building of the same shape: other GlobalIds");
     app.add_option("-o,--output", output, "The IFC file to write");
     app.add_option("--expected", expected, "Also write what a check for loops must find, and what it must not");
     app.add_option("--others", others, "Also write what was planted for other checks");
-    CLI11_PARSE(app, argc, argv);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? 0 : kWrongUse;
+    }
 
     if (listDefects) {
         ListDefects();
@@ -99,6 +108,8 @@ int main(int argc, char** argv) {
         return Fail("The defect storey-loop needs two floors.");
     }
     options.plants = std::move(plants);
+    options.unit = unit == "m" ? LengthUnit::Metre : LengthUnit::Millimetre;
+    options.ports = ports == "related" ? PortStyle::Related : PortStyle::Nested;
     if (noPorts) {
         options.ports = PortStyle::None;
     }
