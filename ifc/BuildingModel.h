@@ -84,6 +84,9 @@ struct Element {
     std::string_view subCategory;
     std::string_view detailName;
 
+    // Whether the file says where the element is: a segment by its ends, everything else by its placement. An element
+    // without a place has all its points at the origin.
+    bool placed = false;
     // Segments: the two ends, moved to the junctions they belong to. Ends that meet are equal bit by bit.
     // Without EndEvidence both are the position.
     EndEvidence ends = EndEvidence::None;
@@ -150,6 +153,7 @@ struct Counts {
     std::uint32_t circuits = 0;  // IfcElectricalCircuit, IfcDistributionCircuit
     std::uint32_t withoutStorey = 0;
     std::uint32_t segmentsWithoutEnds = 0;
+    std::uint32_t withoutPlace = 0;  // these segments, and other elements without a placement
     std::uint32_t openEnds = 0;  // segment ends that nothing meets
     std::uint64_t notes = 0;     // diagnostics, those included that were not kept
     std::uint64_t warnings = 0;

@@ -63,6 +63,23 @@ void GatherNetworks(BuildingModel& model) {
     }
 }
 
+void MarkPlaced(const NetworkInput& input, BuildingModel& model, DiagnosticLog& log) {
+    std::uint32_t others = 0;
+    for (std::size_t i = 0; i < model.elements.size(); ++i) {
+        Element& element = model.elements[i];
+        const bool isSegment = element.kind == ElementKind::Segment;
+        element.placed = isSegment ? element.ends != EndEvidence::None : input.hasOrigin[i];
+        model.counts.withoutPlace += element.placed ? 0 : 1;
+        others += element.placed || isSegment ? 0 : 1;
+    }
+    if (others > 0) {
+        log.AddGeneral(Severity::Warning, DiagnosticCode::NoGeometry,
+                       std::to_string(others) +
+                           " elements other than segments have no placement; they have no place in a "
+                           "drawing.");
+    }
+}
+
 void CountEnds(BuildingModel& model, DiagnosticLog& log) {
     std::uint32_t collapsed = 0;
     for (const Element& element : model.elements) {
@@ -100,6 +117,7 @@ void BuildNetwork(const NetworkInput& input, bool infer, BuildingModel& model, D
         InferConnections(input, model, joints, log);
     }
     joints.Settle();
+    MarkPlaced(input, model, log);
     model.counts.inferredConnections = static_cast<std::uint32_t>(
         std::count_if(model.connections.begin(), model.connections.end(),
                       [](const Connection& connection) { return connection.evidence != ConnectionEvidence::Stated; }));

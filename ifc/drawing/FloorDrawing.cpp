@@ -1,0 +1,127 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "ifc/drawing/FloorDrawing.h"
+
+#include "ifc/network/Joints.h"
+#include "platform/text/Utf8.h"
+#include "platform/zrow/ZrOwLines.h"
+#include "platform/zrow/ZrOwNodes.h"
+
+#include <algorithm>
+#include <array>
+#include <cassert>
+#include <charconv>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+
+namespace norvex::ifc {
+
+namespace {
+
+AcGePoint3d ToGe(const Point& point) {
+    return {point.x, point.y, point.z};
+}
+
+// A path is cut at its backslashes, so no part may hold one.
+std::string WithoutBackslash(std::string_view text) {
+    std::string clean(text);
+    std::replace(clean.begin(), clean.end(), '\\', '/');
+    return clean;
+}
+
+// Draws elements into one database. Many elements share a path or a system; their text is converted once.
+class Draughtsman {
+  public:
+    explicit Draughtsman(const BuildingModel& model) : model_(model) {}
+
+    // Returns: null for an element without a place.
+    std::unique_ptr<ZrOwEntity> Draw(const Element& element) {
+        if (!element.placed) {
+            return nullptr;
+        }
+        std::unique_ptr<ZrOwEntity> entity = Shape(element);
+        entity->SetAttName(Converted(WithoutBackslash(element.specialty) + '\\' + WithoutBackslash(element.category) +
+                                     '\\' + WithoutBackslash(element.subCategory) + '\\' +
+                                     WithoutBackslash(element.detailName)));
+        std::string code = WithoutBackslash(element.specialty) + '\\';
+        if (element.systemCount > 0) {
+            code += WithoutBackslash(model_.systems[model_.systemsOfElements[element.firstSystem]].name);
+        }
+        entity->SetSysCode(Converted(code));
+        SetText(*entity, kPropertyGlobalId, element.globalId);
+        SetText(*entity, kPropertyName, element.name);
+        entity->SetProperty(kPropertyClass, Converted(std::string(element.className)));
+        if (element.nominalDiameter > 0.0) {
+            std::array<char, 32> digits{};
+            const auto [end, error] =
+                std::to_chars(digits.data(), digits.data() + digits.size(), element.nominalDiameter);
+            assert(error == std::errc() && "the shortest form of a double has fewer than 32 characters");
+            SetText(*entity, kPropertyNominalDiameter, std::string_view(digits.data(), end));
+        }
+        return entity;
+    }
+
+  private:
+    static std::unique_ptr<ZrOwEntity> Shape(const Element& element) {
+        switch (element.kind) {
+            case ElementKind::Segment: {
+                auto line = std::make_unique<ZrOwPolyLine>(ToGe(element.start), ToGe(element.end));
+                // Junctions move ends by a reach at most on each side; a run that is longer than that is bent.
+                if (element.length > Distance(element.start, element.end) + 2 * kAxisReach) {
+                    line->SetLength(element.length);
+                }
+                return line;
+            }
+            case ElementKind::Fitting:
+            case ElementKind::InlineDevice:
+                return std::make_unique<ZrOwFittingBase>(ToGe(element.position));
+            default:
+                return std::make_unique<ZrOwNode>(ToGe(element.position));
+        }
+    }
+
+    static void SetText(ZrOwEntity& entity, const CString& name, std::string_view utf8) {
+        if (!utf8.empty()) {
+            entity.SetProperty(name, norvex::text::FromUtf8(utf8));
+        }
+    }
+
+    const CString& Converted(const std::string& utf8) {
+        const auto [place, isNew] = converted_.try_emplace(utf8);
+        if (isNew) {
+            place->second = norvex::text::FromUtf8(utf8);
+        }
+        return place->second;
+    }
+
+    const BuildingModel& model_;
+    std::unordered_map<std::string, CString> converted_;
+};
+
+}  // namespace
+
+FloorDrawing DrawFloor(const BuildingModel& model, std::uint32_t storey) {
+    assert(storey == kNoIndex || storey < model.storeys.size());
+    FloorDrawing drawing;
+    drawing.database = std::make_unique<AcDbDatabase>();
+    Draughtsman draughtsman(model);
+    for (std::uint32_t i = 0; i < model.elements.size(); ++i) {
+        const Element& element = model.elements[i];
+        if (element.storey != storey) {
+            continue;
+        }
+        std::unique_ptr<ZrOwEntity> entity = draughtsman.Draw(element);
+        if (!entity) {
+            drawing.undrawn.push_back(i);
+            continue;
+        }
+        AcDbObjectId id;
+        const Acad::ErrorStatus status =
+            drawing.database->addToModelSpace(std::move(entity), id, AcDbHandle(Adesk::UInt64{element.id}));
+        assert(status == Acad::eOk && "instance numbers are unique in a model");
+        drawing.drawn += status == Acad::eOk ? 1 : 0;
+    }
+    return drawing;
+}
+
+}  // namespace norvex::ifc
