@@ -64,6 +64,13 @@ TEST(XmlDocument, ReadsCharacterDataSections) {
     EXPECT_EQ(TextIn("<a>1<![CDATA[<&]]>2</a>"), L"1<&2");
 }
 
+TEST(XmlDocument, ReadsPredefinedEntitiesInAttributesAndTexts) {
+    const ParseResult result = Parse("<a x='&amp;&lt;&gt;&quot;&apos;&#38;#38;'>&amp;&lt;&gt;&quot;&apos;</a>");
+    ASSERT_NE(result.root, nullptr);
+    EXPECT_EQ(*result.root->FindAttribute(L"x"), L"&<>\"'&#38;");
+    EXPECT_EQ(TextOf(*result.root), L"&<>\"'");
+}
+
 TEST(XmlDocument, KeepsPrefixes) {
     const ParseResult result = Parse("<n:a xmlns:n='u' n:x='1'/>");
     ASSERT_NE(result.root, nullptr);
