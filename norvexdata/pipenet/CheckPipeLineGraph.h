@@ -1,0 +1,70 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <boost/shared_ptr.hpp>
+#include <memory>
+#include <vector>
+
+#include "norvexdata/Export.h"
+#include "norvexdata/pipenet/CheckPipeLineEdge.h"
+#include "norvexdata/pipenet/CheckPipeLineNode.h"
+#include "norvexdata/pipenet/LoopWork.h"
+
+class ZrOwEntity;
+
+namespace norvex::pipenet {
+struct GraphIndex;
+}  // namespace norvex::pipenet
+
+// One network of pipes: an edge for every pipe, a node for every place where pipe ends meet. Two points are one place
+// when they are strictly nearer than 0.1 drawing units.
+//
+// A copy shares its nodes and edges with the graph it was copied from; what either creates afterwards is its own. When
+// the last of the graphs that share objects is gone, nodes and edges that a caller still holds stay valid, but are no
+// longer linked to each other unless the caller made them one by one. Used from one thread at a time, reading included.
+class NORVEXDATA_API CCheckPipeLineGraph {
+  public:
+    CCheckPipeLineGraph();
+    CCheckPipeLineGraph(const CCheckPipeLineGraph& other);
+    CCheckPipeLineGraph(CCheckPipeLineGraph&& other) noexcept;
+    CCheckPipeLineGraph& operator=(const CCheckPipeLineGraph& other);
+    CCheckPipeLineGraph& operator=(CCheckPipeLineGraph&& other) noexcept;
+    ~CCheckPipeLineGraph();
+
+    // Makes a node at the point, whether or not there is one already.
+    boost::shared_ptr<CCheckPipeLineNode> CreateNode(const AcGePoint3d& point);
+    // The oldest node at the place; empty when there is none.
+    boost::shared_ptr<CCheckPipeLineNode> GetNode(const AcGePoint3d& point) const;
+    // Makes an edge without nodes for the pipe, whether or not there is one already.
+    boost::shared_ptr<CCheckPipeLineEdge> CreateEdge(ZrOwPolyLine* pipe);
+    // The oldest edge of the pipe; empty when there is none.
+    boost::shared_ptr<CCheckPipeLineEdge> GetEdge(ZrOwPolyLine* pipe) const;
+
+    // True with at least one edge and at least one node.
+    bool IsValid() const { return !m_edges.empty() && !m_nodes.empty(); }
+    // True when there are at least as many edges as listed nodes. A search leaves its first node out of the list, so
+    // that this counts the list and not the network drawn.
+    bool HasBadLoop() const { return m_edges.size() >= m_nodes.size(); }
+    // Number of listed nodes and edges.
+    int GetItemCount() const { return static_cast<int>(m_nodes.size() + m_edges.size()); }
+    // Appends the pipes of each closed loop, found in the order of the edges; loops share no pipe. A loop lists its
+    // pipes from the one that closes it back to the first step of the walk, then the pipe that the walk began with. Two
+    // pipes between the same two places are one pipe drawn twice, and no loop, when their lengths agree within 0.001.
+    void GetBadLoopVec(std::vector<std::vector<ZrOwEntity*>>& loops);
+
+  private:
+    friend struct norvex::pipenet::Access;
+
+    boost::shared_ptr<norvex::pipenet::NetworkKeeper> Keeper();
+    norvex::pipenet::GraphIndex& Lookup() const;
+
+    // Keeps every object below alive; shared by copies.
+    boost::shared_ptr<norvex::pipenet::NetworkKeeper> m_keeper;
+    std::vector<CCheckPipeLineEdge*> m_edges;
+    std::vector<CCheckPipeLineNode*> m_nodes;
+    // Answers GetNode and GetEdge; made on first use.
+    mutable std::unique_ptr<norvex::pipenet::GraphIndex> m_lookup;
+    norvex::pipenet::LoopWork m_loopWork;
+    // No caller created a node since the search that filled the graph, so that listed nodes are no two at one place.
+    bool m_asSearched = false;
+};

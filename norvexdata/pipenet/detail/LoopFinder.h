@@ -1,0 +1,157 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "norvexdata/pipenet/detail/NetworkObjects.h"
+
+namespace norvex::pipenet {
+
+// Lists the closed loops of one graph.
+//
+// What is listed is what the plain walk lists: from each edge in turn, depth first along the nodes' lists from the
+// edge's start node, over edges that are still there, to the first step that arrives near the edge's end node. The work
+// is less because a walk is kept inside the part of the network that it could come back from. That part is found as
+// follows, for any graph at all:
+//
+// - Nodes near each other, directly or through others, form a site. Every step that any list offers over an edge joins
+//   the same two sites, those of the edge's nodes, so sites and edges are an ordinary undirected graph.
+// - A walk that arrives closes with its edge to a closed tour of sites. A tour can leave a block (a biconnected part)
+//   only through a cut site, and has to come back through that very site. Nodes are entered once, so a site of a single
+//   node cannot be passed twice. Blocks that meet at a site of several nodes (a twin of the seed, for instance) or at
+//   an edge from a site to itself are therefore taken together as one part, and no walk gains by leaving its part.
+// - What a walk does outside its part leaves no trace inside, so leaving it out changes no later step either.
+// - A part whose blocks are all single edges between different sites is a tree; a walk that never turns back on the
+//   edge it came by cannot close there, and the part is dropped. That includes all dead ends.
+//
+// Edges are only ever taken away, so a part found earlier stays safe; it is merely coarser than need be. Walks charge
+// what they waste to their part, which is split anew when the waste outgrows it.
+class LoopFinder {
+  public:
+    // The nodes and edges of a graph. apart: no two of the nodes are near each other.
+    LoopFinder(const std::vector<CCheckPipeLineNode*>& nodes, const std::vector<CCheckPipeLineEdge*>& edges,
+               bool apart);
+
+    void AppendLoops(std::vector<std::vector<ZrOwEntity*>>& loops);
+    const LoopWork& Work() const { return m_work; }
+
+  private:
+    // An entry of a node's list: the edge, and where a step over it leads.
+    struct Step {
+        Index edge;
+        // A node while parts are being made; its stop afterwards.
+        Index far;
+    };
+    // Lists of nodes, one after the other.
+    struct Lists {
+        std::vector<Index> nodes;
+        // One more than nodes: where each list begins in steps.
+        std::vector<Index> begin;
+        std::vector<Step> steps;
+    };
+    // The parts that came out of one split. A stop is a node as seen from one part.
+    struct Batch {
+        // Ordered by part, ascending inside one.
+        std::vector<Index> edges;
+        // One list per stop, ordered by part.
+        Lists stops;
+        // Per stop: the number of the last walk that came by, doubled, plus one where that walk would arrive.
+        std::vector<Index> marks;
+        // Per stop: the stop that stands for its site.
+        std::vector<Index> siteStop;
+        // Per stop that stands for a site: the part's remaining edges there, and their numbers combined by exclusive
+        // or.
+        std::vector<Index> degree;
+        std::vector<Index> combined;
+    };
+    struct Part {
+        std::shared_ptr<Batch> batch;
+        Index firstStop;
+        Index lastStop;
+        Index firstEdge;
+        Index lastEdge;
+        // Edges still there, now and when the part was made.
+        Index remaining;
+        Index edgesAtSplit;
+        std::uint64_t waste;
+        // The one site of several nodes that joins the part's blocks; kNone without one, or with more than one.
+        Index hub;
+    };
+    struct Frame {
+        Index stop;
+        Index next;
+        Index cameBy;
+    };
+
+    // Reading the graph.
+    void ReadEdges();
+    Index NumberOf(CCheckPipeLineNode* node);
+    Index NumberOf(const CCheckPipeLineEdge* edge) const;
+    void GroupNearNodes(bool apart);
+    void Join(Index left, Index right);
+    Index SiteOf(Index node) const;
+    bool IsNear(Index left, Index right) const;
+    Index FarNode(Index node, Index edge) const;
+    const AcGePoint3d& PointOf(Index node) const { return Access::Point(*m_nodes[node]); }
+
+    // Taking edges away before any walk.
+    void RemoveBranchEdge();
+    void StripTrees();
+    void SplitAll();
+
+    // Parts.
+    Lists ListsOfGraph(const std::vector<Index>& edges);
+    void Split(std::vector<Index>&& edges, const Lists& lists);
+    void SplitAgain(Index part);
+    std::vector<Index> PartsOf(const std::vector<Index>& edges);
+    void MakeStops(Batch& batch, Index firstPart);
+    void MakeSteps(Batch& batch, const Lists& lists);
+    Index StopFor(Batch& batch, Index node, Index part);
+    void AddSiteStops(Batch& batch, Index node, Index part);
+    void CountDegrees(Batch& batch);
+
+    // Walks.
+    void FindLoop(Index edge, std::vector<ZrOwEntity*>& loop);
+    // Leaves path empty when there is none.
+    void FindPath(Index edge, std::vector<Index>& path);
+    void MarkArrivals(Index edge, Index mark);
+    bool IsSamePipeTwice(Index left, Index right) const;
+    void RemoveEdge(Index edge);
+    void TakeOut(Index edge, Batch& batch);
+
+    std::vector<CCheckPipeLineNode*> m_nodes;
+    const std::vector<CCheckPipeLineEdge*>& m_edges;
+    // Nodes of edges that are in no node list, with their numbers.
+    std::unordered_map<const CCheckPipeLineNode*, Index> m_unlisted;
+    std::size_t m_listedNodes;
+
+    // Per edge: its nodes, and what is known of it.
+    std::vector<Index> m_start;
+    std::vector<Index> m_end;
+    std::vector<Index> m_partOf;
+    std::vector<Index> m_blockOf;
+    std::vector<Index> m_startStop;
+    std::vector<Index> m_endStop;
+    std::vector<unsigned char> m_remains;
+    std::vector<unsigned char> m_isBridge;
+
+    // Per node: a node that stands for its site. Empty while every site is a single node.
+    std::vector<Index> m_site;
+    // Per site: several nodes, or an edge from the site to itself.
+    std::vector<unsigned char> m_joins;
+    // The nodes of each site of several nodes.
+    std::unordered_map<Index, std::vector<Index>> m_siteNodes;
+
+    std::vector<Part> m_parts;
+    Index m_blocks = 0;
+    // Scratch per node: its stop in the part that was worked on last, and that part.
+    std::vector<Index> m_stopOf;
+    std::vector<Index> m_stopPart;
+
+    std::vector<Frame> m_frames;
+    Index m_walk = 0;
+    LoopWork m_work;
+};
+
+}  // namespace norvex::pipenet

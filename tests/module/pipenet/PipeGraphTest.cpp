@@ -1,0 +1,317 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <gtest/gtest.h>
+
+#include <boost/make_shared.hpp>
+#include <cmath>
+#include <limits>
+#include <type_traits>
+#include <utility>
+
+#include "Net.h"
+
+namespace norvex::test {
+namespace {
+
+using NodePointer = boost::shared_ptr<CCheckPipeLineNode>;
+using EdgePointer = boost::shared_ptr<CCheckPipeLineEdge>;
+
+static_assert(
+    std::is_same_v<decltype(std::declval<CCheckPipeLineNode&>().GetConnectEdgeVec()), std::vector<EdgePointer>&>);
+static_assert(std::is_same_v<decltype(std::declval<CCheckPipeLineNode&>().GetConnectEdgeNum()), int>);
+static_assert(std::is_same_v<decltype(std::declval<CCheckPipeLineGraph&>().GetItemCount()), int>);
+
+TEST(PipeNode, StartsWithItsPointAndNoEdges) {
+    CCheckPipeLineNode node({1.0, 2.0, 3.0});
+    EXPECT_EQ(node.Point().x, 1.0);
+    EXPECT_EQ(node.Point().y, 2.0);
+    EXPECT_EQ(node.Point().z, 3.0);
+    EXPECT_EQ(node.GetConnectEdgeNum(), 0);
+    EXPECT_TRUE(node.GetConnectEdgeVec().empty());
+}
+
+TEST(PipeNode, ListsAnEdgeOnceHoweverOftenItIsAppended) {
+    Net net("a-b");
+    CCheckPipeLineNode node({});
+    const EdgePointer edge(new CCheckPipeLineEdge(&net[0]));
+    node.AppendEdge(edge);
+    node.AppendEdge(edge);
+    EXPECT_EQ(node.GetConnectEdgeNum(), 1);
+}
+
+TEST(PipeNode, TellsEdgesApartByTheObjectAndNotByThePipe) {
+    Net net("a-b");
+    CCheckPipeLineNode node({});
+    node.AppendEdge(EdgePointer(new CCheckPipeLineEdge(&net[0])));
+    node.AppendEdge(EdgePointer(new CCheckPipeLineEdge(&net[0])));
+    EXPECT_EQ(node.GetConnectEdgeNum(), 2);
+}
+
+TEST(PipeNode, ListsAnEdgeOnceInALongListToo) {
+    Net net("a-b");
+    CCheckPipeLineGraph graph;
+    CCheckPipeLineNode node({});
+    std::vector<EdgePointer> edges;
+    for (int number = 0; number < 100; ++number) {
+        edges.push_back(graph.CreateEdge(&net[0]));
+        node.AppendEdge(edges.back());
+        node.AppendEdge(edges[edges.size() / 2]);
+    }
+    EXPECT_EQ(node.GetConnectEdgeVec(), edges);
+}
+
+TEST(PipeNode, NoticesWhatCallersChangeInALongList) {
+    Net net("a-b");
+    CCheckPipeLineGraph graph;
+    CCheckPipeLineNode node({});
+    for (int number = 0; number < 50; ++number) {
+        node.AppendEdge(graph.CreateEdge(&net[0]));
+    }
+    std::vector<EdgePointer>& list = node.GetConnectEdgeVec();
+    const EdgePointer replaced = list[20];
+    const EdgePointer fresh = graph.CreateEdge(&net[0]);
+    list[20] = fresh;
+    node.AppendEdge(fresh);
+    EXPECT_EQ(node.GetConnectEdgeNum(), 50);
+    node.AppendEdge(replaced);
+    EXPECT_EQ(node.GetConnectEdgeNum(), 51);
+    // The reference stays good, and a change through it after an append counts as well.
+    const EdgePointer late = graph.CreateEdge(&net[0]);
+    list[7] = late;
+    node.AppendEdge(late);
+    EXPECT_EQ(node.GetConnectEdgeNum(), 51);
+}
+
+TEST(PipeEdge, StartsWithItsPipeAndNoNodes) {
+    Net net("a-b");
+    const CCheckPipeLineEdge edge(&net[0]);
+    EXPECT_EQ(edge.GetPipeEnt(), &net[0]);
+    EXPECT_EQ(edge.GetNodeStart(), nullptr);
+    EXPECT_EQ(edge.GetNodeEnd(), nullptr);
+}
+
+TEST(PipeEdge, AsksThePipeForItsEndsEachTime) {
+    Net net("a-b");
+    const CCheckPipeLineEdge edge(&net[0]);
+    net[0].SetPoints({5.0, 0.0, 0.0}, {6.0, 0.0, 0.0});
+    EXPECT_EQ(edge.GetStartPoint().x, 5.0);
+    EXPECT_EQ(edge.GetEndPoint().x, 6.0);
+}
+
+TEST(PipeEdge, SeesTheFarEndFromEitherEnd) {
+    Net net;
+    const CCheckPipeLineEdge edge(&net.Pipe({0.0, 0.0, 0.0}, {1000.0, 0.0, 0.0}));
+    EXPECT_EQ(edge.GetSearchPoint({0.05, 0.0, 0.0}).x, 1000.0);
+    EXPECT_EQ(edge.GetSearchPoint({1000.0, 0.0, 0.0}).x, 0.0);
+}
+
+TEST(PipeEdge, SeesTheStartFromAPointNearNeitherEnd) {
+    Net net;
+    const CCheckPipeLineEdge edge(&net.Pipe({0.0, 0.0, 0.0}, {1000.0, 0.0, 0.0}));
+    EXPECT_EQ(edge.GetSearchPoint({500.0, 0.0, 0.0}).x, 0.0);
+    EXPECT_EQ(edge.GetSearchPoint({0.1, 0.0, 0.0}).x, 0.0);
+}
+
+TEST(PipeEdge, GivesTheNodesThatWereSetAndReplacesThem) {
+    Net net("a-b");
+    CCheckPipeLineEdge edge(&net[0]);
+    const NodePointer first = boost::make_shared<CCheckPipeLineNode>(AcGePoint3d());
+    const NodePointer second = boost::make_shared<CCheckPipeLineNode>(AcGePoint3d());
+    edge.SetNodeStart(first);
+    edge.SetNodeEnd(second);
+    EXPECT_EQ(edge.GetNodeStart(), first);
+    EXPECT_EQ(edge.GetNodeEnd(), second);
+    edge.SetNodeStart(second);
+    edge.SetNodeEnd(NodePointer());
+    EXPECT_EQ(edge.GetNodeStart(), second);
+    EXPECT_EQ(edge.GetNodeEnd(), nullptr);
+}
+
+TEST(PipeGraph, StartsEmptyAndInvalid) {
+    CCheckPipeLineGraph graph;
+    EXPECT_FALSE(graph.IsValid());
+    EXPECT_EQ(graph.GetItemCount(), 0);
+    // No edge is not less than no node.
+    EXPECT_TRUE(graph.HasBadLoop());
+    EXPECT_EQ(graph.GetNode({}), nullptr);
+    EXPECT_EQ(graph.GetEdge(nullptr), nullptr);
+    std::vector<std::vector<ZrOwEntity*>> loops;
+    graph.GetBadLoopVec(loops);
+    EXPECT_TRUE(loops.empty());
+}
+
+TEST(PipeGraph, NeedsBothAnEdgeAndANodeToBeValid) {
+    Net net("a-b");
+    CCheckPipeLineGraph nodeOnly;
+    nodeOnly.CreateNode({});
+    EXPECT_FALSE(nodeOnly.IsValid());
+    CCheckPipeLineGraph edgeOnly;
+    edgeOnly.CreateEdge(&net[0]);
+    EXPECT_FALSE(edgeOnly.IsValid());
+}
+
+TEST(PipeGraph, ComparesItsCountsToTellABadLoop) {
+    Net net("a-b");
+    CCheckPipeLineGraph graph;
+    graph.CreateEdge(&net[0]);
+    graph.CreateNode({});
+    EXPECT_TRUE(graph.IsValid());
+    EXPECT_TRUE(graph.HasBadLoop());
+    graph.CreateNode({1000.0, 0.0, 0.0});
+    EXPECT_TRUE(graph.IsValid());
+    EXPECT_FALSE(graph.HasBadLoop());
+    EXPECT_EQ(graph.GetItemCount(), 3);
+}
+
+TEST(PipeGraph, DoesNotMatchPointsExactlyATenthApart) {
+    CCheckPipeLineGraph graph;
+    const NodePointer node = graph.CreateNode({});
+    EXPECT_EQ(graph.GetNode({0.1, 0.0, 0.0}), nullptr);
+    EXPECT_EQ(graph.GetNode({0.0999999, 0.0, 0.0}), node);
+    EXPECT_EQ(graph.GetNode({0.0, 0.06, 0.07}), node);
+    EXPECT_EQ(graph.GetNode({0.0, 0.08, 0.08}), nullptr);
+}
+
+TEST(PipeGraph, GivesTheOldestOfSeveralNodesAtAPlace) {
+    CCheckPipeLineGraph graph;
+    const NodePointer first = graph.CreateNode({0.15, 0.0, 0.0});
+    const NodePointer second = graph.CreateNode({0.0, 0.0, 0.0});
+    const NodePointer third = graph.CreateNode({0.0, 0.0, 0.0});
+    EXPECT_EQ(graph.GetNode({0.07, 0.0, 0.0}), first);
+    EXPECT_EQ(graph.GetNode({0.03, 0.0, 0.0}), second);
+    EXPECT_NE(second, third);
+}
+
+TEST(PipeGraph, FindsNodesAnywhereInSpace) {
+    CCheckPipeLineGraph graph;
+    std::vector<NodePointer> nodes;
+    std::vector<AcGePoint3d> points;
+    for (const double scale : {1e-3, 1.0, 1e6, 1e15, 1e19, 1e300}) {
+        for (int number = 0; number < 40; ++number) {
+            points.emplace_back(scale * (number - 20), scale * (number % 7), -scale * number);
+            nodes.push_back(graph.CreateNode(points.back()));
+        }
+    }
+    for (std::size_t number = 0; number < points.size(); ++number) {
+        std::size_t first = 0;
+        while (!(points[first].distanceTo(points[number]) < 0.1)) {
+            ++first;
+        }
+        EXPECT_EQ(graph.GetNode(points[number]), nodes[first]) << number;
+    }
+    const double infinity = std::numeric_limits<double>::infinity();
+    graph.CreateNode({infinity, 0.0, 0.0});
+    graph.CreateNode({std::nan(""), 0.0, 0.0});
+    EXPECT_EQ(graph.GetNode({infinity, 0.0, 0.0}), nullptr);
+    EXPECT_EQ(graph.GetNode({std::nan(""), 0.0, 0.0}), nullptr);
+}
+
+TEST(PipeGraph, GivesTheOldestEdgeOfAPipe) {
+    Net net("a-b b-c");
+    CCheckPipeLineGraph graph;
+    const EdgePointer first = graph.CreateEdge(&net[0]);
+    const EdgePointer second = graph.CreateEdge(&net[0]);
+    EXPECT_NE(first, second);
+    EXPECT_EQ(graph.GetEdge(&net[0]), first);
+    EXPECT_EQ(graph.GetEdge(&net[1]), nullptr);
+    EXPECT_EQ(first->GetNodeStart(), nullptr);
+    EXPECT_EQ(first->GetNodeEnd(), nullptr);
+}
+
+TEST(PipeGraph, SharesItsObjectsWithACopyButNotWhatComesLater) {
+    Net net("a-b b-c");
+    CCheckPipeLineGraph graph = net.Search().front();
+    CCheckPipeLineGraph copy = graph;
+    EXPECT_EQ(copy.GetEdge(&net[0]), graph.GetEdge(&net[0]));
+    EXPECT_EQ(copy.GetNode(Net::PointOf('c')), graph.GetNode(Net::PointOf('c')));
+    const NodePointer later = copy.CreateNode({5.0, 5.0, 5.0});
+    EXPECT_EQ(copy.GetItemCount(), graph.GetItemCount() + 1);
+    EXPECT_EQ(graph.GetNode({5.0, 5.0, 5.0}), nullptr);
+    const NodePointer other = graph.CreateNode({6.0, 6.0, 6.0});
+    EXPECT_EQ(copy.GetNode({5.0, 5.0, 5.0}), later);
+    EXPECT_EQ(graph.GetNode({6.0, 6.0, 6.0}), other);
+}
+
+TEST(PipeGraph, KeepsItsObjectsWhileOneCopyIsLeft) {
+    Net net("a-b b-c c-d d-a");
+    CCheckPipeLineGraph kept;
+    {
+        std::vector<CCheckPipeLineGraph> graphs = net.Search();
+        kept = graphs.front();
+    }
+    const EdgePointer edge = kept.GetEdge(&net[0]);
+    EXPECT_EQ(edge->GetNodeStart()->GetConnectEdgeNum(), 2);
+    EXPECT_EQ(edge->GetNodeEnd()->GetConnectEdgeVec().front(), edge);
+    std::vector<std::vector<ZrOwEntity*>> loops;
+    kept.GetBadLoopVec(loops);
+    EXPECT_EQ(net.Numbers(loops), (std::vector<std::vector<int>>{{1, 2, 3, 0}}));
+}
+
+TEST(PipeGraph, LeavesWhatACallerHoldsUsableWhenItIsGone) {
+    Net net("a-b b-c c-d d-a");
+    NodePointer node;
+    EdgePointer edge;
+    EdgePointer listed;
+    {
+        std::vector<CCheckPipeLineGraph> graphs = net.Search();
+        node = graphs.front().GetNode(Net::PointOf('c'));
+        edge = graphs.front().GetEdge(&net[2]);
+        listed = node->GetConnectEdgeVec().front();
+    }
+    EXPECT_EQ(node->Point().x, Net::PointOf('c').x);
+    EXPECT_EQ(edge->GetPipeEnt(), &net[2]);
+    EXPECT_EQ(listed->GetPipeEnt(), &net[1]);
+    EXPECT_GE(node->GetConnectEdgeNum(), 0);
+    edge->GetNodeStart();
+    edge->SetNodeStart(node);
+    EXPECT_EQ(edge->GetNodeStart(), node);
+}
+
+TEST(PipeGraph, KeepsNodesThatItsEdgesTookFromADroppedGraph) {
+    Net net("a-b b-c c-a");
+    CCheckPipeLineGraph graph;
+    {
+        // The way a search does it, by hand: the first node stands in a graph of its own, which is dropped.
+        CCheckPipeLineGraph scratch;
+        const NodePointer a = scratch.CreateNode(Net::PointOf('a'));
+        const NodePointer b = graph.CreateNode(Net::PointOf('b'));
+        const NodePointer c = graph.CreateNode(Net::PointOf('c'));
+        const std::pair<NodePointer, NodePointer> ends[] = {{a, b}, {b, c}, {c, a}};
+        for (std::size_t number = 0; number < 3; ++number) {
+            const EdgePointer edge = graph.CreateEdge(&net[number]);
+            edge->SetNodeStart(ends[number].first);
+            edge->SetNodeEnd(ends[number].second);
+            ends[number].first->AppendEdge(edge);
+            ends[number].second->AppendEdge(edge);
+        }
+    }
+    EXPECT_EQ(graph.GetEdge(&net[0])->GetNodeStart()->GetConnectEdgeNum(), 2);
+    std::vector<std::vector<ZrOwEntity*>> loops;
+    graph.GetBadLoopVec(loops);
+    EXPECT_EQ(net.Numbers(loops), (std::vector<std::vector<int>>{{1, 2, 0}}));
+}
+
+TEST(PipeGraph, KeepsNodesThatItsEdgesTookFromADroppedSearch) {
+    Net net("a-b b-c c-a d-e");
+    CCheckPipeLineGraph graph;
+    const EdgePointer edge = graph.CreateEdge(&net[3]);
+    {
+        std::vector<CCheckPipeLineGraph> graphs = net.Search();
+        edge->SetNodeStart(graphs.front().GetNode(Net::PointOf('b')));
+        graphs.front().GetEdge(&net[0])->SetNodeEnd(graph.CreateNode({}));
+    }
+    EXPECT_EQ(edge->GetNodeStart()->GetConnectEdgeNum(), 2);
+    EXPECT_EQ(edge->GetNodeStart()->GetConnectEdgeVec()[1]->GetPipeEnt(), &net[1]);
+}
+
+TEST(PipeGraph, IsAssignedToItselfUnharmed) {
+    Net net("a-b");
+    CCheckPipeLineGraph graph = net.Search().front();
+    const CCheckPipeLineGraph& same = graph;
+    graph = same;
+    EXPECT_NE(graph.GetEdge(&net[0]), nullptr);
+    CCheckPipeLineGraph moved = std::move(graph);
+    EXPECT_NE(moved.GetEdge(&net[0]), nullptr);
+}
+
+}  // namespace
+}  // namespace norvex::test

@@ -1,0 +1,166 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <map>
+
+#include "Net.h"
+#include "platform/zrow/ZrOwNodes.h"
+
+namespace norvex::test {
+namespace {
+
+TEST(PipeSearch, MakesNoGraphOfNothing) {
+    std::vector<CCheckPipeLineGraph> graphs;
+    CCheckSearchGraph().SearchGraph({}, graphs);
+    EXPECT_TRUE(graphs.empty());
+}
+
+TEST(PipeSearch, MakesNoGraphOfWhatIsNoPipe) {
+    ZrOwNode equipment({});
+    std::vector<CCheckPipeLineGraph> graphs;
+    CCheckSearchGraph().SearchGraph({&equipment, nullptr, &equipment}, graphs);
+    EXPECT_TRUE(graphs.empty());
+}
+
+TEST(PipeSearch, AppendsToWhatTheCallerHasAlready) {
+    Net net("a-b");
+    std::vector<CCheckPipeLineGraph> graphs(2);
+    CCheckSearchGraph().SearchGraph(net.list(), graphs);
+    ASSERT_EQ(graphs.size(), 3u);
+    EXPECT_FALSE(graphs[1].IsValid());
+    EXPECT_TRUE(graphs[2].IsValid());
+}
+
+TEST(PipeSearch, KeepsPipesApartThatTouchOnlyWithinATenth) {
+    Net net;
+    net.Pipe({0.0, 0.0, 0.0}, {1000.0, 0.0, 0.0});
+    net.Pipe({1000.05, 0.0, 0.0}, {2000.0, 0.0, 0.0});
+    EXPECT_EQ(net.Search().size(), 2u);
+}
+
+TEST(PipeSearch, AsksTheHostForItsToleranceWhenItIsCalled) {
+    Net net;
+    net.Pipe({0.0, 0.0, 0.0}, {1000.0, 0.0, 0.0});
+    net.Pipe({1000.05, 0.0, 0.0}, {2000.0, 0.0, 0.0});
+    const double before = AcGeContext::gTol.equalPoint();
+    AcGeContext::gTol.setEqualPoint(0.05001);
+    EXPECT_EQ(net.Search().size(), 1u);
+    AcGeContext::gTol.setEqualPoint(before);
+    EXPECT_EQ(net.Search().size(), 2u);
+}
+
+TEST(PipeSearch, StopsAfterTheThousandthGraph) {
+    Net net;
+    for (int number = 0; number < 1001; ++number) {
+        net.Pipe({10.0 * number, 0.0, 0.0}, {10.0 * number + 5.0, 0.0, 0.0});
+    }
+    const std::vector<CCheckPipeLineGraph> graphs = net.Search();
+    ASSERT_EQ(graphs.size(), 1000u);
+    EXPECT_NE(graphs[999].GetEdge(&net[999]), nullptr);
+    for (const CCheckPipeLineGraph& graph : graphs) {
+        EXPECT_EQ(graph.GetEdge(&net[1000]), nullptr);
+    }
+}
+
+TEST(PipeSearch, PutsEveryPipeIntoExactlyOneGraph) {
+    Net net("a-b c-d b-e f-c g-h e-a i-i a-b");
+    const std::vector<CCheckPipeLineGraph> graphs = net.Search();
+    for (std::size_t pipe = 0; pipe < net.size(); ++pipe) {
+        int holders = 0;
+        for (const CCheckPipeLineGraph& graph : graphs) {
+            holders += graph.GetEdge(&net[pipe]) != nullptr;
+        }
+        EXPECT_EQ(holders, 1) << pipe;
+    }
+}
+
+TEST(PipeSearch, OrdersGraphsByTheirFirstPipe) {
+    Net net("a-b c-d b-e f-c g-h");
+    const std::vector<CCheckPipeLineGraph> graphs = net.Search();
+    ASSERT_EQ(graphs.size(), 3u);
+    EXPECT_NE(graphs[0].GetEdge(&net[0]), nullptr);
+    EXPECT_NE(graphs[1].GetEdge(&net[1]), nullptr);
+    EXPECT_NE(graphs[2].GetEdge(&net[4]), nullptr);
+}
+
+TEST(PipeSearch, LeavesTheFirstNodeOutOfTheList) {
+    Net net("a-b");
+    CCheckPipeLineGraph graph = net.Search().front();
+    EXPECT_EQ(graph.GetItemCount(), 2);
+    EXPECT_TRUE(graph.HasBadLoop());
+    EXPECT_EQ(graph.GetNode(Net::PointOf('a')), nullptr);
+    const auto seed = graph.GetEdge(&net[0])->GetNodeStart();
+    EXPECT_EQ(seed->Point().x, Net::PointOf('a').x);
+    EXPECT_EQ(seed->GetConnectEdgeNum(), 1);
+}
+
+TEST(PipeSearch, MakesASecondNodeWhereItComesBackToItsFirstPoint) {
+    Net net("a-b b-c c-a");
+    CCheckPipeLineGraph graph = net.Search().front();
+    EXPECT_EQ(graph.GetItemCount(), 6);
+    const auto seed = graph.GetEdge(&net[0])->GetNodeStart();
+    const auto twin = graph.GetNode(Net::PointOf('a'));
+    ASSERT_NE(twin, nullptr);
+    EXPECT_NE(twin, seed);
+    EXPECT_EQ(graph.GetEdge(&net[2])->GetNodeEnd(), twin);
+    EXPECT_EQ(seed->GetConnectEdgeVec(), twin->GetConnectEdgeVec());
+}
+
+TEST(PipeSearch, ReachesAPipeFromItsEndAndCallsThatItsStartNode) {
+    Net net("a-b c-b");
+    CCheckPipeLineGraph graph = net.Search().front();
+    const auto edge = graph.GetEdge(&net[1]);
+    EXPECT_EQ(edge->GetNodeStart()->Point().x, Net::PointOf('b').x);
+    EXPECT_EQ(edge->GetNodeEnd()->Point().x, Net::PointOf('c').x);
+}
+
+TEST(PipeSearch, JoinsAnEndToTheOlderNodeWithinATenth) {
+    Net net;
+    net.Pipe({0.0, 0.0, 0.0}, {1000.0, 0.0, 0.0});
+    net.Pipe({0.0, 0.0, 0.0}, {1000.05, 0.0, 0.0});
+    net.Pipe({1000.05, 0.0, 0.0}, {2000.0, 0.0, 0.0});
+    std::vector<CCheckPipeLineGraph> graphs = net.Search();
+    // The second pipe ends at the first one's node, so the third, which only meets the second, stands alone.
+    ASSERT_EQ(graphs.size(), 2u);
+    const auto shared = graphs[0].GetEdge(&net[0])->GetNodeEnd();
+    EXPECT_EQ(graphs[0].GetEdge(&net[1])->GetNodeEnd(), shared);
+    EXPECT_EQ(shared->GetConnectEdgeNum(), 1);
+    EXPECT_NE(graphs[1].GetEdge(&net[2]), nullptr);
+}
+
+TEST(PipeSearch, PutsARepeatedEntryIntoItsGraphOnce) {
+    Net net("a-b b-c");
+    net.list().push_back(&net[0]);
+    net.list().insert(net.list().begin(), &net[1]);
+    const std::vector<CCheckPipeLineGraph> graphs = net.Search();
+    ASSERT_EQ(graphs.size(), 1u);
+    EXPECT_EQ(graphs.front().GetItemCount(), 4);
+}
+
+TEST(PipeSearch, GivesEmptyGraphsForAPipeThatStartsNowhere) {
+    Net net("a-b");
+    const double nowhere = std::numeric_limits<double>::quiet_NaN();
+    net.Pipe({nowhere, 0.0, 0.0}, {1.0, 0.0, 0.0});
+    // Such a pipe is at no point, so no graph takes it, and the search gives up at its limit.
+    const std::vector<CCheckPipeLineGraph> graphs = net.Search();
+    ASSERT_EQ(graphs.size(), 1000u);
+    EXPECT_TRUE(graphs[0].IsValid());
+    EXPECT_EQ(graphs[1].GetItemCount(), 0);
+}
+
+TEST(PipeSearch, MayBeCopiedAndUsedAgain) {
+    Net net("a-b b-c");
+    CCheckSearchGraph search;
+    std::vector<CCheckPipeLineGraph> graphs;
+    search.SearchGraph(net.list(), graphs);
+    CCheckSearchGraph copy(search);
+    copy = search;
+    copy.SearchGraph(net.list(), graphs);
+    search.SearchGraph(net.list(), graphs);
+    ASSERT_EQ(graphs.size(), 3u);
+    EXPECT_NE(graphs[0].GetEdge(&net[0]), graphs[2].GetEdge(&net[0]));
+}
+
+}  // namespace
+}  // namespace norvex::test

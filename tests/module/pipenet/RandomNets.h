@@ -1,0 +1,97 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <deque>
+#include <memory>
+#include <random>
+#include <vector>
+
+#include "platform/zrow/ZrOwLines.h"
+#include "platform/zrow/ZrOwNodes.h"
+
+namespace norvex::test {
+
+// Entities with the order in which a search gets them.
+struct PipeSet {
+    std::deque<ZrOwPolyLine> pipes;
+    std::deque<ZrOwNode> others;
+    std::vector<ZrOwEntity*> list;
+};
+
+// Small drawings full of what is rare on a floor: ends 0.05 and 0.1 apart, ends within the host's tolerance, pipes
+// shorter than 0.1, pipes of no length, pipes drawn twice, entries repeated, entries that are no pipes, clusters where
+// near is not transitive, lengths that agree or nearly agree, loops of all kinds.
+class RandomNets {
+  public:
+    explicit RandomNets(std::uint64_t seed) : m_random(seed) {}
+
+    std::unique_ptr<PipeSet> Next() {
+        auto set = std::make_unique<PipeSet>();
+        m_wildness = Below(4);
+        m_places = 2 + Below(7);
+        const int pipes = 1 + Below(Below(5) == 0 ? 24 : 12);
+        for (int pipe = 0; pipe < pipes; ++pipe) {
+            AddPipe(*set);
+        }
+        if (Below(2) == 0) {
+            std::shuffle(set->list.begin(), set->list.end(), m_random);
+        }
+        return set;
+    }
+
+    int Below(int limit) { return static_cast<int>(m_random() % static_cast<std::uint64_t>(limit)); }
+
+    // A point at or near one of a few places.
+    AcGePoint3d Point() {
+        const int place = Below(m_places);
+        // Places lie on both sides of the origin, some of them across the borders of the index's cells.
+        AcGePoint3d point(7.3 * (place % 3) - 7.3, 3.7 * (place / 3), place % 5 == 4 ? 2.5 : 0.0);
+        if (m_wildness == 0 || Below(8) >= m_wildness) {
+            return point;
+        }
+        static constexpr double kOffsets[] = {0.05, -0.05, 0.1, 0.06, 0.12, 0.099, 0.1000001, 5e-11, 2e-10, 0.03};
+        const double offset = kOffsets[Below(10)];
+        (Below(3) == 0 ? point.y : point.x) += offset;
+        return point;
+    }
+
+  private:
+    void AddPipe(PipeSet& set) {
+        const int kind = Below(16);
+        if (kind == 0 && !set.list.empty()) {
+            set.list.push_back(set.list[static_cast<std::size_t>(Below(static_cast<int>(set.list.size())))]);
+            return;
+        }
+        if (kind == 1 && m_wildness > 1) {
+            set.list.push_back(Below(2) == 0 ? nullptr : &set.others.emplace_back(Point()));
+            return;
+        }
+        AcGePoint3d start = Point();
+        AcGePoint3d end = Point();
+        if (kind == 2 && !set.pipes.empty()) {
+            const ZrOwPolyLine& again = set.pipes[static_cast<std::size_t>(Below(static_cast<int>(set.pipes.size())))];
+            start = again.GetStartPoint();
+            end = again.GetEndPoint();
+        }
+        if (kind == 3 && m_wildness > 0) {
+            end = start;
+            end.x += Below(2) == 0 ? 0.0 : 0.02 * Below(7);
+        }
+        ZrOwPolyLine& pipe = set.pipes.emplace_back(start, end);
+        if (Below(2) == 0) {
+            std::swap(start, end);
+            pipe.SetPoints(start, end);
+        }
+        if (Below(4) == 0) {
+            static constexpr double kLengths[] = {5.0, 5.0009, 5.001, 5.002, -5.0, 0.0};
+            pipe.SetLength(kLengths[Below(6)]);
+        }
+        set.list.push_back(&pipe);
+    }
+
+    std::mt19937_64 m_random;
+    int m_places = 2;
+    int m_wildness = 0;
+};
+
+}  // namespace norvex::test

@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <gtest/gtest.h>
+
+#include "Compare.h"
+#include "HandBuilt.h"
+
+namespace norvex::test {
+namespace {
+
+// Sets the host's point tolerance for a scope.
+class PointTolerance {
+  public:
+    explicit PointTolerance(double value) : m_before(AcGeContext::gTol.equalPoint()) {
+        AcGeContext::gTol.setEqualPoint(value);
+    }
+    ~PointTolerance() { AcGeContext::gTol.setEqualPoint(m_before); }
+
+  private:
+    double m_before;
+};
+
+void ExpectSameSearches(std::uint64_t seed, int drawings) {
+    RandomNets nets(seed);
+    for (int number = 0; number < drawings; ++number) {
+        const std::unique_ptr<PipeSet> set = nets.Next();
+        const std::string difference = CompareSearches(*set);
+        ASSERT_EQ(difference, "") << "seed " << seed << ", drawing " << number << "\n" << Describe(*set);
+    }
+}
+
+TEST(RandomNets, GiveTheSameGraphsAndLoopsAsThePlainForm) {
+    ExpectSameSearches(1, 120000);
+}
+
+TEST(RandomNets, GiveTheSameGraphsAndLoopsUnderOtherHostTolerances) {
+    for (const double tolerance : {0.0, 1e-4, 0.05, 0.07, 0.1, 0.2, 3.0, 1e30}) {
+        SCOPED_TRACE(tolerance);
+        const PointTolerance scope(tolerance);
+        ExpectSameSearches(2, 4000);
+    }
+}
+
+TEST(RandomNets, GiveTheSameLoopsWhenBuiltAndChangedByHand) {
+    RandomNets nets(3);
+    for (int number = 0; number < 100000; ++number) {
+        HandBuilt built(nets);
+        const std::string difference = built.Compare();
+        ASSERT_EQ(difference, "") << "graph " << number << "\n" << built.Describe();
+    }
+}
+
+}  // namespace
+}  // namespace norvex::test
