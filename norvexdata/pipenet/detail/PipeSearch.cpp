@@ -12,8 +12,6 @@
 namespace norvex::pipenet {
 namespace {
 
-// Entities ahead of the one being read that are asked for early: enough to cover a memory access.
-constexpr std::size_t kReadAhead = 16;
 // Pipes whose ends are placed together, so that the memory of all their places is on its way at once.
 constexpr std::size_t kBatch = 16;
 
@@ -28,6 +26,9 @@ bool SameBits(const AcGePoint3d& left, const AcGePoint3d& right) {
 }
 
 void ReadEarly(const ZrOwEntity* entity) {
+    if (entity == nullptr) {
+        return;
+    }
     // An entity spans about three cache lines; its class stands in the first, its points in the last.
     const char* start = reinterpret_cast<const char*>(entity);
     __builtin_prefetch(start);
