@@ -3,11 +3,13 @@
 
 #include <string>
 
+#include "norvexdata/state/NorvexRule.h"
 #include "norvexdata/state/Records.h"
 
 // The check service, as rule modules and the module see it. The three trust operations come first, in this order; what
-// follows is the service's own. Called on the check thread. The module borrows the pointer and never deletes it, so
-// there is no virtual destructor to take a slot.
+// follows is the service's own. Operations are only ever added at the end, and kNorvexRuleApiVersion grows with them.
+// Called on the check thread. The module borrows the pointer and never deletes it, so there is no virtual destructor to
+// take a slot.
 class INorvexService {
   public:
     // How much of a rule is trusted. The two narrow texts identify the rule.
@@ -18,6 +20,17 @@ class INorvexService {
                                CZRArray<NS_NORVEX::ComponentInfo>*& records) = 0;
     // Whether the finding with this feature code is trusted.
     virtual bool IsErrorTrusted(const std::string& featureCode) = 0;
+
+    // Makes a rule known; called while its module handles kInitAppMsg. The rule stays the module's and must live as
+    // long as the process. Errors: a rule without a name, or with the name of another one, makes the service refuse the
+    // whole module.
+    virtual void RegisterRule(INorvexRule* rule) = 0;
+    // Takes over one finding of the rule that is running. Reporting does not count: the caller does that with
+    // CNorvexData::AddCheckResultCount.
+    virtual void ReportFinding(const NS_NORVEX::Finding& finding) = 0;
+    // Says how far the running rule has come, done out of total. Returns false when the run was cancelled: the rule
+    // then ends soon. Cheap enough to be called for every entity.
+    virtual bool ReportProgress(int done, int total) = 0;
 
   protected:
     INorvexService() = default;

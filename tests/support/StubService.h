@@ -39,12 +39,18 @@ class StubService : public INorvexService {
         questions.push_back("error " + featureCode);
         return trustedErrors.count(featureCode) != 0;
     }
+    void RegisterRule(INorvexRule* rule) override { rules.push_back(rule); }
+    void ReportFinding(const NS_NORVEX::Finding& finding) override { findings.push_back(finding); }
+    bool ReportProgress(int, int) override { return !cancelled; }
 
     NS_NORVEX::TrustStatus status = NS_NORVEX::eTrustNone;
     bool hasRecords = true;
     CZRArray<NS_NORVEX::ComponentInfo> trusted;
     std::set<std::string> trustedErrors;
     std::vector<std::string> questions;
+    std::vector<INorvexRule*> rules;
+    std::vector<NS_NORVEX::Finding> findings;
+    bool cancelled = false;
 };
 
 }  // namespace norvex::test
