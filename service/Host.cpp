@@ -1,0 +1,196 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "service/Host.h"
+
+#include <dlfcn.h>
+
+#include <fmt/format.h>
+#include <algorithm>
+
+#include "norvexdata/state/NorvexData.h"
+#include "norvexdata/state/NorvexRule.h"
+#include "platform/text/Utf8.h"
+#include "service/Words.h"
+
+namespace norvex::service {
+namespace {
+
+constexpr const char* kModuleName = "NorvexData.arx";
+constexpr const char* kRuleFolder = "Norvex";
+constexpr const char* kRuleExtension = ".arx";
+
+using RuleApiVersionFunction = int (*)();
+// CNorvexData::GetNorvexService() as the loader knows it.
+constexpr const char* kGetServiceSymbol = "_ZN11CNorvexData16GetNorvexServiceEv";
+
+RuleRecord RecordOf(const NS_NORVEX::RuleInfo& info, const Module& module) {
+    RuleRecord record{.name = text::ToUtf8(info.strName),
+                      .shortName = text::ToUtf8(info.strShortName),
+                      .title = text::ToUtf8(info.strTitle),
+                      .category = text::ToUtf8(info.strCategory),
+                      .version = text::ToUtf8(info.strVersion),
+                      .module = module.Name(),
+                      .specialties = {}};
+    for (const CString& specialty : info.vecSpecialties) {
+        record.specialties.push_back(text::ToUtf8(specialty));
+    }
+    return record;
+}
+
+// Rule modules in a folder, by file name. Errors: the system's words in error.
+std::vector<std::filesystem::path> RuleFiles(const std::filesystem::path& folder, std::error_code& error) {
+    std::vector<std::filesystem::path> files;
+    for (std::filesystem::directory_iterator entry(folder, error), end; !error && entry != end;
+         entry.increment(error)) {
+        if (EqualsIgnoringCase(entry->path().extension().string(), kRuleExtension)) {
+            files.push_back(entry->path());
+        }
+    }
+    std::sort(files.begin(), files.end());
+    return files;
+}
+
+}  // namespace
+
+bool LoadedRule::AppliesTo(const std::string& specialty) const {
+    return record.specialties.empty() ||
+           std::find(record.specialties.begin(), record.specialties.end(), specialty) != record.specialties.end();
+}
+
+std::filesystem::path ApplicationFolder() {
+    Dl_info info{};
+    if (dladdr(reinterpret_cast<void*>(&CNorvexData::GetNorvexService), &info) == 0 || info.dli_fname == nullptr) {
+        return {};
+    }
+    return std::filesystem::absolute(info.dli_fname).lexically_normal().parent_path();
+}
+
+Host::Host(TrustStore& trust) : m_service(trust) {
+}
+
+Host::~Host() {
+    Broadcast(AcRx::kQuitMsg);
+    for (auto module = m_modules.rbegin(); module != m_modules.rend(); ++module) {
+        module->Send(AcRx::kUnloadAppMsg);
+    }
+    if (CNorvexData::GetNorvexService() == &m_service) {
+        CNorvexData::SetNorvexService(nullptr);
+    }
+}
+
+std::optional<std::string> Host::Start(const std::filesystem::path& applicationFolder) {
+    m_folder = applicationFolder;
+    const std::filesystem::path file = m_folder / kModuleName;
+    std::string error;
+    const std::optional<Module> module = Module::Load(file, error);
+    if (!module) {
+        return fmt::format("{} cannot be loaded: {}.", file.string(), error);
+    }
+    // A second copy would have a second state: the loaded function must be the very one that is linked.
+    if (module->OwnSymbol(kGetServiceSymbol) != reinterpret_cast<void*>(&CNorvexData::GetNorvexService)) {
+        return fmt::format("{} is not the module that this program runs on; the installation mixes two of them.",
+                           file.string());
+    }
+    CNorvexData::SetNorvexService(&m_service);
+    if (module->Send(AcRx::kInitAppMsg) != AcRx::kRetOK) {
+        return fmt::format("{} refused to start.", file.string());
+    }
+    m_modules.push_back(*module);
+    return std::nullopt;
+}
+
+void Host::LoadRules() {
+    const std::filesystem::path folder = m_folder / kRuleFolder;
+    std::error_code error;
+    const std::vector<std::filesystem::path> files = RuleFiles(folder, error);
+    if (error) {
+        m_loadFailures.push_back(
+            fmt::format("The folder of rule modules {} cannot be read: {}.", folder.string(), error.message()));
+        return;
+    }
+    if (files.empty()) {
+        m_loadFailures.push_back(fmt::format("The folder {} holds no rule module.", folder.string()));
+    }
+    for (const std::filesystem::path& file : files) {
+        LoadRuleModule(file);
+    }
+    std::sort(m_rules.begin(), m_rules.end(),
+              [](const LoadedRule& left, const LoadedRule& right) { return left.record.name < right.record.name; });
+}
+
+void Host::LoadRuleModule(const std::filesystem::path& file) {
+    std::string error;
+    const std::optional<Module> module = Module::Load(file, error);
+    if (module) {
+        error = InitialiseRuleModule(*module);
+    }
+    if (!error.empty()) {
+        m_loadFailures.push_back(fmt::format("Rule module {} cannot be used: {}.", file.filename().string(), error));
+        return;
+    }
+    m_modules.push_back(*module);
+}
+
+// Returns why the module cannot be used; empty when it can.
+std::string Host::InitialiseRuleModule(const Module& module) {
+    const auto version = reinterpret_cast<RuleApiVersionFunction>(module.OwnSymbol("norvexGetRuleApiVersion"));
+    if (version == nullptr) {
+        return "it holds no rule: it does not export norvexGetRuleApiVersion";
+    }
+    if (version() != kNorvexRuleApiVersion) {
+        return fmt::format("it was built for version {} of the rule interface, and this program has version {}",
+                           version(), kNorvexRuleApiVersion);
+    }
+    m_service.TakeRegistered();
+    if (module.Send(AcRx::kInitAppMsg) != AcRx::kRetOK) {
+        return "it refused to start";
+    }
+    std::string error;
+    if (!TakeRules(module, error)) {
+        module.Send(AcRx::kUnloadAppMsg);
+    }
+    return error;
+}
+
+// All rules of a module or none. Errors: false, and error says why.
+bool Host::TakeRules(const Module& module, std::string& error) {
+    std::vector<LoadedRule> taken;
+    for (INorvexRule* rule : m_service.TakeRegistered()) {
+        taken.push_back({rule, RecordOf(rule->GetInfo(), module)});
+        const std::string& name = taken.back().record.name;
+        const auto isNamesake = [&](const LoadedRule& other) { return other.record.name == name; };
+        if (name.empty()) {
+            error = "it registers a rule without a name";
+        } else if (const auto other = std::find_if(m_rules.begin(), m_rules.end(), isNamesake);
+                   other != m_rules.end()) {
+            error = fmt::format("its rule {} is already there from {}", name, other->record.module);
+        } else if (std::count_if(taken.begin(), taken.end(), isNamesake) > 1) {
+            error = fmt::format("it registers the rule {} twice", name);
+        }
+    }
+    if (taken.empty()) {
+        error = "it registers no rule";
+    }
+    if (!error.empty()) {
+        return false;
+    }
+    m_rules.insert(m_rules.end(), taken.begin(), taken.end());
+    return true;
+}
+
+void Host::OpenDrawing(AcDbDatabase& drawing) {
+    acdbHostApplicationServices()->setWorkingDatabase(&drawing);
+    Broadcast(AcRx::kLoadDwgMsg);
+}
+
+void Host::CloseDrawing() {
+    Broadcast(AcRx::kUnloadDwgMsg);
+    acdbHostApplicationServices()->setWorkingDatabase(nullptr);
+}
+
+void Host::Broadcast(AcRx::AppMsgCode message) const {
+    for (const Module& module : m_modules) {
+        module.Send(message);
+    }
+}
+
+}  // namespace norvex::service

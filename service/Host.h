@@ -1,0 +1,69 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/arx/AcDbDatabase.h"
+#include "service/CheckService.h"
+#include "service/Module.h"
+#include "service/RunReport.h"
+
+namespace norvex::service {
+
+// A rule with what the run needs to know of it besides.
+struct LoadedRule {
+    INorvexRule* rule = nullptr;  // lives as long as the process
+    RuleRecord record;
+
+    // Whether the rule has something to say about a specialty.
+    bool AppliesTo(const std::string& specialty) const;
+};
+
+// The application folder of the running program: where the linked NorvexData.arx lies, with the rule modules in its
+// subfolder Norvex.
+std::filesystem::path ApplicationFolder();
+
+// Plays the CAD host: loads NorvexData.arx and the rule modules, tells them about drawings, and ends them. One at a
+// time in a process. All of it on one thread.
+class Host {
+  public:
+    explicit Host(TrustStore& trust);
+    Host(const Host&) = delete;
+    Host& operator=(const Host&) = delete;
+    ~Host();
+
+    // Loads the module and makes the check service known to it. Returns a sentence when that is not possible; nothing
+    // else may be called then.
+    std::optional<std::string> Start(const std::filesystem::path& applicationFolder);
+
+    // Loads every *.Arx in the application folder's Norvex, in the order of the file names. One that cannot be loaded
+    // is left out and named in LoadFailures().
+    void LoadRules();
+
+    // By name.
+    const std::vector<LoadedRule>& Rules() const { return m_rules; }
+    // One sentence for each rule module, or the folder of them, that could not be used.
+    const std::vector<std::string>& LoadFailures() const { return m_loadFailures; }
+    CheckService& Service() { return m_service; }
+
+    // Makes a drawing the working database and tells the modules; CloseDrawing takes it back.
+    void OpenDrawing(AcDbDatabase& drawing);
+    void CloseDrawing();
+
+  private:
+    void LoadRuleModule(const std::filesystem::path& file);
+    std::string InitialiseRuleModule(const Module& module);
+    bool TakeRules(const Module& module, std::string& error);
+    void Broadcast(AcRx::AppMsgCode message) const;
+
+    CheckService m_service;
+    std::filesystem::path m_folder;
+    std::vector<Module> m_modules;  // NorvexData.arx first
+    std::vector<LoadedRule> m_rules;
+    std::vector<std::string> m_loadFailures;
+};
+
+}  // namespace norvex::service

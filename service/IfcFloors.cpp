@@ -1,0 +1,89 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "service/IfcFloors.h"
+
+#include <algorithm>
+#include <fmt/format.h>
+#include <set>
+
+#include "platform/text/Utf8.h"
+#include "service/Sha256.h"
+
+namespace norvex::service {
+namespace {
+
+constexpr const char* kNoStoreyName = "(no storey)";
+
+CString PathOf(const ifc::Element& element) {
+    return text::FromUtf8(
+        fmt::format("{}\\{}\\{}\\{}", element.specialty, element.category, element.subCategory, element.detailName));
+}
+
+}  // namespace
+
+IfcFloors::IfcFloors(const ifc::BuildingModel& model) : m_model(model) {
+    for (std::uint32_t i = 0; i < model.storeys.size(); ++i) {
+        AddFloor(std::string(model.storeys[i].name), i);
+        m_floors.back().elevation = model.storeys[i].elevation;
+    }
+    if (model.counts.withoutStorey > 0) {
+        AddFloor(kNoStoreyName, ifc::kNoIndex);
+        m_floors.back().withoutStorey = true;
+    }
+    std::set<CString> paths;
+    for (const ifc::Element& element : model.elements) {
+        paths.insert(PathOf(element));
+    }
+    m_paths.assign(paths.begin(), paths.end());
+}
+
+void IfcFloors::AddFloor(const std::string& name, std::uint32_t storey) {
+    FloorRecord floor;
+    floor.name = UniqueName(name);
+    for (const ifc::Element& element : m_model.elements) {
+        if (element.storey == storey) {
+            ++floor.elements;
+            floor.withoutPlace += element.placed ? 0 : 1;
+        }
+    }
+    m_floors.push_back(std::move(floor));
+    m_storeys.push_back(storey);
+}
+
+AcDbDatabase& IfcFloors::Open(std::size_t floor) {
+    m_drawing = ifc::DrawFloor(m_model, m_storeys[floor]);
+    return *m_drawing.database;
+}
+
+std::string IfcFloors::UniqueName(const std::string& name) const {
+    const auto isTaken = [&](const std::string& wanted) {
+        return std::any_of(m_floors.begin(), m_floors.end(),
+                           [&](const FloorRecord& floor) { return floor.name == wanted; });
+    };
+    std::string unique = name;
+    for (int number = 2; isTaken(unique); ++number) {
+        unique = fmt::format("{} ({})", name, number);
+    }
+    return unique;
+}
+
+ModelRecord RecordOf(const ifc::BuildingModel& model, const std::string& path) {
+    ModelRecord record{.path = path,
+                       .sha256 = Sha256OfFile(path).value_or(""),
+                       .schema = model.schema,
+                       .project = model.projectName,
+                       .lengthUnit = model.lengthUnit,
+                       .lostInstances = model.counts.lostInstances,
+                       .elements = model.elements.size(),
+                       .elementsWithoutStorey = model.counts.withoutStorey,
+                       .segmentsWithoutEnds = model.counts.segmentsWithoutEnds,
+                       .noticeCount = model.counts.notes + model.counts.warnings + model.counts.errors,
+                       .notices = {}};
+    for (const ifc::Diagnostic& diagnostic : model.diagnostics) {
+        record.notices.push_back({std::string(ifc::SeverityName(diagnostic.severity)),
+                                  std::string(ifc::DiagnosticCodeName(diagnostic.code)), diagnostic.line,
+                                  diagnostic.offset, diagnostic.sentence});
+    }
+    return record;
+}
+
+}  // namespace norvex::service

@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "ifc/BuildingModel.h"
+#include "ifc/drawing/FloorDrawing.h"
+#include "service/FloorSource.h"
+
+namespace norvex::service {
+
+// The storeys of a model as floors, from below, those without elements included; what lies on no storey comes last, as
+// a floor of its own. Storeys of one name are told apart by a number in brackets. Keeps one floor drawn at a time. The
+// model must live as long.
+class IfcFloors final : public FloorSource {
+  public:
+    explicit IfcFloors(const ifc::BuildingModel& model);
+
+    const std::vector<FloorRecord>& Floors() const override { return m_floors; }
+    const std::vector<CString>& Paths() const override { return m_paths; }
+    AcDbDatabase& Open(std::size_t floor) override;
+
+  private:
+    void AddFloor(const std::string& name, std::uint32_t storey);
+    std::string UniqueName(const std::string& name) const;
+
+    const ifc::BuildingModel& m_model;
+    std::vector<FloorRecord> m_floors;
+    std::vector<std::uint32_t> m_storeys;  // of each floor; ifc::kNoIndex for the one without a storey
+    std::vector<CString> m_paths;
+    ifc::FloorDrawing m_drawing;
+};
+
+// What a report says about a model. Reads the file at path again for its digest, which stays empty when that fails.
+ModelRecord RecordOf(const ifc::BuildingModel& model, const std::string& path);
+
+}  // namespace norvex::service

@@ -1,0 +1,135 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+// What a check run was about and what came of it: plain values for whoever shows or stores them. All text is UTF-8 and
+// stands as the model has it, control characters included; lengths are millimetres.
+
+namespace norvex::service {
+
+// From the gravest to the mildest, so that "at least" is a comparison.
+enum class Severity : std::uint8_t { Confirmed, Suspected, Remind };
+
+enum class Outcome : std::uint8_t {
+    Passed,         // looked at something; nothing confirmed or suspected
+    Failed,         // at least one confirmed or suspected finding that is not trusted
+    NotApplicable,  // there was nothing for the rule to look at
+    Skipped,        // the rule is trusted as a whole; nothing was looked at
+    Crashed,        // the rule could not finish
+    Cancelled,      // the run was cancelled before the rule could finish or begin
+};
+
+struct Place {
+    double x = 0.0;
+    double y = 0.0;
+    double z = 0.0;
+};
+
+struct FoundObject {
+    std::string handle;
+    std::string globalId;
+    std::string name;
+};
+
+struct FindingRecord {
+    std::size_t number = 0;  // from 1, in the order of the report
+    std::string rule;
+    std::string floor;
+    std::string specialty;
+    std::string category;
+    std::string subCategory;
+    Severity severity = Severity::Confirmed;
+    std::string sentence;
+    std::string location;
+    std::string featureCode;
+    std::vector<FoundObject> objects;
+    std::optional<Place> place;
+    bool trusted = false;
+};
+
+// One rule's look at one floor and specialty.
+struct TaskRecord {
+    std::string rule;
+    std::string floor;
+    std::string specialty;
+    Outcome outcome = Outcome::NotApplicable;
+    std::size_t examined = 0;
+    std::size_t notExamined = 0;
+    std::size_t findings = 0;   // trusted ones not included
+    std::size_t reminders = 0;  // of these
+    std::size_t trusted = 0;
+    std::string reason;  // a clause; empty when there is nothing to add
+};
+
+struct RuleRecord {
+    std::string name;
+    std::string shortName;
+    std::string title;
+    std::string category;
+    std::string version;
+    std::string module;                    // file name
+    std::vector<std::string> specialties;  // empty: all
+};
+
+struct FloorRecord {
+    std::string name;
+    std::optional<double> elevation;  // nothing for the floor of what has no storey
+    std::size_t elements = 0;
+    std::size_t withoutPlace = 0;  // of these, elements that are in no drawing, because the model says no place
+    bool withoutStorey = false;
+};
+
+// Something that the reader of the model noticed.
+struct Notice {
+    std::string severity;  // note, warning or error
+    std::string code;
+    std::uint64_t line = 0;  // 0: about the file as a whole
+    std::uint64_t offset = 0;
+    std::string sentence;
+};
+
+struct ModelRecord {
+    std::string path;  // as it was given
+    std::string sha256;
+    std::string schema;
+    std::string project;
+    std::string lengthUnit;
+    std::uint64_t lostInstances = 0;
+    std::size_t elements = 0;
+    std::size_t elementsWithoutStorey = 0;
+    std::size_t segmentsWithoutEnds = 0;
+    std::uint64_t noticeCount = 0;  // those included that were not kept
+    std::vector<Notice> notices;
+};
+
+struct CategoryTotal {
+    std::string category;
+    std::size_t checks = 0;
+    std::size_t confirmed = 0;
+    std::size_t suspected = 0;
+    std::size_t reminders = 0;
+    std::vector<std::pair<std::string, std::size_t>> subCategories;  // by name; only those with findings
+};
+
+struct RunReport {
+    std::string toolVersion;
+    ModelRecord model;
+    std::string projectFolder;
+    // What was checked, in the order in which it was; the same lists for a narrowed run hold less.
+    std::vector<FloorRecord> floors;
+    std::vector<std::string> specialties;
+    std::vector<RuleRecord> rules;
+    bool narrowed = false;
+    std::vector<TaskRecord> tasks;
+    std::vector<FindingRecord> findings;
+    std::vector<CategoryTotal> totals;  // by category name
+    // Why the run cannot vouch for the whole scope: one sentence each. Empty: it can.
+    std::vector<std::string> incomplete;
+};
+
+}  // namespace norvex::service

@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "service/Verdict.h"
+
+#include <fmt/format.h>
+#include <algorithm>
+
+namespace norvex::service {
+
+std::optional<FailOn> FailOnOfName(std::string_view name) {
+    if (name == "confirmed") {
+        return FailOn::Confirmed;
+    }
+    if (name == "suspected") {
+        return FailOn::Suspected;
+    }
+    if (name == "remind") {
+        return FailOn::Remind;
+    }
+    if (name == "never") {
+        return FailOn::Never;
+    }
+    return std::nullopt;
+}
+
+void NoteWhatIsMissing(RunReport& report) {
+    if (report.model.lostInstances > 0) {
+        report.incomplete.push_back(fmt::format("{} of the model could not be read, so they were not checked.",
+                                                report.model.lostInstances == 1
+                                                    ? std::string("1 instance")
+                                                    : fmt::format("{} instances", report.model.lostInstances)));
+    }
+    const auto cancelled = std::count_if(report.tasks.begin(), report.tasks.end(),
+                                         [](const TaskRecord& task) { return task.outcome == Outcome::Cancelled; });
+    if (cancelled > 0) {
+        report.incomplete.push_back(
+            fmt::format("The run was cancelled; {} of {} checks were not done.", cancelled, report.tasks.size()));
+    }
+    const bool didAnything = std::any_of(report.tasks.begin(), report.tasks.end(), [](const TaskRecord& task) {
+        return task.examined > 0 || task.findings > 0 || task.outcome == Outcome::Skipped;
+    });
+    if (!didAnything && cancelled == 0) {
+        report.incomplete.push_back("Nothing was examined: no rule found anything in the model that it is about.");
+    }
+}
+
+Verdict Judge(const RunReport& report, FailOn failOn) {
+    if (!report.incomplete.empty()) {
+        return Verdict::Incomplete;
+    }
+    const bool hasFindings =
+        std::any_of(report.findings.begin(), report.findings.end(), [&](const FindingRecord& finding) {
+            return !finding.trusted && failOn != FailOn::Never &&
+                   static_cast<int>(finding.severity) <= static_cast<int>(failOn);
+        });
+    return hasFindings ? Verdict::Findings : Verdict::Clean;
+}
+
+}  // namespace norvex::service
