@@ -1,0 +1,195 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <algorithm>
+#include <cmath>
+#include <set>
+#include <utility>
+#include <vector>
+
+#include "norvexdata/pipenet/CheckPipeLineGraph.h"
+#include "norvexdata/pipenet/CheckSearchGraph.h"
+#include "platform/zrow/ZrOwLines.h"
+#include "rules/pipe-loop/LoopTable.h"
+#include "sdk/rule/Rule.h"
+
+namespace {
+
+using norvex::pipe_loop::LoopRow;
+using norvex::pipe_loop::LoopTable;
+using norvex::rule::Context;
+using norvex::rule::Found;
+
+// Ends nearer than this are one node of the pipe graph, so a pipe this short has no two ends to join.
+constexpr double kNodeTolerance = 0.1;
+// Two pipes between the same two points whose lengths agree this closely are one pipe drawn twice, as the loop search
+// has it.
+constexpr double kLengthTolerance = 0.001;
+constexpr double kMillimetresPerMetre = 1000.0;
+// Systems that a sentence names before it only counts them.
+constexpr std::size_t kNamedSystems = 3;
+// A search stops after this many networks and leaves the rest of the pipes alone.
+constexpr std::size_t kNetworksOfOneSearch = 1000;
+
+// Splits into pipes with two ends, which go to pipes in their order, and all others, which are counted.
+int TakePipes(const std::vector<ZrOwEntity*>& entities, std::vector<ZrOwEntity*>& pipes) {
+    int others = 0;
+    for (ZrOwEntity* entity : entities) {
+        const ZrOwPolyLine* pipe = ZrOwPolyLine::cast(entity);
+        if (pipe != nullptr && pipe->GetStartPoint().distanceTo(pipe->GetEndPoint()) >= kNodeTolerance) {
+            pipes.push_back(entity);
+        } else {
+            ++others;
+        }
+    }
+    return others;
+}
+
+// A search that comes back to the point where it began may go out over a pipe and close over the same one: that pipe is
+// a spur of the loop and not a part of it. Without it, what is left may be one pipe drawn twice, which is no loop
+// either; empty then.
+std::vector<ZrOwEntity*> WithoutSpurs(std::vector<ZrOwEntity*> loop) {
+    const std::multiset<ZrOwEntity*> listed(loop.begin(), loop.end());
+    std::erase_if(loop, [&](ZrOwEntity* pipe) { return listed.count(pipe) > 1; });
+    const auto lengthOf = [&](std::size_t index) { return std::abs(ZrOwPolyLine::cast(loop[index])->GetLength()); };
+    const bool isOnePipe = loop.size() == 2 && std::abs(lengthOf(0) - lengthOf(1)) < kLengthTolerance;
+    return loop.size() < 2 || isOnePipe ? std::vector<ZrOwEntity*>() : loop;
+}
+
+// The loop as a ring that begins with the smallest handle and goes on to the smaller of its two neighbours, so that
+// equal loops read equally wherever the search met them.
+std::vector<ZrOwEntity*> InFixedOrder(std::vector<ZrOwEntity*> loop) {
+    const auto handleOf = [](const ZrOwEntity* entity) {
+        AcDbHandle handle;
+        entity->getAcDbHandle(handle);
+        return handle;
+    };
+    const auto first = std::min_element(loop.begin(), loop.end(), [&](const ZrOwEntity* left, const ZrOwEntity* right) {
+        return handleOf(left) < handleOf(right);
+    });
+    std::rotate(loop.begin(), first, loop.end());
+    if (loop.size() > 2 && handleOf(loop.back()) < handleOf(loop[1])) {
+        std::reverse(loop.begin() + 1, loop.end());
+    }
+    return loop;
+}
+
+// System name of a pipe: what its system code says behind the specialty; empty when it says nothing.
+CString SystemOf(const ZrOwEntity& pipe) {
+    const CString code = pipe.GetSysCode();
+    const int separator = code.Find(u'\\');
+    return separator < 0 ? CString() : code.Mid(separator + 1);
+}
+
+// "of the system X", "of the systems X, Y and 2 more", or "of no named system".
+CString SystemsClause(const std::vector<ZrOwEntity*>& loop) {
+    std::set<CString> systems;
+    for (const ZrOwEntity* pipe : loop) {
+        systems.insert(SystemOf(*pipe));
+    }
+    systems.erase(CString());
+    if (systems.empty()) {
+        return u"of no named system";
+    }
+    CString clause = systems.size() == 1 ? u"of the system " : u"of the systems ";
+    std::size_t named = 0;
+    for (const CString& system : systems) {
+        if (named == kNamedSystems) {
+            clause.AppendFormat(u" and %u more", static_cast<unsigned>(systems.size() - named));
+            break;
+        }
+        clause += (named == 0 ? u"\"" : u", \"") + system + u"\"";
+        ++named;
+    }
+    return clause;
+}
+
+CString SentenceOf(const std::vector<ZrOwEntity*>& loop, const CString& floor, const CString& advice) {
+    double length = 0.0;
+    for (const ZrOwEntity* pipe : loop) {
+        length += ZrOwPolyLine::cast(pipe)->GetLength();
+    }
+    AcGePoint3d place;
+    norvex::rule::PlaceOf(loop, place);
+    CString sentence;
+    sentence.Format(u"%d pipes %s on floor \"%s\" form a closed loop, %.2f m long, around x %.2f, y %.2f, z %.2f m. %s",
+                    static_cast<int>(loop.size()), SystemsClause(loop), floor, length / kMillimetresPerMetre,
+                    place.x / kMillimetresPerMetre, place.y / kMillimetresPerMetre, place.z / kMillimetresPerMetre,
+                    advice);
+    return sentence;
+}
+
+// Removes from pipes what is in one of the graphs of a search.
+void RemovePlaced(const std::vector<CCheckPipeLineGraph>& graphs, std::vector<ZrOwEntity*>& pipes) {
+    if (graphs.size() < kNetworksOfOneSearch) {
+        pipes.clear();
+        return;
+    }
+    std::erase_if(pipes, [&](ZrOwEntity* entity) {
+        ZrOwPolyLine* pipe = ZrOwPolyLine::cast(entity);
+        return std::any_of(graphs.begin(), graphs.end(),
+                           [&](const CCheckPipeLineGraph& graph) { return graph.GetEdge(pipe) != nullptr; });
+    });
+}
+
+class CCheckPipeLoop final : public norvex::rule::Rule {
+  public:
+    CCheckPipeLoop()
+        : Rule({.strName = u"CCheckPipeLoop",
+                .strShortName = u"pipe-loop",
+                .strTitle = u"Closed loops of pipes",
+                .strCategory = STR_CHECK_MODEL_PLAUSIBILITY,
+                .strVersion = {},
+                .vecSpecialties = {STR_SPEC_WATER, STR_SPEC_FIRE_PROTECTION, STR_SPEC_HVAC}}),
+          m_table(norvex::pipe_loop::BuiltInLoopTable()) {}
+
+  private:
+    void Run(Context& context) override {
+        for (const LoopRow& row : m_table) {
+            if (row.specialty == context.Specialty()) {
+                CheckRow(context, row);
+            }
+        }
+    }
+
+    // What one search leaves out goes into the next one.
+    void CheckRow(Context& context, const LoopRow& row) {
+        std::vector<ZrOwEntity*> pipes;
+        const int others = TakePipes(context.Entities(row.category, row.subCategory), pipes);
+        context.NotExamined(others, u"the model does not say where their two ends are");
+        const int total = static_cast<int>(pipes.size());
+        while (!pipes.empty()) {
+            std::vector<CCheckPipeLineGraph> graphs;
+            CCheckSearchGraph().SearchGraph(pipes, graphs);
+            for (CCheckPipeLineGraph& graph : graphs) {
+                ReportLoops(context, row, graph);
+            }
+            const std::size_t before = pipes.size();
+            RemovePlaced(graphs, pipes);
+            context.Examined(static_cast<int>(before - pipes.size()));
+            if (!context.GoOn(total - static_cast<int>(pipes.size()), total) || pipes.size() == before) {
+                return;
+            }
+        }
+    }
+
+    void ReportLoops(Context& context, const LoopRow& row, CCheckPipeLineGraph& graph) {
+        std::vector<std::vector<ZrOwEntity*>> loops;
+        graph.GetBadLoopVec(loops);
+        for (const std::vector<ZrOwEntity*>& loop : loops) {
+            std::vector<ZrOwEntity*> pipes = WithoutSpurs(loop);
+            if (pipes.empty()) {
+                continue;
+            }
+            pipes = InFixedOrder(std::move(pipes));
+            context.Report({.subCategory = L"管道闭合成环",
+                            .severity = row.severity,
+                            .sentence = SentenceOf(pipes, context.Floor(), row.advice),
+                            .objects = pipes});
+        }
+    }
+
+    LoopTable m_table;
+};
+
+}  // namespace
+
+NORVEX_RULE_MODULE(CCheckPipeLoop)
