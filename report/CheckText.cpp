@@ -1,0 +1,271 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <fmt/format.h>
+#include <algorithm>
+#include <vector>
+
+#include "report/CheckReport.h"
+#include "report/DisplayText.h"
+#include "report/Table.h"
+#include "service/Words.h"
+
+namespace norvex::report {
+namespace {
+
+using service::FindingRecord;
+using service::Outcome;
+using service::RunReport;
+using service::Severity;
+using service::TaskRecord;
+
+// Notices shown before the rest is only counted.
+constexpr std::size_t kShownNotices = 10;
+
+Tone ToneOf(Severity severity) {
+    switch (severity) {
+        case Severity::Confirmed:
+            return Tone::Red;
+        case Severity::Suspected:
+            return Tone::Yellow;
+        case Severity::Remind:
+            return Tone::Cyan;
+    }
+    return Tone::Plain;
+}
+
+Tone ToneOf(Outcome outcome) {
+    switch (outcome) {
+        case Outcome::Passed:
+            return Tone::Green;
+        case Outcome::Failed:
+        case Outcome::Crashed:
+            return Tone::Red;
+        case Outcome::NotApplicable:
+        case Outcome::Skipped:
+        case Outcome::Cancelled:
+            return Tone::Faint;
+    }
+    return Tone::Plain;
+}
+
+std::string SpecialtyLabel(const std::string& specialty) {
+    const std::string_view gloss = service::SpecialtyGloss(specialty);
+    return gloss.empty() ? specialty : fmt::format("{} ({})", specialty, gloss);
+}
+
+std::string ShortNameOf(const RunReport& report, const std::string& rule) {
+    const auto found = std::find_if(report.rules.begin(), report.rules.end(),
+                                    [&](const service::RuleRecord& record) { return record.name == rule; });
+    return found == report.rules.end() || found->shortName.empty() ? rule : found->shortName;
+}
+
+// "1 pipe", "2 pipes".
+std::string Counted(std::size_t count, std::string_view one, std::string_view many) {
+    return fmt::format("{} {}", count, count == 1 ? one : many);
+}
+
+std::string Heading(std::string_view title, const TextStyle& style) {
+    return "\n" + Toned(title, Tone::Strong, style) + "\n";
+}
+
+std::string ModelText(const RunReport& report, const TextStyle& style) {
+    const service::ModelRecord& model = report.model;
+    std::string out = fmt::format("Model    {} ({}, {}): {} on {}\n", Sanitised(model.path), Sanitised(model.schema),
+                                  Sanitised(model.lengthUnit), Counted(model.elements, "element", "elements"),
+                                  Counted(report.floors.size(), "floor", "floors"));
+    out += fmt::format("Project  {}\n", Sanitised(report.projectFolder));
+    if (model.elementsWithoutStorey > 0) {
+        out += fmt::format("{} on no storey; they are a floor of their own.\n",
+                           Counted(model.elementsWithoutStorey, "element stands", "elements stand"));
+    }
+    std::size_t withoutPlace = 0;
+    for (const service::FloorRecord& floor : report.floors) {
+        withoutPlace += floor.withoutPlace;
+    }
+    if (withoutPlace > 0) {
+        out += fmt::format("{} no place in the model; no check saw them.\n",
+                           Counted(withoutPlace, "element has", "elements have"));
+    }
+    std::size_t shown = 0;
+    std::size_t grave = 0;
+    for (const service::Notice& notice : model.notices) {
+        if (notice.severity == "note") {
+            continue;
+        }
+        ++grave;
+        if (shown < kShownNotices) {
+            const std::string place = notice.line == 0 ? "" : fmt::format("line {}: ", notice.line);
+            out += Toned(notice.severity, Tone::Yellow, style) + ": " + place + Sanitised(notice.sentence) + "\n";
+            ++shown;
+        }
+    }
+    if (grave > shown) {
+        out += fmt::format("{} more about the file; norvex inspect lists them.\n",
+                           Counted(grave - shown, "warning", "warnings"));
+    }
+    return out;
+}
+
+std::string FindingsText(const RunReport& report, const TextStyle& style) {
+    Table table({{"#", Table::Align::Right}, {"Severity"}, {"Floor"}, {"Specialty"}, {"Rule"}, {"Finding"}});
+    for (const FindingRecord& finding : report.findings) {
+        const std::string severity = std::string(service::SeverityName(finding.severity));
+        table.AddRow({{std::to_string(finding.number)},
+                      {finding.trusted ? severity + ", trusted" : severity,
+                       finding.trusted ? Tone::Faint : ToneOf(finding.severity)},
+                      {finding.floor},
+                      {SpecialtyLabel(finding.specialty)},
+                      {ShortNameOf(report, finding.rule)},
+                      {finding.sentence}});
+        table.AddNote(finding.location);
+        table.AddNote(finding.featureCode);
+    }
+    const std::string text = table.ToText(style);
+    return text.empty() ? "" : Heading("Findings", style) + text;
+}
+
+// What the tasks of one rule on one floor come to: the gravest outcome, and what each specialty had.
+struct RuleOnFloor {
+    Outcome outcome = Outcome::NotApplicable;
+    std::size_t examined = 0;
+    std::size_t notExamined = 0;
+    std::size_t findings = 0;
+    std::string details;
+};
+
+int Gravity(Outcome outcome) {
+    switch (outcome) {
+        case Outcome::NotApplicable:
+            return 0;
+        case Outcome::Skipped:
+            return 1;
+        case Outcome::Passed:
+            return 2;
+        case Outcome::Failed:
+            return 3;
+        case Outcome::Cancelled:
+            return 4;
+        case Outcome::Crashed:
+            return 5;
+    }
+    return 0;
+}
+
+void Add(const TaskRecord& task, RuleOnFloor& sum) {
+    if (Gravity(task.outcome) > Gravity(sum.outcome)) {
+        sum.outcome = task.outcome;
+    }
+    sum.examined += task.examined;
+    sum.notExamined += task.notExamined;
+    sum.findings += task.findings;
+    std::string detail = SpecialtyLabel(task.specialty);
+    detail += detail.empty() ? "" : " ";
+    detail += service::OutcomeName(task.outcome);
+    if (task.examined > 0) {
+        detail += fmt::format(", {} examined", task.examined);
+    }
+    if (task.notExamined > 0) {
+        detail += fmt::format(", {} not, because {}", task.notExamined, task.reason);
+    } else if (!task.reason.empty() && task.outcome != Outcome::NotApplicable) {
+        detail += ", " + task.reason;
+    } else if (task.specialty.empty()) {
+        detail += ", " + task.reason;
+    }
+    if (task.reminders > 0) {
+        detail += ", " + Counted(task.reminders, "reminder", "reminders");
+    }
+    if (task.trusted > 0) {
+        detail += fmt::format(", {} trusted", task.trusted);
+    }
+    sum.details += (sum.details.empty() ? "" : "; ") + detail;
+}
+
+std::string ExaminedText(const RunReport& report, const TextStyle& style) {
+    Table table({{"Rule"},
+                 {"Floor"},
+                 {"Outcome"},
+                 {"Examined", Table::Align::Right},
+                 {"Findings", Table::Align::Right},
+                 {"By specialty"}});
+    for (const service::RuleRecord& rule : report.rules) {
+        for (const service::FloorRecord& floor : report.floors) {
+            RuleOnFloor sum;
+            for (const TaskRecord& task : report.tasks) {
+                if (task.rule == rule.name && task.floor == floor.name) {
+                    Add(task, sum);
+                }
+            }
+            table.AddRow({{ShortNameOf(report, rule.name)},
+                          {floor.name},
+                          {std::string(service::OutcomeName(sum.outcome)), ToneOf(sum.outcome)},
+                          {std::to_string(sum.examined)},
+                          {std::to_string(sum.findings)},
+                          {sum.details}});
+        }
+    }
+    const std::string text = table.ToText(style);
+    return text.empty() ? "" : Heading("What was examined", style) + text;
+}
+
+std::string TotalsText(const RunReport& report, const TextStyle& style) {
+    Table table({{"Category"},
+                 {"Examined", Table::Align::Right},
+                 {"Confirmed", Table::Align::Right},
+                 {"Suspected", Table::Align::Right},
+                 {"Reminders", Table::Align::Right},
+                 {"Of which"}});
+    for (const service::CategoryTotal& total : report.totals) {
+        std::vector<std::string> kinds;
+        for (const auto& [name, count] : total.subCategories) {
+            kinds.push_back(fmt::format("{} {}", name, count));
+        }
+        table.AddRow({{total.category},
+                      {std::to_string(total.checks)},
+                      {std::to_string(total.confirmed)},
+                      {std::to_string(total.suspected)},
+                      {std::to_string(total.reminders)},
+                      {service::Joined(kinds)}});
+    }
+    const std::string text = table.ToText(style);
+    return text.empty() ? "" : Heading("Totals", style) + text;
+}
+
+// The last line: how many findings of what severity, and out of how much.
+std::string VerdictText(const RunReport& report, const TextStyle& style) {
+    std::size_t bySeverity[3] = {};
+    std::size_t trusted = 0;
+    for (const FindingRecord& finding : report.findings) {
+        ++(finding.trusted ? trusted : bySeverity[static_cast<std::size_t>(finding.severity)]);
+    }
+    std::size_t examined = 0;
+    for (const TaskRecord& task : report.tasks) {
+        examined += task.examined;
+    }
+    const std::size_t all = bySeverity[0] + bySeverity[1] + bySeverity[2];
+    std::string line = all == 0
+                           ? "No findings"
+                           : fmt::format("{}: {} confirmed, {} suspected, {}", Counted(all, "finding", "findings"),
+                                         bySeverity[0], bySeverity[1], Counted(bySeverity[2], "reminder", "reminders"));
+    if (trusted > 0) {
+        line += fmt::format("; {} trusted", trusted);
+    }
+    line +=
+        fmt::format(". {} examined by {} on {}.", Counted(examined, "entity", "entities"),
+                    Counted(report.rules.size(), "rule", "rules"), Counted(report.floors.size(), "floor", "floors"));
+    std::string out = "\n" + Toned(line, Tone::Strong, style) + "\n";
+    for (const std::string& reason : report.incomplete) {
+        out += Toned("Incomplete: ", Tone::Red, style) + Sanitised(reason) + "\n";
+    }
+    return out;
+}
+
+}  // namespace
+
+std::string CheckText(const RunReport& report, const TextStyle& style) {
+    if (style.brief) {
+        return FindingsText(report, style) + VerdictText(report, style);
+    }
+    return ModelText(report, style) + FindingsText(report, style) + ExaminedText(report, style) +
+           TotalsText(report, style) + VerdictText(report, style);
+}
+
+}  // namespace norvex::report
