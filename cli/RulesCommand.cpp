@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <fmt/format.h>
+
+#include "cli/Commands.h"
+#include "cli/ExitCode.h"
+#include "cli/Output.h"
+#include "cli/Terminal.h"
+#include "report/Table.h"
+#include "service/Host.h"
+#include "service/TrustStore.h"
+#include "service/Words.h"
+
+namespace norvex::cli {
+
+int Rules(const RulesOptions& options) {
+    service::NothingTrusted trust;
+    service::Host host(trust);
+    if (const std::optional<std::string> failure = host.Start(service::ApplicationFolder())) {
+        Complain(*failure);
+        return kIncomplete;
+    }
+    host.LoadRules();
+    report::Table table({{"Rule"}, {"Name"}, {"Version"}, {"Module"}, {"Specialties"}, {"What it looks for"}});
+    for (const service::LoadedRule& rule : host.Rules()) {
+        std::vector<std::string> glosses;
+        for (const std::string& specialty : rule.record.specialties) {
+            const std::string_view gloss = service::SpecialtyGloss(specialty);
+            glosses.emplace_back(gloss.empty() ? specialty : gloss);
+        }
+        table.AddRow({{rule.record.shortName, report::Tone::Strong},
+                      {rule.record.name},
+                      {rule.record.version},
+                      {rule.record.module},
+                      {glosses.empty() ? "all" : service::Joined(glosses)},
+                      {rule.record.title}});
+    }
+    const bool delivered = WriteOut(table.ToText(StyleOfOutput(options.noColour)));
+    for (const std::string& failure : host.LoadFailures()) {
+        Complain(failure);
+    }
+    return delivered && host.LoadFailures().empty() ? kClean : kIncomplete;
+}
+
+}  // namespace norvex::cli
