@@ -1,0 +1,240 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <gtest/gtest.h>
+
+#include "norvexdata/entities/GetZrOwEntityPtrVec.h"
+#include "norvexdata/state/NorvexData.h"
+#include "platform/datamng/ZrOwDataMng.h"
+#include "platform/text/CodePage.h"
+#include "tests/service/support/RunFixture.h"
+
+namespace {
+
+using namespace norvex::test;
+using norvex::Drawing;
+using norvex::service::Outcome;
+using norvex::service::RunReport;
+using norvex::service::Severity;
+
+DrawingFloors ThreeFloorsWithWater() {
+    DrawingFloors floors;
+    for (const char* name : {"1F", "2F", "3F"}) {
+        Drawing drawing;
+        drawing.pipe({0, 0, 0}, {1000, 0, 0}, kWaterPipe.c_str());
+        floors.Add(name, std::move(drawing));
+    }
+    return floors;
+}
+
+// Looks at the shared state while a run is under way.
+class StateWatcher : public SilentObserver {
+  public:
+    void OnTask(const norvex::service::TaskRecord& task, std::size_t, std::size_t) override {
+        databases.push_back(acdbHostApplicationServices()->workingDatabase());
+        floors.push_back(task.floor);
+    }
+    void OnTaskEnd(const norvex::service::TaskRecord&, std::size_t, std::size_t) override {
+        rates.push_back(CNorvexData::GetCheckRuleRate());
+    }
+
+    std::vector<AcDbDatabase*> databases;
+    std::vector<std::string> floors;
+    std::vector<int> rates;
+};
+
+TEST(CheckRun, PassesOnlyWhereSomethingWasExamined) {
+    DrawingFloors floors;
+    floors.Add("1F", Drawing());
+    RunReport report = RunShippedRules(floors);
+    for (const auto& task : report.tasks) {
+        EXPECT_EQ(task.outcome, Outcome::NotApplicable) << task.specialty;
+    }
+    norvex::service::NoteWhatIsMissing(report);
+    EXPECT_EQ(norvex::service::Judge(report, norvex::service::FailOn::Suspected), norvex::service::Verdict::Incomplete);
+}
+
+TEST(CheckRun, CountsInTheSharedStateWhatItReports) {
+    Drawing drawing;
+    AddSquare(drawing, kWaterPipe, 0, "a");
+    AddSquare(drawing, kWaterPipe, 5000, "b");
+    AddSquare(drawing, kFirePipe, 10000, "c");
+    DrawingFloors floors;
+    floors.Add("1F", std::move(drawing));
+    const RunReport report = RunShippedRules(floors);
+    EXPECT_EQ(report.findings.size(), 3U);
+    int errors = 0;
+    int checks = 0;
+    CNorvexData::GetCheckResultCount(errors, checks);
+    EXPECT_EQ(errors, 3);
+    EXPECT_EQ(checks, 12);
+    ASSERT_EQ(report.totals.size(), 1U);
+    EXPECT_EQ(report.totals[0].suspected, 2U);
+    EXPECT_EQ(report.totals[0].reminders, 1U);
+    EXPECT_EQ(report.totals[0].checks, 12U);
+    ASSERT_EQ(report.totals[0].subCategories.size(), 1U);
+    EXPECT_EQ(report.totals[0].subCategories[0].second, 3U);
+    EXPECT_TRUE(CNorvexData::s_bCheckFinish);
+    EXPECT_EQ(CNorvexData::s_CheckStateMap.begin()->second.eStatus, 2);
+}
+
+TEST(CheckRun, MakesEachFloorTheWorkingDatabaseInItsTurn) {
+    DrawingFloors floors = ThreeFloorsWithWater();
+    norvex::service::NothingTrusted trust;
+    StateWatcher watcher;
+    const std::atomic<bool> cancel{false};
+    const RunReport report = RunEverything(floors, norvex::service::ApplicationFolder(), trust, watcher, cancel);
+    ASSERT_EQ(watcher.databases.size(), report.tasks.size());
+    for (std::size_t i = 0; i < watcher.databases.size(); ++i) {
+        const std::size_t floor = watcher.floors[i] == "1F" ? 0 : watcher.floors[i] == "2F" ? 1 : 2;
+        EXPECT_EQ(watcher.databases[i], &floors.Open(floor));
+    }
+    EXPECT_EQ(acdbHostApplicationServices()->workingDatabase(), nullptr);
+    for (const std::size_t floor : {0U, 1U, 2U}) {
+        EXPECT_EQ(floors.Open(floor).openCount(), 0);
+    }
+}
+
+TEST(CheckRun, ProgressRisesToAHundredAndNoFurther) {
+    DrawingFloors floors = ThreeFloorsWithWater();
+    norvex::service::NothingTrusted trust;
+    StateWatcher watcher;
+    const std::atomic<bool> cancel{false};
+    RunEverything(floors, norvex::service::ApplicationFolder(), trust, watcher, cancel);
+    ASSERT_FALSE(watcher.rates.empty());
+    EXPECT_TRUE(std::is_sorted(watcher.rates.begin(), watcher.rates.end()));
+    EXPECT_EQ(watcher.rates.back(), 100);
+}
+
+TEST(CheckRun, DropsTheCollectionOfEachFloor) {
+    DrawingFloors floors;
+    Drawing first;
+    first.pipe({0, 0, 0}, {1000, 0, 0}, kWaterPipe.c_str());
+    Drawing second;
+    AddSquare(second, kWaterPipe, 0, "b");
+    floors.Add("1F", std::move(first)).Add("2F", std::move(second));
+    const RunReport report = RunShippedRules(floors);
+    EXPECT_EQ(TaskOf(report, "CCheckPipeLoop", "1F", "给排水").examined, 1U);
+    EXPECT_EQ(TaskOf(report, "CCheckPipeLoop", "2F", "给排水").examined, 4U);
+    EXPECT_EQ(CGetZrOwEntityPtrVec::s_cInstance, nullptr);
+}
+
+TEST(CheckRun, SelectsNamesThatTheCodePageCannotHold) {
+    DrawingFloors floors;
+    Drawing drawing;
+    drawing.pipe({0, 0, 0}, {1000, 0, 0}, "给排水\\管线\\Wärmeöl\\DN50");
+    floors.Add("1F", std::move(drawing));
+    RunShippedRules(floors);
+    EXPECT_EQ(CNorvexData::s_strSmallMemMap[L"管线"].count(L"Wärmeöl"), 1U);
+}
+
+TEST(CheckRun, TellsTheProjectWhatTheModelHolds) {
+    DrawingFloors floors = ThreeFloorsWithWater();
+    RunShippedRules(floors);
+    EXPECT_EQ(ZrOwDataMng::CProj::GetPrjDir(), u"\\tmp\\project");
+    ZrOwDataMng::SpecId water = 0;
+    EXPECT_TRUE(ZrOwDataMng::SpecNameToId(L"给排水", water));
+}
+
+TEST(CheckRun, GoesOnAfterARuleThatThrows) {
+    ApplicationFolderCopy application;
+    application.With(TestModule("ThrowingRule")).With(ShippedRule("CheckPipeLoop"));
+    DrawingFloors floors = ThreeFloorsWithWater();
+    const RunReport report = RunEverything(floors, application.Path());
+    const auto crashed = TaskOf(report, "CCheckThrowing", "2F", "给排水");
+    EXPECT_EQ(crashed.outcome, Outcome::Crashed);
+    EXPECT_EQ(crashed.reason, "no such table");
+    EXPECT_EQ(TaskOf(report, "CCheckThrowing", "3F", "给排水").outcome, Outcome::Passed);
+    EXPECT_EQ(TaskOf(report, "CCheckPipeLoop", "2F", "给排水").outcome, Outcome::Passed);
+    ASSERT_EQ(report.incomplete.size(), 1U);
+    EXPECT_NE(report.incomplete[0].find("CCheckThrowing"), std::string::npos);
+    EXPECT_NE(report.incomplete[0].find("2F"), std::string::npos);
+}
+
+// Cancels as soon as the rule says how far it is.
+class Canceller : public SilentObserver {
+  public:
+    explicit Canceller(std::atomic<bool>& flag) : m_flag(flag) {}
+    void OnTaskProgress(int) override { m_flag = true; }
+
+  private:
+    std::atomic<bool>& m_flag;
+};
+
+TEST(CheckRun, KeepsWhatWasFoundWhenItIsCancelled) {
+    ApplicationFolderCopy application;
+    application.With(TestModule("EndlessRule"));
+    DrawingFloors floors = ThreeFloorsWithWater();
+    norvex::service::NothingTrusted trust;
+    std::atomic<bool> cancel{false};
+    Canceller canceller(cancel);
+    RunReport report = RunEverything(floors, application.Path(), trust, canceller, cancel);
+    ASSERT_EQ(report.findings.size(), 1U);
+    EXPECT_EQ(report.findings[0].severity, Severity::Confirmed);
+    for (const auto& task : report.tasks) {
+        EXPECT_EQ(task.outcome, Outcome::Cancelled);
+    }
+    norvex::service::NoteWhatIsMissing(report);
+    EXPECT_EQ(norvex::service::Judge(report, norvex::service::FailOn::Never), norvex::service::Verdict::Incomplete);
+}
+
+// Trusts what a test says.
+class GivenTrust final : public norvex::service::TrustStore {
+  public:
+    NS_NORVEX::TrustStatus StatusOf(const std::string& rule, const std::string&) override {
+        return rule == wholeRule  ? NS_NORVEX::eTrustAll
+               : floors.isEmpty() ? NS_NORVEX::eTrustNone
+                                  : NS_NORVEX::eTrustPart;
+    }
+    CZRArray<NS_NORVEX::ComponentInfo>& FloorsOf(const std::string&, const std::string&) override { return floors; }
+    bool IsFindingTrusted(const std::string& code) override { return code == finding; }
+
+    std::string wholeRule;
+    CZRArray<NS_NORVEX::ComponentInfo> floors;
+    std::string finding;
+};
+
+RunReport RunWithTrust(GivenTrust& trust) {
+    Drawing drawing;
+    AddSquare(drawing, kWaterPipe, 0, "a");
+    DrawingFloors floors;
+    floors.Add("1F", std::move(drawing));
+    SilentObserver observer;
+    const std::atomic<bool> cancel{false};
+    return RunEverything(floors, norvex::service::ApplicationFolder(), trust, observer, cancel);
+}
+
+TEST(CheckRun, SkipsARuleThatIsTrustedAsAWhole) {
+    GivenTrust trust;
+    trust.wholeRule = "CCheckPipeLoop";
+    const RunReport report = RunWithTrust(trust);
+    EXPECT_TRUE(report.findings.empty());
+    EXPECT_EQ(TaskOf(report, "CCheckPipeLoop", "1F", "给排水").outcome, Outcome::Skipped);
+}
+
+TEST(CheckRun, LeavesOutASubCategoryThatIsTrustedOnTheFloor) {
+    GivenTrust trust;
+    NS_NORVEX::ComponentInfo floor{"1F", {}};
+    floor.aryItems.append(norvex::text::WideToNarrow(L"管道"));
+    trust.floors.append(floor);
+    const RunReport report = RunWithTrust(trust);
+    EXPECT_TRUE(report.findings.empty());
+    EXPECT_EQ(TaskOf(report, "CCheckPipeLoop", "1F", "给排水").outcome, Outcome::NotApplicable);
+}
+
+TEST(CheckRun, ShowsATrustedFindingWithoutCountingIt) {
+    GivenTrust nothing;
+    const RunReport before = RunWithTrust(nothing);
+    ASSERT_EQ(before.findings.size(), 1U);
+    GivenTrust trust;
+    trust.finding = before.findings[0].featureCode;
+    RunReport report = RunWithTrust(trust);
+    ASSERT_EQ(report.findings.size(), 1U);
+    EXPECT_TRUE(report.findings[0].trusted);
+    const auto task = TaskOf(report, "CCheckPipeLoop", "1F", "给排水");
+    EXPECT_EQ(task.outcome, Outcome::Passed);
+    EXPECT_EQ(task.trusted, 1U);
+    EXPECT_EQ(report.totals[0].suspected, 0U);
+    norvex::service::NoteWhatIsMissing(report);
+    EXPECT_EQ(norvex::service::Judge(report, norvex::service::FailOn::Remind), norvex::service::Verdict::Clean);
+}
+
+}  // namespace

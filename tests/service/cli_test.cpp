@@ -1,0 +1,359 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <gtest/gtest.h>
+
+#include <sys/resource.h>
+
+#include <csignal>
+#include <nlohmann/json.hpp>
+
+#include "support/Process.h"
+#include "support/SharedData.h"
+#include "tests/service/support/PipeModel.h"
+
+namespace {
+
+using norvex::test::FileText;
+using norvex::test::PipeModel;
+using norvex::test::ProcessResult;
+using norvex::test::TemporaryFolder;
+using norvex::test::WriteFile;
+using Json = nlohmann::json;
+
+// norvex with a folder of its own for models, results and projects.
+class Norvex : public testing::Test {
+  protected:
+    std::string Path(const std::string& name) const { return (m_folder / name).string(); }
+
+    std::string Model(PipeModel model, const std::string& name = "house.ifc") const {
+        WriteFile(m_folder / name, model.Text());
+        return Path(name);
+    }
+
+    ProcessResult Run(
+        std::vector<std::string> arguments, const std::function<void()>& inChild = [] {}) const {
+        arguments.insert(arguments.begin(), NORVEX_PROGRAM);
+        return norvex::test::RunProcess(arguments, [&] {
+            setenv("XDG_STATE_HOME", Path("state").c_str(), 1);
+            inChild();
+        });
+    }
+
+    TemporaryFolder m_folder;
+};
+
+PipeModel WaterLoopAndFireRing() {
+    PipeModel model;
+    model.Storey("1F", 0)
+        .System("Cold water", "DOMESTICCOLDWATER")
+        .Ring({0, 0, 2500})
+        .Storey("2F", 3000)
+        .System("Sprinkler", "FIREPROTECTION")
+        .Ring({0, 0, 5500});
+    return model;
+}
+
+PipeModel Tree() {
+    PipeModel model;
+    model.Storey("1F", 0)
+        .System("Cold water", "DOMESTICCOLDWATER")
+        .Pipe({0, 0, 0}, {1000, 0, 0})
+        .Pipe({1000, 0, 0}, {1000, 1000, 0});
+    return model;
+}
+
+// One line that begins with the program's name and ends as a sentence does.
+void ExpectOneSentence(const std::string& text) {
+    EXPECT_EQ(text.find("norvex: "), 0U) << text;
+    EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 1) << text;
+    ASSERT_GE(text.size(), 2U);
+    EXPECT_EQ(text[text.size() - 2], '.') << text;
+}
+
+TEST_F(Norvex, EndsWithZeroWhenNothingIsFound) {
+    const ProcessResult result = Run({"check", Model(Tree())});
+    EXPECT_EQ(result.exitCode, 0) << result.out << result.err;
+    EXPECT_NE(result.out.find("No findings. 2 entities examined by"), std::string::npos) << result.out;
+}
+
+TEST_F(Norvex, EndsWithOneWhenSomethingIsFound) {
+    const ProcessResult result = Run({"check", Model(WaterLoopAndFireRing())});
+    EXPECT_EQ(result.exitCode, 1) << result.err;
+    EXPECT_NE(result.out.find("2 findings: 0 confirmed, 1 suspected, 1 reminder."), std::string::npos) << result.out;
+    EXPECT_NE(result.out.find("定位:构件定位:1:构件错误:"), std::string::npos) << result.out;
+    EXPECT_NE(result.out.find("\"Cold water\""), std::string::npos) << result.out;
+}
+
+TEST_F(Norvex, FailsFromTheSeverityThatIsAskedFor) {
+    const std::string model = Model(WaterLoopAndFireRing());
+    EXPECT_EQ(Run({"check", model, "--fail-on", "confirmed"}).exitCode, 0);
+    EXPECT_EQ(Run({"check", model, "--fail-on", "suspected"}).exitCode, 1);
+    EXPECT_EQ(Run({"check", model, "--fail-on", "remind"}).exitCode, 1);
+    EXPECT_EQ(Run({"check", model, "--fail-on", "never"}).exitCode, 0);
+    EXPECT_EQ(Run({"check", model, "--floor", "2F", "--fail-on", "suspected"}).exitCode, 0);
+    EXPECT_EQ(Run({"check", model, "--floor", "2F", "--fail-on", "remind"}).exitCode, 1);
+    const ProcessResult unknown = Run({"check", model, "--fail-on", "error"});
+    EXPECT_EQ(unknown.exitCode, 2);
+    ExpectOneSentence(unknown.err);
+}
+
+TEST_F(Norvex, NarrowsTheRun) {
+    const std::string model = Model(WaterLoopAndFireRing());
+    const Json json = Json::parse(
+        Run({"check", "--floor", "1F", "--specialty", "water", "--rule", "pipe-loop", model, "--json", "-"}).out);
+    EXPECT_TRUE(json["scope"]["narrowed"]);
+    EXPECT_EQ(json["scope"]["floors"].size(), 1U);
+    EXPECT_EQ(json["outcomes"].size(), 1U);
+    EXPECT_EQ(json["findings"].size(), 1U);
+}
+
+TEST_F(Norvex, NamesWhatExistsWhenAnOptionNamesWhatDoesNot) {
+    const std::string model = Model(WaterLoopAndFireRing());
+    for (const auto& [option, value, known] : std::vector<std::array<std::string, 3>>{
+             {"--floor", "9F", "1F, 2F"}, {"--specialty", "gas", "给排水 (water)"}, {"--rule", "no", "pipe-loop"}}) {
+        const ProcessResult result = Run({"check", model, option, value});
+        EXPECT_EQ(result.exitCode, 2) << option;
+        ExpectOneSentence(result.err);
+        EXPECT_NE(result.err.find(known), std::string::npos) << result.err;
+        EXPECT_EQ(result.out, "");
+    }
+}
+
+TEST_F(Norvex, WritesEqualJsonForEqualInput) {
+    const std::string model = Model(WaterLoopAndFireRing());
+    ASSERT_EQ(Run({"check", model, "--json", Path("a.json")}).exitCode, 1);
+    ASSERT_EQ(Run({"check", model, "--json", Path("b.json")}).exitCode, 1);
+    EXPECT_EQ(FileText(Path("a.json")), FileText(Path("b.json")));
+    const Json json = Json::parse(FileText(Path("a.json")));
+    EXPECT_EQ(json["format"], "norvex-check");
+    EXPECT_EQ(json["model"]["schema"], "IFC4");
+    EXPECT_EQ(json["model"]["sha256"].get<std::string>().size(), 64U);
+    ASSERT_EQ(json["findings"].size(), 2U);
+    EXPECT_EQ(json["findings"][0]["objects"].size(), 4U);
+    EXPECT_EQ(json["findings"][0]["objects"][0]["globalId"], "0000000000000000000003");
+    EXPECT_EQ(json["findings"][0]["place"]["z"], 2500.0);
+    EXPECT_EQ(json["totals"]["suspected"], 1);
+    EXPECT_EQ(json["totals"]["remind"], 1);
+    EXPECT_EQ(json["complete"], true);
+    EXPECT_EQ(json["outcomes"].size(), 6U);
+}
+
+TEST_F(Norvex, PutsNothingButJsonOnStandardOutputWhenAsked) {
+    const ProcessResult result = Run({"check", Model(Tree()), "--json", "-"});
+    EXPECT_TRUE(Json::accept(result.out)) << result.out;
+}
+
+TEST_F(Norvex, SaysInOneSentenceWhyAModelCannotBeRead) {
+    WriteFile(m_folder / "empty.ifc", "");
+    WriteFile(m_folder / "text.ifc", "This is no model.\n");
+    std::filesystem::create_directory(m_folder / "folder.ifc");
+    for (const std::string name : {"missing.ifc", "empty.ifc", "text.ifc", "folder.ifc"}) {
+        for (const std::string command : {"check", "inspect"}) {
+            const ProcessResult result = Run({command, Path(name)});
+            EXPECT_EQ(result.exitCode, 2) << name;
+            ExpectOneSentence(result.err);
+            EXPECT_NE(result.err.find(name), std::string::npos) << result.err;
+            EXPECT_EQ(result.out, "") << name;
+        }
+    }
+}
+
+TEST_F(Norvex, IsIncompleteWhenPartsOfTheModelWereLost) {
+    PipeModel model = Tree();
+    model.Line("#9000=IFCPIPESEGMENT('x',$,((;");
+    const ProcessResult result = Run({"check", Model(std::move(model)), "--json", Path("a.json")});
+    EXPECT_EQ(result.exitCode, 3) << result.out;
+    EXPECT_NE(result.out.find("Incomplete: "), std::string::npos) << result.out;
+    const Json json = Json::parse(FileText(Path("a.json")));
+    EXPECT_EQ(json["complete"], false);
+    EXPECT_GE(json["model"]["lostInstances"], 1);
+}
+
+TEST_F(Norvex, IsIncompleteWhenNoRuleHadAnythingToLookAt) {
+    PipeModel model;
+    model.Storey("1F", 0);
+    const ProcessResult result = Run({"check", Model(std::move(model))});
+    EXPECT_EQ(result.exitCode, 3) << result.out;
+    EXPECT_NE(result.out.find("Nothing was examined"), std::string::npos) << result.out;
+}
+
+TEST_F(Norvex, ChecksWhatStandsOnNoStoreyAsAFloorOfItsOwn) {
+    PipeModel model;
+    model.System("Cold water", "DOMESTICCOLDWATER").Ring({0, 0, 0}).Storey("1F", 0).Pipe({9000, 0, 0}, {9500, 0, 0});
+    const ProcessResult result = Run({"check", Model(std::move(model)), "--json", Path("a.json")});
+    EXPECT_EQ(result.exitCode, 1) << result.out << result.err;
+    EXPECT_NE(result.out.find("4 elements stand on no storey"), std::string::npos) << result.out;
+    const Json json = Json::parse(FileText(Path("a.json")));
+    ASSERT_EQ(json["scope"]["floors"].size(), 2U);
+    EXPECT_EQ(json["scope"]["floors"][1]["withoutStorey"], true);
+    EXPECT_EQ(json["scope"]["floors"][1]["elevation"], nullptr);
+    EXPECT_EQ(json["findings"][0]["floor"], json["scope"]["floors"][1]["name"]);
+}
+
+TEST_F(Norvex, TellsFloorsOfOneNameApart) {
+    PipeModel model;
+    model.Storey("Level", 0)
+        .System("Cold water", "DOMESTICCOLDWATER")
+        .Ring({0, 0, 0})
+        .Storey("Level", 3000)
+        .Pipe({0, 0, 3000}, {500, 0, 3000});
+    const Json json = Json::parse(Run({"check", Model(std::move(model)), "--json", "-"}).out);
+    ASSERT_EQ(json["scope"]["floors"].size(), 2U);
+    EXPECT_NE(json["scope"]["floors"][0]["name"], json["scope"]["floors"][1]["name"]);
+}
+
+TEST_F(Norvex, ExplainsWrongUseInOneSentence) {
+    for (const std::vector<std::string>& arguments :
+         std::vector<std::vector<std::string>>{{}, {"chekc"}, {"check"}, {"check", "a.ifc", "--no-such-option"}}) {
+        const ProcessResult result = Run(arguments);
+        EXPECT_EQ(result.exitCode, 2);
+        ExpectOneSentence(result.err);
+    }
+}
+
+TEST_F(Norvex, ExplainsItself) {
+    const ProcessResult help = Run({"check", "--help"});
+    EXPECT_EQ(help.exitCode, 0);
+    for (const char* word : {"Examples:", "Exit codes:", "--floor", "--json", "--fail-on"}) {
+        EXPECT_NE(help.out.find(word), std::string::npos) << word;
+    }
+    const ProcessResult version = Run({"--version"});
+    EXPECT_EQ(version.exitCode, 0);
+    EXPECT_EQ(version.out, "norvex " NORVEX_VERSION "\n");
+}
+
+TEST_F(Norvex, ListsTheRules) {
+    const ProcessResult result = Run({"rules"});
+    EXPECT_EQ(result.exitCode, 0) << result.err;
+    EXPECT_NE(result.out.find("pipe-loop  CCheckPipeLoop"), std::string::npos) << result.out;
+}
+
+TEST_F(Norvex, UsesTheProjectFolderThatIsNamed) {
+    const std::string model = Model(Tree());
+    EXPECT_EQ(Run({"check", model, "--project", Path("项目 one/two")}).exitCode, 0);
+    EXPECT_TRUE(std::filesystem::is_directory(Path("项目 one/two")));
+    WriteFile(m_folder / "file", "");
+    const ProcessResult blocked = Run({"check", model, "--project", Path("file")});
+    EXPECT_EQ(blocked.exitCode, 2);
+    ExpectOneSentence(blocked.err);
+}
+
+TEST_F(Norvex, KeepsItsProjectsInTheUsersStateFolder) {
+    const Json json = Json::parse(Run({"check", Model(Tree()), "--json", "-"}).out);
+    const std::string project = json["projectFolder"];
+    EXPECT_EQ(project.find(Path("state") + "/norvex/house-"), 0U) << project;
+    EXPECT_TRUE(std::filesystem::is_directory(project));
+}
+
+TEST_F(Norvex, RefusesAJsonFileThatCannotBeWrittenBeforeItChecks) {
+    std::filesystem::create_directory(m_folder / "folder");
+    for (const std::string& name : {Path("missing/a.json"), Path("folder")}) {
+        const ProcessResult result = Run({"check", Model(Tree()), "--json", name});
+        EXPECT_EQ(result.exitCode, 2) << name;
+        ExpectOneSentence(result.err);
+    }
+}
+
+TEST_F(Norvex, LeavesAnOlderJsonFileAloneWhenTheNewOneDoesNotFit) {
+    WriteFile(m_folder / "a.json", "older");
+    const ProcessResult result = Run({"check", Model(WaterLoopAndFireRing()), "--quiet", "--json", Path("a.json")}, [] {
+        const rlimit limit{512, 512};
+        setrlimit(RLIMIT_FSIZE, &limit);
+        std::signal(SIGXFSZ, SIG_IGN);
+    });
+    EXPECT_EQ(result.exitCode, 3) << result.err;
+    EXPECT_EQ(FileText(m_folder / "a.json"), "older");
+    std::size_t files = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(m_folder.Path())) {
+        files += entry.path().filename().string().starts_with("a.json") ? 1 : 0;
+    }
+    EXPECT_EQ(files, 1U);
+}
+
+TEST_F(Norvex, SaysWhenItsOutputCannotBeDelivered) {
+    const std::string model = Model(Tree());
+    const ProcessResult full =
+        Run({"check", model, "--quiet"}, [] { dup2(open("/dev/full", O_WRONLY), STDOUT_FILENO); });
+    EXPECT_EQ(full.exitCode, 3);
+    ExpectOneSentence(full.err);
+    const ProcessResult closed = Run({"check", model, "--quiet"}, [] { close(STDOUT_FILENO); });
+    EXPECT_EQ(closed.exitCode, 3);
+    ExpectOneSentence(closed.err);
+    const ProcessResult gone = Run({"check", model, "--quiet"}, [] {
+        int ends[2];
+        if (pipe(ends) == 0) {
+            close(ends[0]);
+            dup2(ends[1], STDOUT_FILENO);
+        }
+    });
+    EXPECT_EQ(gone.exitCode, 3);
+    ExpectOneSentence(gone.err);
+}
+
+TEST_F(Norvex, DoesNotWriteTheReportIntoAFileThatTookAClosedNumber) {
+    Run({"check", Model(Tree()), "--quiet", "--json", Path("a.json")}, [] { close(STDOUT_FILENO); });
+    EXPECT_TRUE(Json::accept(FileText(Path("a.json"))));
+}
+
+TEST_F(Norvex, SpeaksPlainLinesAndNoColoursOutsideATerminal) {
+    const ProcessResult result = Run({"check", Model(WaterLoopAndFireRing())});
+    EXPECT_EQ(result.out.find('\x1B'), std::string::npos);
+    EXPECT_EQ(result.err.find('\x1B'), std::string::npos);
+    EXPECT_NE(result.err.find("checked 6/6: "), std::string::npos) << result.err;
+    EXPECT_EQ(Run({"check", Model(WaterLoopAndFireRing()), "--quiet"}).err, "");
+}
+
+TEST_F(Norvex, LetsNoEscapeSequenceOfTheModelReachTheTerminal) {
+    PipeModel model;
+    model.Storey("1F\\X\\1B[2J", 0).System("Evil\\X\\07", "DOMESTICCOLDWATER").Ring({0, 0, 0});
+    const ProcessResult result = Run({"check", Model(std::move(model))});
+    EXPECT_EQ(result.exitCode, 1) << result.err;
+    EXPECT_EQ((result.out + result.err).find_first_of("\x1B\x07"), std::string::npos);
+    EXPECT_NE(result.out.find("1F\\x1B[2J"), std::string::npos) << result.out;
+}
+
+TEST_F(Norvex, InspectsWhatWasRead) {
+    const std::string model = Model(WaterLoopAndFireRing());
+    const ProcessResult text = Run({"inspect", model});
+    EXPECT_EQ(text.exitCode, 0) << text.err;
+    for (const char* word : {"Storeys", "Elements", "Networks (2)", "Connections", "给排水 (water)", "Cold water"}) {
+        EXPECT_NE(text.out.find(word), std::string::npos) << word << "\n" << text.out;
+    }
+    const Json json = Json::parse(Run({"inspect", model, "--json", "-"}).out);
+    EXPECT_EQ(json["counts"]["segments"], 8);
+    EXPECT_EQ(json["storeys"].size(), 2U);
+    EXPECT_EQ(json["networks"].size(), 2U);
+}
+
+class RealModel : public Norvex, public testing::WithParamInterface<std::string> {};
+
+TEST_P(RealModel, IsInspectedAndChecked) {
+    NORVEX_REQUIRE_SHARED("models/" + GetParam());
+    const std::string model = (norvex::test::SharedDir() / "models" / GetParam()).string();
+    const ProcessResult inspected = Run({"inspect", model, "--json", "-"});
+    EXPECT_EQ(inspected.exitCode, 0) << inspected.err;
+    EXPECT_TRUE(Json::accept(inspected.out));
+    const ProcessResult checked = Run({"check", model, "--json", Path("a.json")});
+    const Json json = Json::parse(FileText(Path("a.json")));
+    std::size_t examined = 0;
+    for (const Json& outcome : json["outcomes"]) {
+        examined += outcome["examined"].get<std::size_t>();
+    }
+    const bool suspected = json["totals"]["suspected"] > 0;
+    EXPECT_EQ(checked.exitCode, examined == 0 || json["complete"] == false ? 3 : suspected ? 1 : 0) << checked.out;
+    EXPECT_EQ(json["complete"], examined > 0) << checked.out;
+}
+
+INSTANTIATE_TEST_SUITE_P(Shared, RealModel,
+                         testing::Values("B01_2_HeatExchanger_Pipes.ifc", "B01_3_HeatExchanger_noPorts.ifc",
+                                         "B01_4_HeatExchanger_noConnection.ifc",
+                                         "B01_5_HeatExchanger_mixConnection.ifc", "B03_hvac_heating.ifc",
+                                         "DDS_Heizung-Elektro_080729.ifc", "Duplex_Electrical.ifc", "HVAC-Mech.ifc",
+                                         "IOS_435_cableCarrier.ifc", "bSI_air-terminal.ifc"),
+                         [](const auto& instance) {
+                             std::string name = instance.param;
+                             std::replace_if(
+                                 name.begin(), name.end(), [](unsigned char c) { return std::isalnum(c) == 0; }, '_');
+                             return name;
+                         });
+
+}  // namespace

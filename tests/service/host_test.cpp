@@ -1,0 +1,120 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <gtest/gtest.h>
+
+#include "norvexdata/state/NorvexData.h"
+#include "tests/service/support/RunFixture.h"
+
+namespace {
+
+using norvex::service::Host;
+using norvex::test::ApplicationFolderCopy;
+using norvex::test::ShippedRule;
+using norvex::test::TestModule;
+
+// Loads one module beside the shipped rule; returns the complaints.
+std::vector<std::string> ComplaintsAbout(const std::filesystem::path& module, std::size_t expectedRules = 1) {
+    ApplicationFolderCopy application;
+    application.With(ShippedRule("CheckPipeLoop")).With(module);
+    norvex::service::NothingTrusted trust;
+    Host host(trust);
+    EXPECT_EQ(host.Start(application.Path()), std::nullopt);
+    host.LoadRules();
+    EXPECT_EQ(host.Rules().size(), expectedRules);
+    return host.LoadFailures();
+}
+
+TEST(Host, SharesItsStateWithTheModuleThatItLoads) {
+    norvex::service::NothingTrusted trust;
+    {
+        Host host(trust);
+        ASSERT_EQ(host.Start(norvex::service::ApplicationFolder()), std::nullopt);
+        EXPECT_EQ(CNorvexData::GetNorvexService(), &host.Service());
+    }
+    EXPECT_EQ(CNorvexData::GetNorvexService(), nullptr);
+}
+
+TEST(Host, RefusesASecondCopyOfTheModule) {
+    const norvex::test::TemporaryFolder folder;
+    for (const char* name : {"NorvexData.arx"}) {
+        std::filesystem::copy(norvex::service::ApplicationFolder() / name, folder / name);
+    }
+    norvex::service::NothingTrusted trust;
+    Host host(trust);
+    const std::optional<std::string> failure = host.Start(folder.Path());
+    ASSERT_TRUE(failure.has_value());
+    EXPECT_NE(failure->find("is not the module that this program runs on"), std::string::npos) << *failure;
+}
+
+TEST(Host, SaysWhenTheModuleIsMissing) {
+    const norvex::test::TemporaryFolder folder;
+    norvex::service::NothingTrusted trust;
+    Host host(trust);
+    const std::optional<std::string> failure = host.Start(folder.Path());
+    ASSERT_TRUE(failure.has_value());
+    EXPECT_NE(failure->find("NorvexData.arx cannot be loaded"), std::string::npos) << *failure;
+}
+
+TEST(Host, FindsTheRulesThatShip) {
+    norvex::service::NothingTrusted trust;
+    Host host(trust);
+    ASSERT_EQ(host.Start(norvex::service::ApplicationFolder()), std::nullopt);
+    host.LoadRules();
+    EXPECT_TRUE(host.LoadFailures().empty());
+    ASSERT_FALSE(host.Rules().empty());
+    const auto& loop = host.Rules().front().record;
+    EXPECT_EQ(loop.name, "CCheckPipeLoop");
+    EXPECT_EQ(loop.shortName, "pipe-loop");
+    EXPECT_EQ(loop.module, "CheckPipeLoop.Arx");
+    EXPECT_EQ(std::count(loop.version.begin(), loop.version.end(), '.'), 3);
+}
+
+TEST(Host, RefusesAModuleOfAnotherHostApi) {
+    const auto complaints = ComplaintsAbout(TestModule("OldHostApi"));
+    ASSERT_EQ(complaints.size(), 1U);
+    EXPECT_EQ(complaints[0],
+              "Rule module OldHostApi.Arx cannot be used: it was built for host API 17.0, and this host has 18.0.");
+}
+
+TEST(Host, RefusesAModuleOfAnotherRuleInterface) {
+    const auto complaints = ComplaintsAbout(TestModule("OldRuleApi"));
+    ASSERT_EQ(complaints.size(), 1U);
+    EXPECT_NE(complaints[0].find("OldRuleApi.Arx cannot be used: it was built for version 0 of the rule interface"),
+              std::string::npos)
+        << complaints[0];
+}
+
+TEST(Host, DoesNotTakeTheEntryPointOfAnotherModuleForTheRulesOwn) {
+    const auto complaints = ComplaintsAbout(TestModule("NoEntryPoint"));
+    ASSERT_EQ(complaints.size(), 1U);
+    EXPECT_NE(complaints[0].find("it does not export acrxEntryPoint"), std::string::npos) << complaints[0];
+}
+
+TEST(Host, RefusesASecondRuleOfOneName) {
+    const auto complaints = ComplaintsAbout(TestModule("NamesakeRule"));
+    ASSERT_EQ(complaints.size(), 1U);
+    EXPECT_EQ(complaints[0],
+              "Rule module NamesakeRule.Arx cannot be used: its rule CCheckPipeLoop is already there from "
+              "CheckPipeLoop.Arx.");
+}
+
+TEST(Host, RefusesAFileThatIsNoModule) {
+    const norvex::test::TemporaryFolder folder;
+    norvex::test::WriteFile(folder / "Text.ARX", "not a module");
+    const auto complaints = ComplaintsAbout(folder / "Text.ARX");
+    ASSERT_EQ(complaints.size(), 1U);
+    EXPECT_EQ(complaints[0].find("Rule module Text.ARX cannot be used: "), 0U) << complaints[0];
+    EXPECT_EQ(complaints[0].find(folder.Path().string()), std::string::npos) << complaints[0];
+}
+
+TEST(Host, SaysWhenThereIsNoFolderOfRules) {
+    ApplicationFolderCopy application;
+    std::filesystem::remove(application.Path() / "Norvex");
+    norvex::service::NothingTrusted trust;
+    Host host(trust);
+    ASSERT_EQ(host.Start(application.Path()), std::nullopt);
+    host.LoadRules();
+    ASSERT_EQ(host.LoadFailures().size(), 1U);
+    EXPECT_NE(host.LoadFailures()[0].find("cannot be read: No such file or directory"), std::string::npos);
+}
+
+}  // namespace
