@@ -35,7 +35,7 @@ Line::Box HydrantBox(const Vector& port, const Vector& direction, const Section&
             {{port, direction, section, Flow::Sink, ""}}};
 }
 
-// One side or corner of the ring: what stands there, in the order of the walk.
+// The ring while it is drawn: what stands in it, in the order of a walk around.
 struct RingWalk {
     Wing& wing;
     Line& line;

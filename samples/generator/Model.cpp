@@ -164,8 +164,7 @@ Id Model::SubContext(std::string_view name) {
         .End();
 }
 
-void Model::Begin(std::string_view fileName, std::string_view buildingName) {
-    writer_.Header(fileName, "");
+void Model::WriteOwnerHistory() {
     const Id organization = writer_.Begin("IFCORGANIZATION").Null().Text("norvex-sample").Null().Null().Null().End();
     const Id person =
         writer_.Begin("IFCPERSON").Null().Text("norvex-sample").Null().Null().Null().Null().Null().Null().End();
@@ -187,6 +186,9 @@ void Model::Begin(std::string_view fileName, std::string_view buildingName) {
                    .Null()
                    .Integer(1704067200)
                    .End();
+}
+
+Id Model::WriteUnits() {
     std::vector<Id> units;
     units.push_back(LengthUnitInstance());
     constexpr std::array<std::array<std::string_view, 2>, 5> kUnits{{{"AREAUNIT", "SQUARE_METRE"},
@@ -197,7 +199,13 @@ void Model::Begin(std::string_view fileName, std::string_view buildingName) {
     for (const auto& unit : kUnits) {
         units.push_back(writer_.Begin("IFCSIUNIT").Derived().Enumerator(unit[0]).Null().Enumerator(unit[1]).End());
     }
-    const Id assignment = writer_.Begin("IFCUNITASSIGNMENT").References(units).End();
+    return writer_.Begin("IFCUNITASSIGNMENT").References(units).End();
+}
+
+void Model::Begin(std::string_view fileName, std::string_view buildingName) {
+    writer_.Header(fileName, "");
+    WriteOwnerHistory();
+    const Id units = WriteUnits();
     const Id axes = SharedAxes({});
     context_ = writer_.Begin("IFCGEOMETRICREPRESENTATIONCONTEXT")
                    .Null()
@@ -209,7 +217,7 @@ void Model::Begin(std::string_view fileName, std::string_view buildingName) {
                    .End();
     bodyContext_ = SubContext("Body");
     BeginRoot("IFCPROJECT", root_.Child("project"), buildingName);
-    const Id project = writer_.Null().Null().Null().Null().References(std::array{context_}).Reference(assignment).End();
+    const Id project = writer_.Null().Null().Null().Null().References(std::array{context_}).Reference(units).End();
     const Id sitePlacement = writer_.Begin("IFCLOCALPLACEMENT").Null().Reference(axes).End();
     BeginRoot("IFCSITE", root_.Child("site"), "Site 场地");
     const Id site =

@@ -90,7 +90,9 @@ class Model {
     Id Profile(const Section& section);
     Id Extrusion(const Solid& solid);
     Id PlacementIn(std::size_t storey, const Frame& frame);
+    void WriteOwnerHistory();
     Id LengthUnitInstance();
+    Id WriteUnits();
     Id SubContext(std::string_view name);
     Id PropertySet(const Key& key, std::string_view set, std::string_view property, double value, bool asList);
     WrittenType& TypeOf(const PartType& type);
