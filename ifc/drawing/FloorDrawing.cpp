@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "ifc/drawing/FloorDrawing.h"
 
-#include "ifc/network/Joints.h"
 #include "platform/text/Utf8.h"
 #include "platform/zrow/ZrOwLines.h"
 #include "platform/zrow/ZrOwNodes.h"
@@ -66,8 +65,9 @@ class Draughtsman {
         switch (element.kind) {
             case ElementKind::Segment: {
                 auto line = std::make_unique<ZrOwPolyLine>(ToGe(element.start), ToGe(element.end));
-                // Junctions move ends by a reach at most on each side; a run that is longer than that is bent.
-                if (element.length > Distance(element.start, element.end) + 2 * kAxisReach) {
+                // As the file has it: ends move to their junctions, so pipes of different length between the same
+                // junctions would all measure alike, and the loop search takes pipes that measure alike for one.
+                if (element.length > 0.0) {
                     line->SetLength(element.length);
                 }
                 return line;

@@ -68,8 +68,25 @@ TEST(FloorDrawing, DrawsEachKindUnderItsInstanceNumber) {
     EXPECT_EQ(Property(*next, kPropertyNominalDiameter), "none");
     EXPECT_EQ(pipe->GetEndPoint().x, next->GetStartPoint().x);
     EXPECT_EQ(pipe->GetEndPoint().x, fitting->GetPosition().x);
-    EXPECT_DOUBLE_EQ(pipe->GetLength(), pipe->GetStartPoint().distanceTo(pipe->GetEndPoint()));
+    EXPECT_DOUBLE_EQ(pipe->GetLength(), 1000.0) << "as in the file, not as moved to the valve";
     EXPECT_EQ(drawing.database->openCount(), 0);
+}
+
+TEST(FloorDrawing, KeepsPipesOfDifferentLengthBetweenTheSameJunctionsApart) {
+    ModelText text;
+    text.Block("IFCPIPEFITTING", 0, 50, 0, 200);
+    text.Block("IFCPIPEFITTING", 1000, 50, 0, 200);
+    const int straight = text.Pipe(90, 0, 910, 0);
+    const int aside = text.Pipe(80, 100, 920, 100);
+    const FloorDrawing drawing = DrawFloor(text.Read(), 0);
+    const auto* first = Entity<ZrOwPolyLine>(*drawing.database, static_cast<std::uint32_t>(straight));
+    const auto* second = Entity<ZrOwPolyLine>(*drawing.database, static_cast<std::uint32_t>(aside));
+    ASSERT_NE(first, nullptr);
+    ASSERT_NE(second, nullptr);
+    EXPECT_TRUE(first->GetStartPoint() == second->GetStartPoint());
+    EXPECT_TRUE(first->GetEndPoint() == second->GetEndPoint());
+    EXPECT_DOUBLE_EQ(first->GetLength(), 820.0);
+    EXPECT_DOUBLE_EQ(second->GetLength(), 840.0);
 }
 
 TEST(FloorDrawing, DrawsEveryPlacedElementOfTheRealModelsOnce) {
