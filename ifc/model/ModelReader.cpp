@@ -118,10 +118,12 @@ NetworkInput ModelReader::Read() {
     ReadTypes();
     ReadStructure();
     PlaceOnStoreys();
+    std::vector<std::uint32_t>().swap(parent_);
     ReadSystems();
     ReadPorts();
     ReadConnections();
     ReadDiameters();
+    std::vector<std::uint32_t>().swap(slot_);
     ReadShapes();
     Categorise();
     CountElements();
@@ -405,6 +407,8 @@ void ModelReader::OwnPort(std::uint32_t port, std::uint32_t element, std::size_t
 void ModelReader::ReadPorts() {
     model_.counts.ports = static_cast<std::uint32_t>(census_.ports.size());
     model_.counts.portsToElement = static_cast<std::uint32_t>(census_.portToElement.size());
+    input_.ports.reserve(census_.ports.size());
+    input_.stated.reserve(census_.connectsPorts.size());
     for (const std::uint32_t instance : census_.ports) {
         slot_[instance] = static_cast<std::uint32_t>(input_.ports.size());
         input_.ports.push_back({file_.Id(instance), kNoIndex, {}, false});
@@ -573,7 +577,7 @@ void ModelReader::ReadShapes() {
             }
         }
     }
-    input_.parts = shapes.Parts();
+    input_.parts = shapes.TakeParts();
 }
 
 NamedCategory ModelReader::NamedAs(std::string_view name) {

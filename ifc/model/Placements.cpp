@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "ifc/model/Placements.h"
 
+#include <charconv>
 #include <cmath>
 
 namespace norvex::ifc {
@@ -26,6 +27,23 @@ std::optional<Point> Normalised(const Point& vector) {
     return vector * (1.0 / length);
 }
 
+std::optional<Point> CoordinatesOfAnyForm(const Value& list) {
+    ValueCursor members = Members(list);
+    double values[3] = {0.0, 0.0, 0.0};
+    for (int i = 0; i < 3; ++i) {
+        const Value value = members.Next();
+        if (value.kind == ValueKind::Missing && i >= 1) {
+            break;
+        }
+        const std::optional<double> number = value.Number();
+        if (!number) {
+            return std::nullopt;
+        }
+        values[i] = *number;
+    }
+    return Point{values[0], values[1], values[2]};
+}
+
 // A right-handed frame from a z axis and a wish for x, as the standard builds it.
 Transform FrameOf(const Point& origin, const Point& z, const Point& wish) {
     Transform frame;
@@ -48,18 +66,29 @@ Placements::Placements(const Access& access, const Units& units, DiagnosticLog& 
 }
 
 std::optional<Point> Placements::Coordinates(const Value& list) {
-    ValueCursor members = Members(list);
+    if (list.kind != ValueKind::List) {
+        return std::nullopt;
+    }
+    // Points are most of a model; their numbers are read where they stand.
     double values[3] = {0.0, 0.0, 0.0};
+    const char* at = list.text.data();
+    const char* const end = at + list.text.size();
     for (int i = 0; i < 3; ++i) {
-        const Value value = members.Next();
-        if (value.kind == ValueKind::Missing && i >= 1) {
+        at = part21::PassBlanks(at, end);
+        at += at < end && *at == '+' ? 1 : 0;
+        const auto [stop, error] = std::from_chars(at, end, values[i]);
+        if (error != std::errc() || !std::isfinite(values[i])) {
+            // Rare forms, such as a typed number or one too small for a double.
+            return CoordinatesOfAnyForm(list);
+        }
+        at = part21::PassBlanks(stop, end);
+        if (at == end && i >= 1) {
             break;
         }
-        const std::optional<double> number = value.Number();
-        if (!number) {
-            return std::nullopt;
+        if (at < end && *at != ',') {
+            return CoordinatesOfAnyForm(list);
         }
-        values[i] = *number;
+        at += at < end ? 1 : 0;
     }
     return Point{values[0], values[1], values[2]};
 }
@@ -154,7 +183,6 @@ std::optional<Transform> Placements::World(std::uint32_t index) {
                          " is cyclic or too long; what it places has no place.");
             return std::nullopt;
         }
-        chain_.push_back(at);
         const std::optional<Step> step = ReadStep(at);
         if (!step || (step->hasParent && step->parent == part21::kNoInstance)) {
             if (log_.Keeps(DiagnosticCode::BadGeometry)) {
@@ -166,14 +194,15 @@ std::optional<Transform> Placements::World(std::uint32_t index) {
             }
             return std::nullopt;
         }
+        chain_.push_back({at, step->frame});
         at = step->parent;
     }
     if (chain_.empty()) {
         return at == part21::kNoInstance ? std::nullopt : std::optional(frame);
     }
     for (std::size_t i = chain_.size(); i-- > 0;) {
-        frame = frame * ReadStep(chain_[i])->frame;
-        cache_[chain_[i] % kCacheSize] = {chain_[i], frame};
+        frame = frame * chain_[i].frame;
+        cache_[chain_[i].index % kCacheSize] = {chain_[i].index, frame};
     }
     return IsFinite(frame.origin) ? std::optional(frame) : std::nullopt;
 }

@@ -49,7 +49,7 @@ class Placements {
     Units units_;
     DiagnosticLog& log_;
     std::vector<Cached> cache_;
-    std::vector<std::uint32_t> chain_;
+    std::vector<Cached> chain_;  // of the placement being read: from it to its outermost, with relative frames
 };
 
 }  // namespace norvex::ifc

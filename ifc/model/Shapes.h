@@ -19,7 +19,7 @@ struct Run {
     double radius = 0.0;  // outer radius of a round section, else 0
 };
 
-// What an element's shape amounts to: boxes of its parts in one frame. Parts lie in ShapeReader::Parts().
+// What an element's shape amounts to: boxes of its parts in one frame. Parts come from ShapeReader::TakeParts().
 struct Body {
     Transform frame;  // of the parts, in the world
     std::uint32_t firstPart = 0;
@@ -42,7 +42,8 @@ class ShapeReader {
     // Runs are only looked for when `wantRun` says so.
     ElementShape Read(std::uint32_t definition, const Transform& frame, bool wantRun);
 
-    const std::vector<Box>& Parts() const { return parts_; }
+    // The parts that the bodies refer to. Ends the reader's use.
+    std::vector<Box> TakeParts() { return std::move(parts_); }
 
   private:
     // A shape in local coordinates.

@@ -143,7 +143,19 @@ class Inference {
         }
     }
 
+    // Only where an end is still open.
     void CollectBodies() {
+        std::vector<Point> open;
+        for (const Place& place : places_) {
+            if (!place.isOrigin && place.end != ElementEnd::None && IsOpen(place)) {
+                open.push_back(place.point);
+            }
+        }
+        if (open.empty()) {
+            return;
+        }
+        small_.WantOnly(open);
+        large_.WantOnly(open);
         for (std::uint32_t i = 0; i < model_.elements.size(); ++i) {
             const Element& element = model_.elements[i];
             if (element.kind == ElementKind::Other || element.box.IsEmpty()) {

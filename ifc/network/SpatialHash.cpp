@@ -15,6 +15,13 @@ std::uint64_t SpatialHash::Key(const Cell& cell) {
     return key ^ (key >> 32);
 }
 
+void SpatialHash::WantOnly(const std::vector<Point>& points) {
+    wanted_.assign(std::bit_ceil(points.size() * 16 + 1), false);
+    for (const Point& point : points) {
+        wanted_[Key(CellOf(point)) & (wanted_.size() - 1)] = true;
+    }
+}
+
 // A counting sort by bucket: the order within one is the order of Add(), whatever the platform.
 void SpatialHash::Build() {
     const std::size_t buckets = std::bit_ceil(entries_.size() * 2 + 1);

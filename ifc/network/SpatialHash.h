@@ -29,7 +29,16 @@ class SpatialHash {
     Cell CellOf(const Point& point) const { return {Step(point.x), Step(point.y), Step(point.z)}; }
     double CellSize() const { return cellSize_; }
 
-    void Add(const Cell& cell, std::uint32_t item) { entries_.push_back({Key(cell), item}); }
+    // What lies in cells that hold none of these points is left out from now on: nobody will ask there. The points must
+    // be asked for with reach 0.
+    void WantOnly(const std::vector<Point>& points);
+
+    void Add(const Cell& cell, std::uint32_t item) {
+        const std::uint64_t key = Key(cell);
+        if (wanted_.empty() || wanted_[key & (wanted_.size() - 1)]) {
+            entries_.push_back({key, item});
+        }
+    }
     void Add(const Point& point, std::uint32_t item) { Add(CellOf(point), item); }
     void Build();
 
@@ -68,6 +77,7 @@ class SpatialHash {
     std::vector<std::uint32_t> items_;
     std::vector<std::uint32_t> firsts_;  // by bucket, one more than buckets
     std::uint64_t mask_ = 0;
+    std::vector<bool> wanted_;  // by low bits of the key; a power of two; empty: all
 };
 
 }  // namespace norvex::ifc

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "ifc/part21/Value.h"
 
-#include "ifc/part21/CharClass.h"
 #include "ifc/part21/Text.h"
 
 #include <charconv>
@@ -64,7 +63,7 @@ std::string_view Between(const char* begin, const char* end) {
 
 }  // namespace
 
-const char* PassBlanks(const char* at, const char* end) {
+const char* PassBlanksSlowly(const char* at, const char* end) {
     for (;;) {
         while (at < end && ClassOf(*at) == CharClass::Blank) {
             ++at;
@@ -82,10 +81,15 @@ const char* PassBlanks(const char* at, const char* end) {
 }
 
 std::optional<double> Value::Number() const {
-    const Value inner = Untyped();
-    if (inner.kind != ValueKind::Integer && inner.kind != ValueKind::Real) {
+    if (kind == ValueKind::Typed) {
+        // One level only: a typed value in a typed value is none that the standard allows.
+        const Value held = Untyped();
+        return held.kind == ValueKind::Typed ? std::nullopt : held.Number();
+    }
+    if (kind != ValueKind::Integer && kind != ValueKind::Real) {
         return std::nullopt;
     }
+    const Value& inner = *this;
     const char* begin = inner.text.data();
     const char* end = begin + inner.text.size();
     if (begin != end && *begin == '+') {
@@ -124,10 +128,18 @@ std::uint32_t Value::Reference() const {
     if (kind != ValueKind::Reference) {
         return 0;
     }
-    std::uint32_t id = 0;
-    const char* end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, id);
-    return error == std::errc() && stop == end ? id : 0;
+    constexpr std::size_t kMostDigits = 10;  // of 4294967295
+    if (text.size() > kMostDigits) {
+        return 0;
+    }
+    std::uint64_t id = 0;
+    for (const char digit : text) {
+        if (!IsDigit(digit)) {
+            return 0;
+        }
+        id = id * 10 + static_cast<std::uint64_t>(digit - '0');
+    }
+    return id <= 0xFFFFFFFFU ? static_cast<std::uint32_t>(id) : 0;
 }
 
 std::string Value::Text() const {
@@ -191,6 +203,16 @@ void ValueCursor::Skip(std::size_t count) {
 Value ValueCursor::Scan() {
     const char* begin = at_;
     switch (*at_) {
+        case '#': {
+            do {
+                ++at_;
+            } while (at_ < end_ && IsDigit(*at_));
+            if (at_ == end_ || *at_ == ',' || *at_ == ')') {
+                return {ValueKind::Reference, Between(begin + 1, at_)};
+            }
+            at_ = begin;
+            break;
+        }
         case '$':
             ++at_;
             return {ValueKind::Null, Between(begin, at_)};
@@ -218,7 +240,9 @@ Value ValueCursor::Scan() {
         default:
             break;
     }
+    bool real = false;
     while (at_ < end_ && *at_ != ',' && ClassOf(*at_) == CharClass::Plain) {
+        real = real || *at_ == '.' || *at_ == 'E' || *at_ == 'e';
         ++at_;
     }
     if (at_ == begin) {
@@ -233,7 +257,6 @@ Value ValueCursor::Scan() {
         return {ValueKind::Enumeration, word.substr(1, word.size() - 2)};
     }
     if (IsDigit(word[0]) || word[0] == '+' || word[0] == '-' || word[0] == '.') {
-        const bool real = word.find_first_of(".Ee") != std::string_view::npos;
         return {real ? ValueKind::Real : ValueKind::Integer, word};
     }
     const char* open = PassBlanks(at_, end_);

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "ifc/part21/CharClass.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -48,6 +50,13 @@ struct Value {
     Value Untyped() const;
 };
 
+// Passes blanks and comments. Returns: the first byte that is neither, or `end`.
+const char* PassBlanksSlowly(const char* at, const char* end);
+inline const char* PassBlanks(const char* at, const char* end) {
+    // Most values follow their comma at once.
+    return at < end && ClassOf(*at) != CharClass::Blank && *at != '/' ? at : PassBlanksSlowly(at, end);
+}
+
 // Walks the arguments of a bracket, or the members of a list, once. Needs no memory and no recursion: a nested list is
 // skipped by counting brackets.
 class ValueCursor {
@@ -73,8 +82,5 @@ class ValueCursor {
 
 // Returns: a cursor over the members; an empty one when `list` is no List.
 ValueCursor Members(const Value& list);
-
-// Passes blanks and comments. Returns: the first byte that is neither, or `end`.
-const char* PassBlanks(const char* at, const char* end);
 
 }  // namespace norvex::ifc::part21
