@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <chrono>
+#include <filesystem>
+
+#include "service/store/Status.h"
+
+namespace norvex::service::store {
+
+// Lets one process at a time check a project. The lock goes with the process, however it ends: a run that is found
+// under way while the lock is held was killed. Reading results and giving trust need no lock. Child processes made by
+// fork() do not hold it. At most one object per project and process, because the system counts processes, not objects.
+class RunLock {
+  public:
+    // Waits up to `wait` for the process that holds it. Errors: ProjectBusy with that process's number; NoProject;
+    // ReadOnly; Failed.
+    static Result<RunLock> Acquire(const std::filesystem::path& projectFolder,
+                                   std::chrono::milliseconds wait = std::chrono::milliseconds{0});
+
+    RunLock(RunLock&& other) noexcept;
+    RunLock& operator=(RunLock&& other) noexcept;
+    ~RunLock();
+
+  private:
+    explicit RunLock(int descriptor) : descriptor_(descriptor) {}
+
+    int descriptor_;
+};
+
+}  // namespace norvex::service::store
