@@ -197,6 +197,12 @@ Result<std::unique_ptr<ProjectDatabase>> ProjectDatabase::Open(const fs::path& p
         }
         return database;
     } catch (const sqlite::DatabaseFailure& failure) {
+        if (!forWriting && !frozen && !MayWrite(projectFolder) &&
+            (failure.code & kPrimaryCodeMask) == SQLITE_CANTOPEN) {
+            return StoreError{StoreErrorCode::ReadOnly, "The project database " + Quoted(path) +
+                                                            " was not closed properly and the project folder cannot "
+                                                            "be written to; open it once with the right to write."};
+        }
         return ErrorOf(failure, path, wait);
     } catch (const StoreError& error) {
         return error;
@@ -236,7 +242,8 @@ void ProjectDatabase::RefuseUnlessSound(bool forWriting) {
     sqlite::Statement check(connection_, "PRAGMA quick_check(1)");
     const std::string verdict = check.Step() ? check.Text(0) : "no answer";
     if (verdict != "ok") {
-        throw sqlite::DatabaseFailure{SQLITE_CORRUPT, 0, verdict};
+        // A heading may stand before what is wrong.
+        throw sqlite::DatabaseFailure{SQLITE_CORRUPT, 0, verdict.substr(verdict.rfind('\n') + 1)};
     }
 }
 

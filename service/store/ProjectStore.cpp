@@ -72,7 +72,8 @@ Status ProjectStore::CheckIntegrity() {
         sqlite::Statement pages(database_->Connection(), "PRAGMA integrity_check(1)");
         const std::string verdict = pages.Step() ? pages.Text(0) : "no answer";
         if (verdict != "ok") {
-            throw sqlite::DatabaseFailure{SQLITE_CORRUPT, 0, verdict};
+            // A heading may stand before what is wrong.
+            throw sqlite::DatabaseFailure{SQLITE_CORRUPT, 0, verdict.substr(verdict.rfind('\n') + 1)};
         }
         sqlite::Statement references(database_->Connection(), "PRAGMA foreign_key_check");
         if (references.Step()) {

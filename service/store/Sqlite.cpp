@@ -24,6 +24,7 @@ Connection::~Connection() {
 }
 
 void Connection::Execute(const char* statements) {
+    errno = 0;
     const int code = sqlite3_exec(handle_, statements, nullptr, nullptr, nullptr);
     if (code != SQLITE_OK) {
         Fail(code);
@@ -39,7 +40,10 @@ std::int64_t Connection::ChangedRows() const {
 }
 
 void Connection::Fail(int code) const {
-    throw DatabaseFailure{code, sqlite3_system_errno(handle_), sqlite3_errmsg(handle_)};
+    // SQLite does not keep the system's error of a failed commit; what the last failed call left is that one.
+    const int left = errno;
+    const int kept = sqlite3_system_errno(handle_);
+    throw DatabaseFailure{code, kept != 0 ? kept : left, sqlite3_errmsg(handle_)};
 }
 
 Statement::Statement(Connection& connection, std::string_view text) : connection_(connection) {
@@ -79,6 +83,7 @@ Statement& Statement::BindNull() {
 }
 
 bool Statement::Step() {
+    errno = 0;
     const int code = sqlite3_step(handle_);
     if (code != SQLITE_ROW && code != SQLITE_DONE) {
         connection_.Fail(code);
