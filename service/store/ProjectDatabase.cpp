@@ -212,6 +212,8 @@ Result<std::unique_ptr<ProjectDatabase>> ProjectDatabase::Open(const fs::path& p
 // Throws StoreError or DatabaseFailure.
 void ProjectDatabase::RefuseUnlessSound(bool forWriting) {
     connection_.Execute("PRAGMA trusted_schema = OFF; PRAGMA cell_size_check = ON;");
+    // One view: another process may be making the database at this moment.
+    sqlite::Transaction view(connection_, sqlite::Transaction::Kind::Read);
     const std::int64_t application = sqlite::QueryInteger(connection_, "PRAGMA application_id");
     const std::int64_t version = sqlite::QueryInteger(connection_, "PRAGMA user_version");
     const std::int64_t tables = sqlite::QueryInteger(connection_, "SELECT count(*) FROM sqlite_schema");
