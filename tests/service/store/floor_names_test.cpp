@@ -11,6 +11,7 @@
 #include "platform/text/CodePage.h"
 #include "platform/text/Utf8.h"
 #include "platform/zrow/Drawing.h"
+#include "service/store/RunTrust.h"
 #include "support/RunStateGuard.h"
 #include "support/StubService.h"
 
@@ -106,17 +107,10 @@ TEST(FloorNames, LetEveryStoreyBeTrustedForItself) {
 
     const std::vector<FloorName> floors = NameFloors(kTrickyStoreys);
     for (const FloorName& trusted : floors) {
-        const TrustView view({TrustedSubCategory("R", trusted.label, "给水管")});
+        RunTrust trust(TrustView({TrustedSubCategory("R", trusted.label, "给水管")}));
         norvex::test::StubService service;
-        service.status = static_cast<NS_NORVEX::TrustStatus>(view.StatusOf("R", "给排水"));
-        for (const auto& [floor, subCategories] : view.Parameters("R", "给排水")) {
-            NS_NORVEX::ComponentInfo record;
-            record.strName = norvex::text::WideToNarrow(norvex::text::FromUtf8(ModuleFloorName(floor)));
-            for (const std::string& each : subCategories) {
-                record.aryItems.append(norvex::text::WideToNarrow(norvex::text::FromUtf8(each)));
-            }
-            service.trusted.append(record);
-        }
+        service.status = trust.StatusOf("R", norvex::text::WideToNarrow(u"给排水"));
+        service.trusted = trust.FloorsOf("R", norvex::text::WideToNarrow(u"给排水"));
         CNorvexData::SetNorvexService(&service);
         COwTrustTool tool;
         tool.Init(u"R", u"给排水");

@@ -3,6 +3,8 @@
 
 #include "StoreSupport.h"
 #include "norvexdata/state/Records.h"
+#include "platform/text/CodePage.h"
+#include "service/store/RunTrust.h"
 
 using namespace norvex::test;
 using namespace norvex::service::store;
@@ -322,6 +324,25 @@ TEST(TrustView, AnswersARule) {
     EXPECT_TRUE(view.IsFindingTrusted(Code(7)));
     EXPECT_FALSE(view.IsFindingTrusted(Code(8)));
     EXPECT_EQ(TrustView().StatusOf("All", ""), RuleTrust::None);
+}
+
+TEST(RunTrust, AnswersInTheNarrowTextOfTheModule) {
+    const auto narrow = [](const CString& text) { return norvex::text::WideToNarrow(text); };
+    TrustEntry fire = TrustedRule("检查", "消防");
+    RunTrust trust(TrustView({fire, TrustedSubCategory("检查", "3层", "给水管"), TrustedFinding(Code(7))}));
+    EXPECT_EQ(trust.StatusOf(narrow(u"检查"), narrow(u"消防")), NS_NORVEX::eTrustAll);
+    EXPECT_EQ(trust.StatusOf(narrow(u"检查"), narrow(u"给排水")), NS_NORVEX::eTrustPart);
+    EXPECT_EQ(trust.StatusOf(narrow(u"其他"), narrow(u"消防")), NS_NORVEX::eTrustNone);
+    for (int round = 0; round < 2; ++round) {
+        CZRArray<NS_NORVEX::ComponentInfo>& floors = trust.FloorsOf(narrow(u"检查"), narrow(u"给排水"));
+        ASSERT_EQ(floors.length(), 1);
+        EXPECT_EQ(floors[0].strName, narrow(u"3層"));
+        ASSERT_EQ(floors[0].aryItems.length(), 1);
+        EXPECT_EQ(floors[0].aryItems[0], narrow(u"给水管"));
+    }
+    EXPECT_EQ(trust.FloorsOf(narrow(u"其他"), "").length(), 0);
+    EXPECT_TRUE(trust.IsFindingTrusted(Code(7)));
+    EXPECT_FALSE(trust.IsFindingTrusted(Code(8)));
 }
 
 TEST(TrustExchange, MovesEntriesToAnotherProject) {
