@@ -1,6 +1,9 @@
 # SPDX-License-Identifier: Apache-2.0
 include(GoogleTest)
 
+# Real models and truth tables lie beside the checkout, not in it; tests that need them skip with a message without them.
+set(NORVEX_SHARED "${PROJECT_SOURCE_DIR}/../shared" CACHE PATH "Folder with real models and truth tables")
+
 # norvex_add_test(NAME SOURCES... LIBS... [LABELS...] [TIMEOUT seconds])
 #
 # One executable; every test in it becomes a ctest test of its own process, because the run state belongs to the process.
@@ -15,5 +18,8 @@ function(norvex_add_test name)
   gtest_discover_tests(${name}
     DISCOVERY_MODE PRE_TEST
     DISCOVERY_TIMEOUT 60
-    PROPERTIES TIMEOUT ${arg_TIMEOUT} LABELS "${arg_LABELS}" SKIP_REGULAR_EXPRESSION "SKIPPED ")
+    PROPERTIES
+      ENVIRONMENT "NORVEX_SHARED=${NORVEX_SHARED}"
+      TIMEOUT ${arg_TIMEOUT} LABELS "${arg_LABELS}"
+      SKIP_REGULAR_EXPRESSION "SKIPPED ")
 endfunction()

@@ -26,10 +26,10 @@ struct RuleInfo {
     CString strTitle;
     // One of the check kinds of the shared vocabulary; results are counted under it.
     CString strCategory;
-    // Four decimal numbers joined by ".".
-    CString strVersion;
+    // Four decimal numbers joined by "."; a rule leaves it empty, and its module fills it in.
+    CString strVersion = {};
     // Specialties that the rule has something to say about; empty means all.
-    std::vector<CString> vecSpecialties;
+    std::vector<CString> vecSpecialties = {};
 };
 
 // One drawing object of a finding.

@@ -7,13 +7,11 @@
 
 namespace norvex::test {
 
-// The folder with real models and truth tables. It lies beside the checkout and is not part of it; NORVEX_SHARED points
-// elsewhere.
+// The folder with real models and truth tables. It lies beside the checkout and is not part of it. ctest names it in
+// NORVEX_SHARED; without that it is looked for beside the current folder.
 inline std::filesystem::path SharedDir() {
-    if (const char* given = std::getenv("NORVEX_SHARED")) {
-        return given;
-    }
-    return NORVEX_SHARED_DIR;
+    const char* const given = std::getenv("NORVEX_SHARED");
+    return given != nullptr ? given : "../shared";
 }
 
 }  // namespace norvex::test
