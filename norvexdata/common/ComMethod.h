@@ -39,12 +39,13 @@ class NORVEXDATA_API CComMethod {
     static CString GetDetailNameByAttName(const CString& path);
     // The arguments joined by ";".
     static CString GetUnitedArgument(const CStringArray& arguments);
-    // The entity's label position in plan, as text for people.
+    // The entity's label position in plan, as text for people; the origin for an entity without one, and for none.
     static CString GetStrInsertPt(ZrOwEntity* entity);
 
     // --- Location handle strings ---
 
     // Upper-case hexadecimal without leading zeros; from 2^32 on the high half and then the low half in 30 digits.
+    // An entity that is in no drawing has handle 0, and so has none.
     static CString GetStrHandle(AcDbHandle handle);
     static CString GetStrHandle(const ZrOwEntity* entity);
     // Locate form: leading tag, first tag, find mode, second tag and handles, joined by ":". An empty array or set
@@ -135,6 +136,7 @@ class NORVEXDATA_API CComMethod {
     // Levels of an entity in drawing units. Returns 1 for one level (low alone is set, or nothing for an unknown kind),
     // 2 for a range from low to high, 3 for a main line's pair as it stands.
     static int GetEntLevel(const ZrOwEntity* entity, double& low, double& high);
-    // Ten times the floor's number; -1000 for the whole project; 0 for a name without a number.
+    // Ten times the floor's number, toward zero and within 32 bits; -1000 for the whole project; 0 for a name that does
+    // not begin with a decimal number.
     static int GetFloorGrade(CString floorName);
 };

@@ -116,7 +116,3 @@ TEST_F(LoadedModule, StaysTheSameModuleWhenItIsLoadedAgain) {
     dlclose(again);
     Static<int>("CNorvexData", "s_iCurRuleNum") = 0;
 }
-
-TEST_F(LoadedModule, KeepsItsInnerWorksToItself) {
-    EXPECT_EQ(Find<void>("_ZN6norvex5trust3Md56FinishEv"), nullptr);
-}
