@@ -245,8 +245,10 @@ ParseResult Parse(std::string_view bytes) {
     parser->userData = &builder;
     // Without replacement of entities, "&amp;" in an attribute would come as "&#38;"; as no document may declare any,
     // only the five predefined ones are ever replaced.
-    xmlCtxtReadMemory(parser.get(), bytes.data(), static_cast<int>(bytes.size()), nullptr, EncodingOverride(bytes),
-                      XML_PARSE_NONET | XML_PARSE_NOENT);
+    const xmlDocPtr declarations =
+        xmlCtxtReadMemory(parser.get(), bytes.data(), static_cast<int>(bytes.size()), nullptr, EncodingOverride(bytes),
+                          XML_PARSE_NONET | XML_PARSE_NOENT);
+    xmlFreeDoc(declarations);
     return builder.Finish();
 }
 

@@ -13,7 +13,8 @@ using Version = std::array<std::uint16_t, 4>;
 
 inline void Append(std::string& bytes, std::uint64_t value, int size) {
     for (int index = 0; index < size; ++index) {
-        bytes.push_back(static_cast<char>(static_cast<unsigned char>(value >> (8 * index))));
+        bytes.push_back(static_cast<char>(static_cast<unsigned char>(value)));
+        value >>= 8;
     }
 }
 
