@@ -1,4 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
+include(${CMAKE_CURRENT_LIST_DIR}/NorvexRuleVersion.cmake)
 
 # norvex_add_rule(NAME SOURCES... [LIBS...] [VERSION a.b.c.d])
 #
@@ -25,6 +26,7 @@ function(norvex_add_rule name)
   endwhile()
 
   add_library(${name} MODULE ${arg_SOURCES})
+  norvex_add_version_record(${name} ${version})
   target_link_libraries(${name} PRIVATE Norvex::NorvexData Norvex::RuleApi ${arg_LIBS})
   target_compile_definitions(${name} PRIVATE NORVEX_RULE_VERSION="${version}")
   # The two modules that a rule stands on are in the process before any rule is loaded; the loader takes those.

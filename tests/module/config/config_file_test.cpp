@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "module/config/ConfigFixture.h"
 #include "norvexdata/config/ConfigParser.h"
+#include "norvexdata/state/NorvexData.h"
 #include "platform/text/CodePage.h"
 
 #include <gtest/gtest.h>
@@ -43,6 +44,20 @@ TEST_F(NorvexConfigFile, IsPickedUpWhenItWasRepaired) {
     EXPECT_FALSE(NorvexConfig::Instance().IsValid());
     WriteFile("<norvex><rule className='C'/></norvex>");
     EXPECT_TRUE(NorvexConfig::Instance().IsValid());
+}
+
+TEST_F(NorvexConfigFile, IsPickedUpBetweenTwoFloorsOfOneRun) {
+    const std::vector<std::string> filesByFloor{"", "<norvex><rule", "<norvex><rule className='C'/></norvex>",
+                                                "<norvex/>"};
+    std::vector<bool> found;
+    for (std::size_t floor = 0; floor < filesByFloor.size(); ++floor) {
+        CNorvexData::s_strCurFloor.Format(L"%uF", static_cast<unsigned>(floor));
+        if (floor > 0) {
+            WriteFile(filesByFloor[floor]);
+        }
+        found.push_back(NorvexConfig::Instance().GetCoinfigData(L"C") != nullptr);
+    }
+    EXPECT_EQ(found, (std::vector<bool>{false, false, true, true}));
 }
 
 TEST_F(NorvexConfigFile, IsNotReadAgainOnceItIsLoaded) {

@@ -184,6 +184,12 @@ TEST(ModuleVersion, IsWrittenIntoModulesThatTheBuildMakes) {
     EXPECT_EQ(version, L"3.1.20.65535");
 }
 
+TEST(ModuleVersion, IsWrittenIntoRulesThatAreBuiltWithoutSayingOne) {
+    CString version;
+    ASSERT_TRUE(CComMethod::GetFileVersion(HostPath(NORVEX_RULE_MODULE), version));
+    EXPECT_EQ(version, NORVEX_PROJECT_VERSION ".0");
+}
+
 TEST(ModuleVersion, SurvivesStrip) {
     const TemporaryFolder folder;
     const std::string stripped = (folder.Path() / "stripped.Arx").string();
