@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <memory>
-
 #include "cli/Cancel.h"
 #include "cli/Commands.h"
 #include "cli/ExitCode.h"
@@ -12,6 +10,7 @@
 #include "service/CheckRun.h"
 #include "service/Host.h"
 #include "service/IfcFloors.h"
+#include "service/Project.h"
 #include "service/ProjectFolder.h"
 #include "service/TrustStore.h"
 
@@ -59,37 +58,44 @@ bool Deliver(const service::RunReport& report, const CheckOptions& options, Whol
     return WriteOut(report::CheckText(report, style));
 }
 
+// The run itself, and what only this program knows of it.
+service::RunReport RunChecks(service::Host& host, service::IfcFloors& floors, const service::RunPlan& plan,
+                             const datamng::ProjectData& project, const CheckOptions& options) {
+    ProgressDisplay progress(ProgressKind(options));
+    service::RunReport report = service::ExecuteRun(host, floors, plan, project, progress, CancelOnSignals());
+    report.toolVersion = NORVEX_VERSION;
+    report.incomplete.insert(report.incomplete.begin(), host.LoadFailures().begin(), host.LoadFailures().end());
+    return report;
+}
+
 // Everything behind the reading of the model.
 int CheckModel(const ifc::BuildingModel& model, const CheckOptions& options, WholeFile& jsonFile) {
+    std::string error;
+    const std::filesystem::path application = service::ApplicationFolder();
+    const std::optional<std::filesystem::path> folder =
+        service::OpenProjectFolder(options.model, options.project, error);
+    if (!folder || !service::UseConfiguration(*folder, application, error)) {
+        return Unusable(error);
+    }
     service::NothingTrusted trust;
     service::Host host(trust);
-    const std::filesystem::path application = service::ApplicationFolder();
     if (const std::optional<std::string> failure = host.Start(application)) {
         Complain(*failure);
         return kIncomplete;
     }
     host.LoadRules();
     service::IfcFloors floors(model);
-    std::string error;
     const std::optional<service::RunPlan> plan = service::MakeRunPlan(options.request, floors, host.Rules(), error);
     if (!plan) {
         return Unusable(error);
     }
-    const std::optional<std::filesystem::path> project =
-        service::OpenProjectFolder(options.model, options.project, error);
+    const std::optional<datamng::ProjectData> project = service::LoadProjectData(*folder, application, floors, error);
     if (!project) {
         return Unusable(error);
     }
-    service::RunReport report;
-    {
-        ProgressDisplay progress(ProgressKind(options));
-        report = service::ExecuteRun(host, floors, *plan, {project->string(), application.string()}, progress,
-                                     CancelOnSignals());
-    }
-    report.toolVersion = NORVEX_VERSION;
-    report.projectFolder = project->string();
+    service::RunReport report = RunChecks(host, floors, *plan, *project, options);
+    report.projectFolder = folder->string();
     report.model = service::RecordOf(model, options.model);
-    report.incomplete.insert(report.incomplete.begin(), host.LoadFailures().begin(), host.LoadFailures().end());
     service::NoteWhatIsMissing(report);
     if (!Deliver(report, options, jsonFile)) {
         return kIncomplete;

@@ -7,6 +7,7 @@
 #include "cli/Terminal.h"
 #include "report/Table.h"
 #include "service/Host.h"
+#include "service/Project.h"
 #include "service/TrustStore.h"
 #include "service/Words.h"
 
@@ -15,7 +16,13 @@ namespace norvex::cli {
 int Rules(const RulesOptions& options) {
     service::NothingTrusted trust;
     service::Host host(trust);
-    if (const std::optional<std::string> failure = host.Start(service::ApplicationFolder())) {
+    const std::filesystem::path application = service::ApplicationFolder();
+    std::string error;
+    if (!service::UseConfiguration(application, application, error)) {
+        Complain(error);
+        return kUnusable;
+    }
+    if (const std::optional<std::string> failure = host.Start(application)) {
         Complain(*failure);
         return kIncomplete;
     }

@@ -8,8 +8,6 @@
 
 #include "norvexdata/entities/GetZrOwEntityPtrVec.h"
 #include "norvexdata/state/NorvexData.h"
-#include "platform/datamng/ProjectData.h"
-#include "platform/profile/ZrOwProfile.h"
 #include "platform/text/CodePage.h"
 #include "platform/text/Utf8.h"
 #include "service/Words.h"
@@ -19,13 +17,6 @@ namespace {
 
 // Finished; the module itself only knows 0, not checked, and 1, being checked.
 constexpr auto kCategoryChecked = static_cast<NS_NORVEX::CategoryStatus>(2);
-
-// A native path as the module has it: with backslashes.
-CString HostPath(const std::string& native) {
-    CString path = text::FromUtf8(native);
-    path.Replace(u'/', u'\\');
-    return path;
-}
 
 // The pieces of an attribute-name path; empty unless there are four.
 std::vector<CString> SplitPath(const CString& path) {
@@ -61,16 +52,17 @@ FindingRecord RecordOf(const NS_NORVEX::Finding& finding, const TaskRecord& task
 
 class Run final : public RuleListener {
   public:
-    Run(Host& host, FloorSource& source, const RunPlan& plan, RunObserver& observer, const std::atomic<bool>& cancel)
-        : m_host(host), m_source(source), m_plan(plan), m_observer(observer), m_cancel(cancel) {}
+    Run(Host& host, FloorSource& source, const RunPlan& plan, const datamng::ProjectData& project,
+        RunObserver& observer, const std::atomic<bool>& cancel)
+        : m_host(host), m_source(source), m_plan(plan), m_observer(observer), m_cancel(cancel), m_project(project) {}
 
-    RunReport Execute(const RunFolders& folders);
+    RunReport Execute();
 
     void OnFinding(const NS_NORVEX::Finding& finding) override;
     bool OnProgress(int done, int total) override;
 
   private:
-    void SetScope(const RunFolders& folders);
+    void SetScope();
     void EnterFloor(std::size_t floor);
     void EnterSpecialty(const CString& specialty);
     void LeaveSpecialty();
@@ -92,8 +84,8 @@ class Run final : public RuleListener {
     bool m_isSpecialtySet = false;
 };
 
-RunReport Run::Execute(const RunFolders& folders) {
-    SetScope(folders);
+RunReport Run::Execute() {
+    SetScope();
     m_host.Service().SetListener(this);
     const PlannedTask* before = nullptr;
     for (const PlannedTask& task : m_plan.tasks) {
@@ -123,7 +115,7 @@ RunReport Run::Execute(const RunFolders& folders) {
 
 // Floors and selection as the module wants them, in narrow text; a name that code page 936 cannot hold is then put in
 // as it is, so that its entities are not passed over.
-void Run::SetScope(const RunFolders& folders) {
+void Run::SetScope() {
     CNorvexData::ClearCheckData();
     std::vector<std::string> floors;
     for (const std::size_t floor : m_plan.floors) {
@@ -131,11 +123,9 @@ void Run::SetScope(const RunFolders& folders) {
         floors.push_back(text::WideToNarrow(text::FromUtf8(m_report.floors.back().name)));
     }
     SelectionMap selection;
-    m_project.folder = HostPath(folders.project);
     for (const CString& path : m_source.Paths()) {
         if (const std::vector<CString> pieces = SplitPath(path); !pieces.empty()) {
             selection[pieces[1]].insert(pieces[2]);
-            m_project.AddAttribute(path);
         }
     }
     std::vector<NS_NORVEX::ComponentInfo> components;
@@ -152,7 +142,6 @@ void Run::SetScope(const RunFolders& folders) {
     }
     CNorvexData::s_iTotalRuleNum = static_cast<int>(m_plan.tasks.size());
     datamng::SetCurrentProject(m_project);
-    profile::SetDirectories({HostPath(folders.application), m_project.folder});
     for (const CString& specialty : m_plan.specialties) {
         m_report.specialties.push_back(text::ToUtf8(specialty));
     }
@@ -296,9 +285,9 @@ void Run::CollectTotals() {
 
 }  // namespace
 
-RunReport ExecuteRun(Host& host, FloorSource& source, const RunPlan& plan, const RunFolders& folders,
+RunReport ExecuteRun(Host& host, FloorSource& source, const RunPlan& plan, const datamng::ProjectData& project,
                      RunObserver& observer, const std::atomic<bool>& cancel) {
-    return Run(host, source, plan, observer, cancel).Execute(folders);
+    return Run(host, source, plan, project, observer, cancel).Execute();
 }
 
 }  // namespace norvex::service

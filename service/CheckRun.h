@@ -3,8 +3,8 @@
 
 #include <atomic>
 #include <cstddef>
-#include <string>
 
+#include "platform/datamng/ProjectData.h"
 #include "service/FloorSource.h"
 #include "service/Host.h"
 #include "service/RunPlan.h"
@@ -23,19 +23,11 @@ class RunObserver {
     virtual void OnTaskEnd(const TaskRecord& task, std::size_t done, std::size_t total) = 0;
 };
 
-// Where the run finds and keeps what belongs to it.
-struct RunFolders {
-    // Native path of the project folder, UTF-8.
-    std::string project;
-    // Native path of the application folder, UTF-8.
-    std::string application;
-};
-
 // Runs a plan in this process: makes every floor the working database in its turn, drives CNorvexData, and calls the
 // rules. Returns the report without the parts that only the caller knows (tool, model, project folder). Setting cancel,
 // from any thread or a signal handler, ends the run soon; what was found stays in the report. CNorvexData keeps the
 // counts of the run afterwards.
-RunReport ExecuteRun(Host& host, FloorSource& source, const RunPlan& plan, const RunFolders& folders,
+RunReport ExecuteRun(Host& host, FloorSource& source, const RunPlan& plan, const datamng::ProjectData& project,
                      RunObserver& observer, const std::atomic<bool>& cancel);
 
 }  // namespace norvex::service

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "service/IfcFloors.h"
 
-#include <algorithm>
 #include <fmt/format.h>
+#include <algorithm>
 #include <set>
 
 #include "platform/text/Utf8.h"

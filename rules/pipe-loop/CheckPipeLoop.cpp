@@ -14,7 +14,6 @@
 namespace {
 
 using norvex::pipe_loop::LoopRow;
-using norvex::pipe_loop::LoopTable;
 using norvex::rule::Context;
 using norvex::rule::Found;
 
@@ -102,7 +101,14 @@ CString SystemsClause(const std::vector<ZrOwEntity*>& loop) {
     return clause;
 }
 
-CString SentenceOf(const std::vector<ZrOwEntity*>& loop, const CString& floor, const CString& advice) {
+// What a person is to do about a loop.
+CString AdviceFor(const CString& severity) {
+    return severity == STR_ERR_REMIND
+               ? u"A ring may be meant here: check that it is."
+               : u"These pipes should be a tree: check whether one is drawn twice or joins two branches.";
+}
+
+CString SentenceOf(const std::vector<ZrOwEntity*>& loop, const CString& floor, const CString& severity) {
     double length = 0.0;
     for (const ZrOwEntity* pipe : loop) {
         length += ZrOwPolyLine::cast(pipe)->GetLength();
@@ -113,7 +119,7 @@ CString SentenceOf(const std::vector<ZrOwEntity*>& loop, const CString& floor, c
     sentence.Format(u"%d pipes %s on floor \"%s\" form a closed loop, %.2f m long, around x %.2f, y %.2f, z %.2f m. %s",
                     static_cast<int>(loop.size()), SystemsClause(loop), floor, length / kMillimetresPerMetre,
                     place.x / kMillimetresPerMetre, place.y / kMillimetresPerMetre, place.z / kMillimetresPerMetre,
-                    advice);
+                    AdviceFor(severity));
     return sentence;
 }
 
@@ -138,15 +144,12 @@ class CCheckPipeLoop final : public norvex::rule::Rule {
                 .strTitle = u"Closed loops of pipes",
                 .strCategory = STR_CHECK_MODEL_PLAUSIBILITY,
                 .strVersion = {},
-                .vecSpecialties = {STR_SPEC_WATER, STR_SPEC_FIRE_PROTECTION, STR_SPEC_HVAC}}),
-          m_table(norvex::pipe_loop::BuiltInLoopTable()) {}
+                .vecSpecialties = norvex::pipe_loop::CheckedSpecialties()}) {}
 
   private:
     void Run(Context& context) override {
-        for (const LoopRow& row : m_table) {
-            if (row.specialty == context.Specialty()) {
-                CheckRow(context, row);
-            }
+        for (const LoopRow& row : norvex::pipe_loop::LoopTableOf(context.Specialty())) {
+            CheckRow(context, row);
         }
     }
 
@@ -182,12 +185,10 @@ class CCheckPipeLoop final : public norvex::rule::Rule {
             pipes = InFixedOrder(std::move(pipes));
             context.Report({.subCategory = L"管道闭合成环",
                             .severity = row.severity,
-                            .sentence = SentenceOf(pipes, context.Floor(), row.advice),
+                            .sentence = SentenceOf(pipes, context.Floor(), row.severity),
                             .objects = pipes});
         }
     }
-
-    LoopTable m_table;
 };
 
 }  // namespace

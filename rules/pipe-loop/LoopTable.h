@@ -13,8 +13,6 @@ struct LoopRow {
     CString category;
     CString subCategory;
     CString severity;
-    // What a person is to think of a loop in such a run: one sentence.
-    CString advice;
 };
 
 using LoopTable = std::vector<LoopRow>;
@@ -23,5 +21,13 @@ using LoopTable = std::vector<LoopRow>;
 // ways stands still, and waste has no direction to fall. Fire mains and heating are built as rings on purpose, so a
 // loop there is only to be looked at. Ducts and cables are not in it.
 LoopTable BuiltInLoopTable();
+
+// The rows of a specialty: from the configuration's section of CCheckPipeLoop when there is one, else built in. The
+// section's group SPECIALTY says what is looked at; its group "severity" says how severe a loop is, by
+// SPECIALTY\CATEGORY\SUB-CATEGORY, else by SPECIALTY\CATEGORY, else by SPECIALTY, else it is suspected.
+LoopTable LoopTableOf(const CString& specialty);
+
+// Specialties of the shared vocabulary in which the rule looks for loops.
+std::vector<CString> CheckedSpecialties();
 
 }  // namespace norvex::pipe_loop

@@ -126,12 +126,26 @@ TEST(CheckRun, SelectsNamesThatTheCodePageCannotHold) {
     EXPECT_EQ(CNorvexData::s_strSmallMemMap[L"管线"].count(L"Wärmeöl"), 1U);
 }
 
-TEST(CheckRun, TellsTheProjectWhatTheModelHolds) {
+// Notes which specialty the project is on while a task runs.
+class SpecialtyWatcher : public SilentObserver {
+  public:
+    void OnTaskEnd(const norvex::service::TaskRecord& task, std::size_t, std::size_t) override {
+        const CString current = norvex::datamng::GetCurrentProject().currentSpecialty;
+        EXPECT_EQ(norvex::text::ToUtf8(current), task.specialty);
+        EXPECT_EQ(CNorvexData::s_strCurSpec, current);
+        ++tasks;
+    }
+    int tasks = 0;
+};
+
+TEST(CheckRun, TellsTheProjectWhichSpecialtyIsChecked) {
     DrawingFloors floors = ThreeFloorsWithWater();
-    RunShippedRules(floors);
+    norvex::service::NothingTrusted trust;
+    SpecialtyWatcher watcher;
+    const std::atomic<bool> cancel{false};
+    RunEverything(floors, norvex::service::ApplicationFolder(), trust, watcher, cancel);
+    EXPECT_GT(watcher.tasks, 3);
     EXPECT_EQ(ZrOwDataMng::CProj::GetPrjDir(), u"\\tmp\\project");
-    ZrOwDataMng::SpecId water = 0;
-    EXPECT_TRUE(ZrOwDataMng::SpecNameToId(L"给排水", water));
 }
 
 TEST(CheckRun, GoesOnAfterARuleThatThrows) {

@@ -244,6 +244,54 @@ TEST_F(Norvex, KeepsItsProjectsInTheUsersStateFolder) {
     EXPECT_TRUE(std::filesystem::is_directory(project));
 }
 
+TEST_F(Norvex, KeepsTheCategoriesOfTheModelInTheProject) {
+    const std::string model = Model(Tree());
+    ASSERT_EQ(Run({"check", model, "--project", Path("project")}).exitCode, 0);
+    const std::string data = FileText(m_folder.Path() / "project" / "ProjectData.xml");
+    EXPECT_NE(data.find("给排水\\管线\\管道\\"), std::string::npos) << data.substr(0, 500);
+    ASSERT_EQ(Run({"check", model, "--project", Path("project")}).exitCode, 0);
+    EXPECT_EQ(FileText(m_folder.Path() / "project" / "ProjectData.xml"), data);
+}
+
+TEST_F(Norvex, RefusesProjectFilesThatCannotBeRead) {
+    for (const char* name : {"ProjectData.xml", "NorvexConfig.xml"}) {
+        const std::string project = Path(std::string("with ") + name);
+        std::filesystem::create_directory(project);
+        WriteFile(std::filesystem::path(project) / name, "<unfinished");
+        const ProcessResult result = Run({"check", Model(Tree()), "--project", project});
+        EXPECT_EQ(result.exitCode, 2) << name;
+        ExpectOneSentence(result.err);
+        EXPECT_NE(result.err.find(name), std::string::npos) << result.err;
+    }
+}
+
+TEST_F(Norvex, KeepsWhatWasFoundWhenItIsInterrupted) {
+    // Two interrupts within one second would end the process; one cancels.
+    const std::string model = Model(WaterLoopAndFireRing());
+    std::filesystem::create_directories(m_folder.Path() / "app" / "Norvex");
+    const std::filesystem::path from = std::filesystem::path(NORVEX_PROGRAM).parent_path();
+    for (const auto& entry : std::filesystem::directory_iterator(from)) {
+        if (!entry.is_directory()) {
+            std::filesystem::copy(entry.path(), m_folder.Path() / "app" / entry.path().filename(),
+                                  std::filesystem::copy_options::copy_symlinks);
+        }
+    }
+    std::filesystem::copy(std::filesystem::path(NORVEX_TEST_MODULES) / "EndlessRule.Arx",
+                          m_folder.Path() / "app" / "Norvex" / "EndlessRule.Arx");
+    const std::string program = Path("app/norvex");
+    const ProcessResult result =
+        norvex::test::RunProcess({"/usr/bin/timeout", "--signal=INT", "1", program, "check", model, "--json",
+                                  Path("a.json"), "--project", Path("project")});
+    // timeout says 124 when it had to send its signal.
+    EXPECT_EQ(result.exitCode, 124) << result.err;
+    const Json json = Json::parse(FileText(Path("a.json")));
+    EXPECT_EQ(json["complete"], false);
+    ASSERT_EQ(json["findings"].size(), 1U);
+    EXPECT_EQ(json["findings"][0]["sentence"], "Found first.");
+    EXPECT_EQ(json["outcomes"][0]["outcome"], "cancelled");
+    EXPECT_NE(result.out.find("The run was cancelled"), std::string::npos) << result.out;
+}
+
 TEST_F(Norvex, RefusesAJsonFileThatCannotBeWrittenBeforeItChecks) {
     std::filesystem::create_directory(m_folder / "folder");
     for (const std::string& name : {Path("missing/a.json"), Path("folder")}) {
@@ -255,7 +303,10 @@ TEST_F(Norvex, RefusesAJsonFileThatCannotBeWrittenBeforeItChecks) {
 
 TEST_F(Norvex, LeavesAnOlderJsonFileAloneWhenTheNewOneDoesNotFit) {
     WriteFile(m_folder / "a.json", "older");
-    const ProcessResult result = Run({"check", Model(WaterLoopAndFireRing()), "--quiet", "--json", Path("a.json")}, [] {
+    const std::string model = Model(WaterLoopAndFireRing());
+    // The first run makes the project's files, which would not fit either.
+    ASSERT_EQ(Run({"check", model}).exitCode, 1);
+    const ProcessResult result = Run({"check", model, "--quiet", "--json", Path("a.json")}, [] {
         const rlimit limit{512, 512};
         setrlimit(RLIMIT_FSIZE, &limit);
         std::signal(SIGXFSZ, SIG_IGN);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
 
+#include "service/Project.h"
 #include "tests/service/support/RunFixture.h"
 
 namespace {
@@ -186,6 +187,59 @@ TEST(PipeLoopRule, LooksBeyondTheNetworksOfOneSearch) {
     const RunReport report = RunShippedRules(floors);
     EXPECT_EQ(report.findings.size(), 1U);
     EXPECT_EQ(TaskOf(report, "CCheckPipeLoop", "1F", "给排水").examined, 1504U);
+}
+
+// Writes the rule's section as the project's configuration and makes it the one in use.
+void Configure(const norvex::test::TemporaryFolder& project, const std::string& section) {
+    norvex::test::WriteFile(project / "NorvexConfig.xml",
+                            "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<norvex><rule className=\"CCheckPipeLoop\">"
+                            "<checkitems>" +
+                                section + "</checkitems></rule></norvex>\n");
+    std::string error;
+    ASSERT_TRUE(norvex::service::UseConfiguration(project.Path(), norvex::service::ApplicationFolder(), error))
+        << error;
+}
+
+TEST(PipeLoopRule, TakesWhatItChecksAndHowSevereFromTheConfiguration) {
+    const norvex::test::TemporaryFolder project;
+    Configure(project,
+              "<group name=\"暖通\"><entry name=\"管线\"><value>风管</value></entry></group>"
+              "<group name=\"severity\"><entry name=\"暖通\"><value>ERR_REMIND</value></entry>"
+              "<entry name=\"暖通\\管线\\风管\"><value>ERR_CONFIRMED</value></entry></group>");
+    Drawing drawing;
+    AddSquare(drawing, "暖通\\管线\\风管\\400x200", 0, "duct");
+    AddSquare(drawing, kWaterPipe, 5000, "pipe");
+    DrawingFloors floors = OneFloor(std::move(drawing));
+    const RunReport report = RunShippedRules(floors);
+    ASSERT_EQ(report.findings.size(), 1U);
+    EXPECT_EQ(report.findings.front().specialty, "暖通");
+    EXPECT_EQ(report.findings.front().severity, Severity::Confirmed);
+    EXPECT_EQ(report.rules.front().specialties, (std::vector<std::string>{"暖通"}));
+}
+
+TEST(PipeLoopRule, SuspectsWhereTheConfigurationNamesNoSeverity) {
+    const norvex::test::TemporaryFolder project;
+    Configure(project, "<group name=\"消防\"><entry name=\"管线\"><value>管道</value></entry></group>");
+    Drawing drawing;
+    AddSquare(drawing, kFirePipe, 0, "main");
+    DrawingFloors floors = OneFloor(std::move(drawing));
+    const RunReport report = RunShippedRules(floors);
+    ASSERT_EQ(report.findings.size(), 1U);
+    EXPECT_EQ(report.findings.front().severity, Severity::Suspected);
+}
+
+TEST(PipeLoopRule, MeansByTheShippedConfigurationWhatIsBuiltIn) {
+    const norvex::test::TemporaryFolder project;
+    std::string error;
+    ASSERT_TRUE(norvex::service::UseConfiguration(project.Path(), norvex::service::ApplicationFolder(), error));
+    Drawing drawing;
+    AddSquare(drawing, kWaterPipe, 0, "pipe");
+    AddSquare(drawing, kFirePipe, 5000, "main");
+    DrawingFloors floors = OneFloor(std::move(drawing));
+    const RunReport report = RunShippedRules(floors);
+    ASSERT_EQ(report.findings.size(), 2U);
+    EXPECT_EQ(report.findings[0].severity, Severity::Suspected);
+    EXPECT_EQ(report.findings[1].severity, Severity::Remind);
 }
 
 }  // namespace

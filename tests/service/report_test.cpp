@@ -77,7 +77,8 @@ TEST(Table, WrapsTheLastColumnAndKeepsNotesWhole) {
 RunReport ReportWithOneFinding() {
     RunReport report;
     report.model.path = "house.ifc";
-    report.floors.push_back({.name = "1F\x1B[2J", .elevation = 0.0, .elements = 4, .withoutPlace = 0, .withoutStorey = false});
+    report.floors.push_back(
+        {.name = "1F\x1B[2J", .elevation = 0.0, .elements = 4, .withoutPlace = 0, .withoutStorey = false});
     report.rules.push_back({.name = "CCheckPipeLoop",
                             .shortName = "pipe-loop",
                             .title = "",

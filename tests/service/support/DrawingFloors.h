@@ -18,8 +18,11 @@ class DrawingFloors final : public service::FloorSource {
         for (const ZrOwEntity* entity : drawing.entities()) {
             m_all.insert(entity->GetAttName());
         }
-        m_floors.push_back(
-            {.name = name, .elevation = 0.0, .elements = drawing.entities().size(), .withoutPlace = 0, .withoutStorey = false});
+        m_floors.push_back({.name = name,
+                            .elevation = 0.0,
+                            .elements = drawing.entities().size(),
+                            .withoutPlace = 0,
+                            .withoutStorey = false});
         m_drawings.push_back(std::move(drawing));
         m_paths.assign(m_all.begin(), m_all.end());
         return *this;

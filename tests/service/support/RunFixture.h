@@ -60,7 +60,9 @@ inline service::RunReport RunEverything(DrawingFloors& floors, const std::filesy
     std::string error;
     const std::optional<service::RunPlan> plan = service::MakeRunPlan({}, floors, host.Rules(), error);
     EXPECT_EQ(error, "");
-    return service::ExecuteRun(host, floors, *plan, {"/tmp/project", application.string()}, observer, cancel);
+    datamng::ProjectData project;
+    project.folder = u"\\tmp\\project";
+    return service::ExecuteRun(host, floors, *plan, project, observer, cancel);
 }
 
 inline service::RunReport RunEverything(DrawingFloors& floors, const std::filesystem::path& application) {

@@ -1,0 +1,59 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "service/Project.h"
+
+#include <fmt/format.h>
+
+#include "norvexdata/config/NorvexConfig.h"
+#include "platform/datamng/ProjectFile.h"
+#include "platform/kernel/NativePath.h"
+#include "platform/profile/ZrOwProfile.h"
+#include "platform/text/Utf8.h"
+
+namespace norvex::service {
+namespace {
+
+constexpr const char* kConfigurationName = "NorvexConfig.xml";
+constexpr const char* kCatalogueName = "Catalogue.xml";
+
+CString HostPath(const std::filesystem::path& path) {
+    return kernel::FromNativePath(std::filesystem::absolute(path).lexically_normal().native());
+}
+
+}  // namespace
+
+bool UseConfiguration(const std::filesystem::path& projectFolder, const std::filesystem::path& applicationFolder,
+                      std::string& error) {
+    std::error_code ignored;
+    const std::filesystem::path own = projectFolder / kConfigurationName;
+    const bool hasOwn = std::filesystem::exists(own, ignored);
+    profile::SetDirectories({HostPath(applicationFolder), HostPath(hasOwn ? projectFolder : applicationFolder)});
+    if (hasOwn && !NorvexConfig::Instance().IsValid()) {
+        error = fmt::format("The configuration {} is no XML document that can be read.", own.string());
+        return false;
+    }
+    return true;
+}
+
+std::optional<datamng::ProjectData> LoadProjectData(const std::filesystem::path& projectFolder,
+                                                    const std::filesystem::path& applicationFolder,
+                                                    const FloorSource& source, std::string& error) {
+    const CString folder = HostPath(projectFolder);
+    datamng::ProjectReadResult loaded = datamng::LoadProject(folder, HostPath(applicationFolder / kCatalogueName));
+    if (!loaded.data) {
+        const std::string place = loaded.line > 0 ? fmt::format(":{}", loaded.line) : "";
+        error = fmt::format("{}{}: {}", kernel::ToNativePath(loaded.path), place, loaded.sentence);
+        return std::nullopt;
+    }
+    const std::string before = datamng::WriteProjectData(*loaded.data);
+    for (const CString& path : source.Paths()) {
+        loaded.data->AddAttribute(path);
+    }
+    if (datamng::WriteProjectData(*loaded.data) != before && !datamng::WriteProjectFile(folder, *loaded.data)) {
+        error = fmt::format("The project folder {} cannot be written; name another with --project DIR.",
+                            projectFolder.string());
+        return std::nullopt;
+    }
+    return std::move(loaded.data);
+}
+
+}  // namespace norvex::service

@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+
+#include "platform/datamng/ProjectData.h"
+#include "service/FloorSource.h"
+
+namespace norvex::service {
+
+// Tells the module where rules find their configuration: the project's own NorvexConfig.xml, or else the one that ships
+// in the application folder. Errors: false, and error is one sentence, when the project's is no readable document; a
+// missing one is no error. Once in a process, before rules are loaded.
+bool UseConfiguration(const std::filesystem::path& projectFolder, const std::filesystem::path& applicationFolder,
+                      std::string& error);
+
+// The project's data: the catalogue that ships, what the project's file adds, and the categories of the model. Writes
+// the file anew when the model holds more than it says. Errors: nothing, and error is one sentence.
+std::optional<datamng::ProjectData> LoadProjectData(const std::filesystem::path& projectFolder,
+                                                    const std::filesystem::path& applicationFolder,
+                                                    const FloorSource& source, std::string& error);
+
+}  // namespace norvex::service
