@@ -1,18 +1,24 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: Apache-2.0
-# Installs the Debian packages that are missing. Usage: tools/install_packages.sh build|test|bench
+# Installs the Debian packages that are missing. Usage: tools/install_packages.sh build|test|bench|browser
 set -euo pipefail
 
-build=(g++ cmake ninja-build libboost-dev libicu-dev libxml2-dev libsqlite3-dev libfmt-dev nlohmann-json3-dev libcli11-dev)
+build=(g++ cmake ninja-build libboost-dev libicu-dev libxml2-dev libsqlite3-dev libfmt-dev nlohmann-json3-dev libcli11-dev zlib1g-dev)
 test=(clang libclang-rt-dev llvm libgtest-dev python3)
 bench=(libbenchmark-dev liblemon-dev)
+# What the tests of the report page drive; the fonts let screenshots show Chinese.
+browser=(chromium fonts-noto-cjk)
+# Node.js may come from elsewhere than Debian, and then brings its own npm.
+command -v node >/dev/null || browser+=(nodejs)
+command -v npm >/dev/null || browser+=(npm)
 
 case "${1:-}" in
     build) wanted=("${build[@]}") ;;
     test) wanted=("${build[@]}" "${test[@]}") ;;
+    browser) wanted=("${browser[@]}") ;;
     bench) wanted=("${build[@]}" "${bench[@]}") ;;
     *)
-        echo "usage: $0 build|test|bench" >&2
+        echo "usage: $0 build|test|bench|browser" >&2
         exit 2
         ;;
 esac
