@@ -71,7 +71,7 @@ export async function look(page, selector, colour) {
         }
         const middle = near[near.length >> 1];
         const at = near.length ? { x: middle % image.width, y: Math.floor(middle / image.width) } : null;
-        return { count: near.length, at, brightness: sum / bytes.length * 4 / 3 };
+        return { count: near.length, total: bytes.length / 4, at, brightness: sum / bytes.length * 4 / 3 };
     }, [picture.toString("base64"), colour]);
     await helper.close();
     return { ...seen, picture };

@@ -18,6 +18,8 @@ constexpr double kCorridor = 3000.0;
 constexpr double kWing = 2 * kRoomDepth + kCorridor + 3000.0;
 constexpr double kStorey = 3600.0;
 constexpr std::size_t kRoomsOfWing = 40;
+constexpr double kWingLength = kRoomsOfWing / 2 * kRoomWidth + 5000.0;
+constexpr std::size_t kWingsInARow = 6;
 
 struct Sort {
     const char* className;
@@ -113,7 +115,8 @@ class Builder {
             m_base = *m_building.model.floors[m_floor].elevation;
             m_floorLimit = m_limit * (m_floor + 1) / m_building.model.floors.size();
             for (std::size_t wing = 0; !FloorIsFull(); ++wing) {
-                Wing(static_cast<double>(wing) * kWing);
+                Wing(static_cast<double>(wing % kWingsInARow) * kWingLength,
+                     static_cast<double>(wing / kWingsInARow) * kWing);
             }
         }
     }
@@ -136,11 +139,11 @@ class Builder {
         return text;
     }
 
-    void Wing(double y) {
-        Thing(kBoiler, 0, {-2500, y, 900}, 1200, 900, 1800);
-        Thing(kPump, 0, {-1200, y - 500, 400}, 400, 300, 500);
+    void Wing(double begin, double y) {
+        Thing(kBoiler, 0, {begin - 2500, y, 900}, 1200, 900, 1800);
+        Thing(kPump, 0, {begin - 1200, y - 500, 400}, 400, 300, 500);
         for (std::size_t room = 0; room < kRoomsOfWing / 2 && !FloorIsFull(); ++room) {
-            const double x = static_cast<double>(room) * kRoomWidth;
+            const double x = begin + static_cast<double>(room) * kRoomWidth;
             Corridor(x, y);
             for (const double side : {1.0, -1.0}) {
                 if (!FloorIsFull()) {
