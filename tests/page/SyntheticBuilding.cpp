@@ -57,9 +57,10 @@ class Builder {
         }
     }
 
+    // The last room may have brought a few too many.
+    void Cut() { m_building.model.elements.resize(m_limit); }
     SyntheticBuilding Take() { return std::move(m_building); }
     PageModel& Model() { return m_building.model; }
-    bool IsFull() const { return m_building.model.elements.size() >= m_limit; }
 
     std::string_view Keep(std::string text) { return m_building.texts->emplace_back(std::move(text)); }
 
@@ -293,6 +294,7 @@ void Describe(PageModel& model) {
 SyntheticBuilding MakeBuilding(std::size_t elements, std::size_t floors, std::size_t findings) {
     Builder builder(elements, floors);
     builder.Fill();
+    builder.Cut();
     PageModel& model = builder.Model();
     Describe(model);
     for (std::uint32_t number = 1; number <= findings; ++number) {
@@ -307,6 +309,7 @@ SyntheticBuilding MakeBuilding(std::size_t elements, std::size_t floors, std::si
 SyntheticBuilding MakeShowcase() {
     Builder builder(1800, 3);
     builder.Fill();
+    builder.Cut();
     PageModel& model = builder.Model();
     Describe(model);
     model.run.comparedRun = "run 11 of 2024-02-27";

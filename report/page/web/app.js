@@ -9,11 +9,13 @@ function showFault(text) {
     byId("fault").hidden = false;
 }
 
+// What is known of the run, part by part: each stays whole where the line breaks.
 function runLine() {
     const { run, totals } = report;
-    return [run.project, run.schema, word("elements", { n: number(totals.elements) }), run.time,
+    const parts = [run.project, run.schema, word("elements", { n: number(totals.elements) }), run.time,
         run.tool && word("tool", { version: run.tool }), run.compared && word("comparedWith", { run: run.compared })]
-        .filter((part) => part).join(" · ");
+        .filter((part) => part);
+    return parts.flatMap((part, at) => at === 0 ? [fromModel(part)] : [" · ", fromModel(part)]);
 }
 
 function fillWords() {
@@ -30,7 +32,7 @@ function fillWords() {
     nameTheme();
     document.title = (report.run.model ? report.run.model + " · " : "") + word("title");
     byId("model-name").replaceChildren(fromModel(report.run.model || word("title")));
-    byId("run-line").replaceChildren(fromModel(runLine()));
+    byId("run-line").replaceChildren(...runLine());
 }
 
 function nameTheme() {

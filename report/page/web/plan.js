@@ -383,25 +383,25 @@ function drawScaleBar(context) {
     const pixels = length * view.scale;
     const x = 16;
     const y = view.height - 18;
+    context.globalAlpha = 0.85;
+    context.fillStyle = colours.sheet;
+    context.beginPath();
+    context.roundRect(x - 8, y - 20, pixels + 16, 28, 6);
+    context.fill();
+    context.globalAlpha = 1;
     context.lineCap = "butt";
-    for (const [colour, width] of [[colours.sheet, 5], [colours.ink, 1.6]]) {
-        context.strokeStyle = colour;
-        context.lineWidth = width;
-        context.beginPath();
-        context.moveTo(x, y - 6);
-        context.lineTo(x, y);
-        context.lineTo(x + pixels, y);
-        context.lineTo(x + pixels, y - 6);
-        context.stroke();
-    }
+    context.strokeStyle = colours.ink;
+    context.lineWidth = 1.6;
+    context.beginPath();
+    context.moveTo(x, y - 6);
+    context.lineTo(x, y);
+    context.lineTo(x + pixels, y);
+    context.lineTo(x + pixels, y - 6);
+    context.stroke();
     context.font = "12px system-ui, sans-serif";
     context.textAlign = "left";
     context.textBaseline = "alphabetic";
     const text = length >= 1000 ? number(length / 1000) + " m" : number(length, length < 1 ? 2 : 0) + " mm";
-    context.lineWidth = 4;
-    context.strokeStyle = colours.sheet;
-    context.lineJoin = "round";
-    context.strokeText(text, x + 6, y - 5);
     context.fillStyle = colours.ink;
     context.fillText(text, x + 6, y - 5);
 }

@@ -33,7 +33,7 @@ function fillPaper() {
     const { run } = report;
     byId("paper").replaceChildren(
         make("h1", {}, fromModel(run.model || word("title"))),
-        make("p", {}, runLine()),
+        make("p", {}, ...runLine()),
         make("p", {}, ...STATES.map((state) => [state, stateCounts()[state]]).filter(([, count]) => count > 0)
             .map(([state, count]) => make("span", { class: "paper-total" }, number(count) + " " + stateWord(state, count)))),
         make("h2", {}, byId("coverage-title").textContent),
