@@ -106,7 +106,7 @@ std::string ModelText(const RunReport& report, const TextStyle& style) {
 }
 
 std::string FindingsText(const RunReport& report, const TextStyle& style) {
-    Table table({{"#", Table::Align::Right}, {"Severity"}, {"Floor"}, {"Specialty"}, {"Rule"}, {"Finding"}});
+    Table table({{"#", Table::Align::Right}, {"Severity"}, {"Floor"}, {"Specialty"}, {"Rule"}});
     for (const FindingRecord& finding : report.findings) {
         const std::string severity = std::string(service::SeverityName(finding.severity));
         table.AddRow({{std::to_string(finding.number)},
@@ -114,8 +114,8 @@ std::string FindingsText(const RunReport& report, const TextStyle& style) {
                        finding.trusted ? Tone::Faint : ToneOf(finding.severity)},
                       {finding.floor},
                       {SpecialtyLabel(finding.specialty)},
-                      {ShortNameOf(report, finding.rule)},
-                      {finding.sentence}});
+                      {ShortNameOf(report, finding.rule)}});
+        table.AddText(finding.sentence);
         table.AddNote(finding.location);
         table.AddNote(finding.featureCode);
     }

@@ -30,8 +30,12 @@ void Table::AddRow(std::vector<Cell> cells) {
     m_rows.push_back({std::move(cells), {}});
 }
 
+void Table::AddText(const std::string& text) {
+    m_rows.back().below.push_back({Sanitised(text), true});
+}
+
 void Table::AddNote(const std::string& text) {
-    m_rows.back().notes.push_back(Sanitised(text));
+    m_rows.back().below.push_back({Sanitised(text), false});
 }
 
 std::vector<std::size_t> Table::Widths(std::size_t lineWidth) const {
@@ -69,8 +73,19 @@ void Table::AppendRow(const Row& row, const std::vector<std::size_t>& widths, co
         out += whole + "\n";
         head.assign(before, ' ');
     }
-    for (const std::string& note : row.notes) {
-        out += std::string(before, ' ') + Toned(note, Tone::Faint, style) + "\n";
+    AppendBelow(row, kIndent + widths.front() + kGap, style, out);
+}
+
+void Table::AppendBelow(const Row& row, std::size_t indent, const TextStyle& style, std::string& out) {
+    const std::size_t width = std::max(style.width > indent ? style.width - indent : 0, kNarrowestLastColumn);
+    for (const Below& below : row.below) {
+        if (!below.wraps) {
+            out += std::string(indent, ' ') + Toned(below.text, Tone::Faint, style) + "\n";
+            continue;
+        }
+        for (const std::string& line : Wrapped(below.text, width)) {
+            out += std::string(indent, ' ') + line + "\n";
+        }
     }
 }
 

@@ -36,22 +36,28 @@ class Table {
 
     // Requires: as many cells as columns.
     void AddRow(std::vector<Cell> cells);
-    // A line below the row added last, under its last column; neither wrapped nor counted in the widths, so that what
-    // it holds can be copied whole.
+    // Lines below the row added last, from its second column on, as wide as the line allows.
+    void AddText(const std::string& text);
+    // The same in one faint line that is not wrapped, so that what it holds can be copied whole.
     void AddNote(const std::string& text);
 
     // With a head and an indent of two blanks; empty without rows.
     std::string ToText(const TextStyle& style) const;
 
   private:
+    struct Below {
+        std::string text;
+        bool wraps = false;
+    };
     struct Row {
         std::vector<Cell> cells;
-        std::vector<std::string> notes;
+        std::vector<Below> below;
     };
 
     std::vector<std::size_t> Widths(std::size_t lineWidth) const;
     void AppendRow(const Row& row, const std::vector<std::size_t>& widths, const TextStyle& style,
                    std::string& out) const;
+    static void AppendBelow(const Row& row, std::size_t indent, const TextStyle& style, std::string& out);
 
     std::vector<Column> m_columns;
     std::vector<Row> m_rows;

@@ -62,14 +62,16 @@ TEST(Table, AlignsColumnsOfWideCharacters) {
               "  ab      12  y\n");
 }
 
-TEST(Table, WrapsTheLastColumnAndKeepsNotesWhole) {
+TEST(Table, WrapsTheLastColumnAndTextBelowAndKeepsNotesWhole) {
     Table table({{"A"}, {"B"}});
     table.AddRow({{"1"}, {"some words that do not fit in"}});
+    table.AddText("and more below the row");
     table.AddNote("定位:" + std::string(60, 'F'));
     EXPECT_EQ(table.ToText({.width = 29, .colour = false, .brief = false}),
               "  A  B\n"
               "  1  some words that do not\n"
               "     fit in\n"
+              "     and more below the row\n"
               "     定位:" +
                   std::string(60, 'F') + "\n");
 }
