@@ -253,9 +253,30 @@ test("finds every element again as it was written", async () => {
     }
 });
 
+test("draws real models", async (context) => {
+    const names = fs.readdirSync(work).filter((name) => /^model-.*\.html$/.test(name));
+    assert.ok(names.length > 0);
+    for (const name of names) {
+        const page = await open(browser, name);
+        const floors = await page.locator("#floor option").count();
+        let drawn = 0;
+        for (let floor = 0; floor < floors; ++floor) {
+            await page.locator("#floor").selectOption({ index: floor });
+            await settle(page);
+            await shot(page, `${name.replace(".html", "")}-${floor}`);
+            const white = await look(page, "#base", [255, 255, 255]);
+            drawn = Math.max(drawn, white.total - white.count);
+        }
+        context.diagnostic(`${name}: ${floors} floors, ${drawn} pixels drawn on the fullest`);
+        assert.ok(drawn > 5000, name);
+        assert.deepEqual(page.complaints, []);
+    }
+});
+
 test("says so when there is nothing, and when the data is damaged", async () => {
     const page = await open(browser, "empty.html");
     assert.match(await page.locator("#list").textContent(), /No findings/);
+    assert.equal(await page.locator("#coverage-title").textContent(), "Nothing was checked", "which is not all good");
     assert.deepEqual(page.complaints, []);
     const whole = fs.readFileSync(path.join(work, "showcase.html"), "utf8");
     const begin = whole.indexOf("text/plain\">") + 12;

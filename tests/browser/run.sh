@@ -1,11 +1,12 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: Apache-2.0
-# Makes report pages and drives Chromium through them. Usage: run.sh MAKE_PAGE WORK_FOLDER
+# Makes report pages and drives Chromium through them. Usage: run.sh MAKE_PAGE WORK_FOLDER [MODEL.ifc ...]
 # Screenshots and the pages stay in the work folder.
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 make_page=$1
 work=$2
+shift 2
 
 for program in chromium node npm; do
     if ! command -v "$program" >/dev/null; then
@@ -27,5 +28,14 @@ if ! cmp -s package-lock.json node_modules/.installed; then
 fi
 for page in showcase large empty; do
     "$make_page" "$page" "$work/$page.html" >"$work/$page.tsv"
+done
+rm -f model-*.html
+for model in "$@"; do
+    # Real models lie beside the checkout and may be missing.
+    if [ -f "$model" ]; then
+        "$make_page" "$model" "$work/model-$(basename "$model" .ifc).html"
+    else
+        echo "without $model, which is not there"
+    fi
 done
 exec node --test report_page.test.mjs

@@ -28,10 +28,11 @@ function fillCoverage() {
     const { run, totals } = report;
     const outcomes = countBy(report.outcomes, (record) => record.outcome);
     const trust = countBy(report.trustEntries, (entry) => entry.trust.state);
-    const bad = run.partial || run.narrowed || run.incomplete.length > 0 || totals.withoutFloor > 0
+    const nothing = report.outcomes.every((record) => record.outcome !== "passed" && record.outcome !== "failed");
+    const bad = nothing || run.partial || run.narrowed || run.incomplete.length > 0 || totals.withoutFloor > 0
         || ["crashed", "cancelled", "skipped"].some((name) => outcomes.has(name));
     byId("coverage").className = bad ? "warn" : "good";
-    byId("coverage-title").textContent = word(bad ? "coverageBad" : "coverageGood");
+    byId("coverage-title").textContent = word(nothing ? "coverageNone" : bad ? "coverageBad" : "coverageGood");
     const chips = ["crashed", "cancelled", "skipped", "notApplicable"].filter((name) => outcomes.has(name)).map((name) =>
         chip(number(outcomes.get(name)) + " " + word(name), ALARMING.has(name)));
     if (totals.withoutFloor > 0) {

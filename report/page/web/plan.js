@@ -249,7 +249,7 @@ function traceHalo(context, object, extra, colour) {
     }
     const mark = symbolOf(object, view.scale);
     const radius = Math.max(3, mark.radius) + extra / 2 + 1;
-    if (mark.kind === KIND.equipment) {
+    if (mark.isBox) {
         context.roundRect(view.screenX(mark.x) - mark.spanX - extra / 2 - 1, view.screenY(mark.y) - mark.spanY - extra / 2 - 1,
             2 * mark.spanX + extra + 2, 2 * mark.spanY + extra + 2, 4);
     } else {
@@ -435,7 +435,7 @@ function distanceTo(object, pixelX, pixelY) {
     const mark = symbolOf(object, view.scale);
     const dx = Math.abs(pixelX - view.screenX(mark.x));
     const dy = Math.abs(pixelY - view.screenY(mark.y));
-    return mark.kind === KIND.equipment ? Math.max(dx - mark.spanX, dy - mark.spanY) : Math.hypot(dx, dy) - mark.radius;
+    return mark.isBox ? Math.max(dx - mark.spanX, dy - mark.spanY) : Math.hypot(dx, dy) - mark.radius;
 }
 
 // What lies under a pixel, nearest first; what is smaller comes before what it lies on.

@@ -278,9 +278,18 @@ function symbolOf(index, scale) {
         mark.spanX = Math.max(4, spanX);
         mark.spanY = Math.max(4, spanY);
         mark.radius = Math.max(mark.spanX, mark.spanY);
+        mark.isBox = true;
     } else if (about.kind === KIND.device) {
         mark.radius = scale < 0.004 ? 0 : Math.max(3.4, Math.max(spanX, spanY, mark.diameter * 1.3));
     } else {
+        // Radiators and the like are long; a ring would hide where they reach.
+        mark.isBox = about.kind === KIND.terminal && Math.max(spanX, spanY) > 6 && Math.max(spanX, spanY) > 2 * Math.min(spanX, spanY);
+        if (mark.isBox) {
+            mark.x = (elements.lowX[index] + elements.highX[index]) / 2;
+            mark.y = (elements.lowY[index] + elements.highY[index]) / 2;
+            mark.spanX = Math.max(2.5, spanX);
+            mark.spanY = Math.max(2.5, spanY);
+        }
         mark.radius = scale < 0.002 ? 1.5 : Math.max(about.kind === KIND.terminal ? 3.2 : 2.4, Math.min(body, 14));
     }
     return mark;
@@ -318,7 +327,11 @@ function drawMark(context, mark, x, y, ratio, colour, fill) {
         drawCrossedBox(context, x, y, mark.spanX * ratio, mark.spanY * ratio, fill);
     } else if (mark.kind === KIND.terminal) {
         context.fillStyle = fill;
-        context.arc(x, y, radius, 0, 2 * Math.PI);
+        if (mark.isBox) {
+            context.rect(x - mark.spanX * ratio, y - mark.spanY * ratio, 2 * mark.spanX * ratio, 2 * mark.spanY * ratio);
+        } else {
+            context.arc(x, y, radius, 0, 2 * Math.PI);
+        }
         context.fill();
         context.stroke();
         context.fillStyle = colour;

@@ -1,0 +1,175 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "report/RunPage.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <unordered_map>
+
+namespace norvex::report {
+
+namespace {
+
+page::Point PointOf(const ifc::Point& point) {
+    return {point.x, point.y, point.z};
+}
+
+page::Element ElementOf(const ifc::Element& element, std::string_view handle) {
+    page::Element shown;
+    shown.handle = handle;
+    shown.globalId = element.globalId;
+    shown.className = element.className;
+    shown.name = element.name;
+    shown.specialty = element.specialty;
+    shown.category = element.category;
+    shown.subCategory = element.subCategory;
+    shown.detailName = element.detailName;
+    shown.kind = static_cast<page::ElementKind>(element.kind);
+    shown.floor = element.storey == ifc::kNoIndex ? page::kNoIndex : element.storey;
+    if (element.storey == ifc::kNoIndex) {
+        shown.noFloorReason = ifc::NoStoreyReasonText(element.noStorey);
+    }
+    shown.hasEnds = element.kind == ifc::ElementKind::Segment && element.ends != ifc::EndEvidence::None;
+    shown.start = PointOf(element.start);
+    shown.end = PointOf(element.end);
+    if (element.placed) {
+        shown.position = PointOf(element.position);
+    }
+    shown.diameter = element.nominalDiameter;
+    if (!element.box.IsEmpty()) {
+        shown.box = page::Box{PointOf(element.box.low), PointOf(element.box.high)};
+    }
+    return shown;
+}
+
+// The two lists of kinds name the same things in the same order.
+static_assert(static_cast<int>(page::ElementKind::Other) == static_cast<int>(ifc::ElementKind::Other));
+static_assert(static_cast<int>(page::Severity::Remind) == static_cast<int>(service::Severity::Remind));
+static_assert(static_cast<int>(page::Outcome::Cancelled) == static_cast<int>(service::Outcome::Cancelled));
+
+class Maker {
+  public:
+    Maker(const service::RunReport& report, const ifc::BuildingModel& building,
+          const std::vector<service::FloorRecord>& floors)
+        : m_report(report), m_building(building), m_floors(floors) {}
+
+    RunPage Make() {
+        DescribeRun();
+        for (std::size_t storey = 0; storey < m_building.storeys.size(); ++storey) {
+            const bool named = storey < m_floors.size();
+            m_page.model.floors.push_back({named ? m_floors[storey].name : std::string(m_building.storeys[storey].name),
+                                           m_building.storeys[storey].elevation});
+        }
+        for (const service::RuleRecord& rule : m_report.rules) {
+            m_page.model.rules.push_back({rule.name, rule.title, "", ""});
+        }
+        AddElements();
+        for (const service::FindingRecord& finding : m_report.findings) {
+            m_page.model.findings.push_back(FindingOf(finding));
+        }
+        for (const service::TaskRecord& task : m_report.tasks) {
+            m_page.model.outcomes.push_back({RuleIndex(task.rule), FloorIndex(task.floor), task.specialty,
+                                             static_cast<page::Outcome>(task.outcome), task.examined, task.notExamined,
+                                             task.reason});
+        }
+        TakeTotals();
+        return std::move(m_page);
+    }
+
+  private:
+    void DescribeRun() {
+        page::RunInfo& run = m_page.model.run;
+        run.modelName = std::filesystem::path(m_report.model.path).filename().string();
+        run.projectName = m_report.model.project;
+        run.schema = m_report.model.schema;
+        run.toolVersion = m_report.toolVersion;
+        run.incomplete = m_report.incomplete;
+        run.narrowed = m_report.narrowed;
+        run.partial = std::any_of(m_report.tasks.begin(), m_report.tasks.end(), [](const service::TaskRecord& task) {
+            return task.outcome == service::Outcome::Cancelled;
+        });
+    }
+
+    void AddElements() {
+        for (const ifc::Element& element : m_building.elements) {
+            const std::string& handle = m_page.handles.emplace_back(fmt::format("{:X}", element.id));
+            m_byHandle.emplace(handle, static_cast<std::uint32_t>(m_page.model.elements.size()));
+            m_page.model.elements.push_back(ElementOf(element, handle));
+        }
+    }
+
+    // A rule that the report does not list is added, so that nothing it found is lost.
+    std::uint32_t RuleIndex(const std::string& name) {
+        std::vector<page::Rule>& rules = m_page.model.rules;
+        const auto found =
+            std::find_if(rules.begin(), rules.end(), [&](const page::Rule& rule) { return rule.name == name; });
+        const auto index = static_cast<std::uint32_t>(found - rules.begin());
+        if (found == rules.end()) {
+            rules.push_back({name, "", "", ""});
+        }
+        return index;
+    }
+
+    std::uint32_t FloorIndex(const std::string& name) const {
+        const std::vector<page::Floor>& floors = m_page.model.floors;
+        const auto found =
+            std::find_if(floors.begin(), floors.end(), [&](const page::Floor& floor) { return floor.name == name; });
+        return found == floors.end() ? page::kNoIndex : static_cast<std::uint32_t>(found - floors.begin());
+    }
+
+    page::Finding FindingOf(const service::FindingRecord& record) {
+        page::Finding finding;
+        finding.number = static_cast<std::uint32_t>(record.number);
+        finding.rule = RuleIndex(record.rule);
+        finding.floor = FloorIndex(record.floor);
+        finding.specialty = record.specialty;
+        finding.category = record.category;
+        finding.subCategory = record.subCategory;
+        finding.severity = static_cast<page::Severity>(record.severity);
+        finding.sentence = record.sentence;
+        finding.location = record.location;
+        finding.featureCode = record.featureCode;
+        for (const service::FoundObject& object : record.objects) {
+            const auto found = m_byHandle.find(object.handle);
+            if (found != m_byHandle.end()) {
+                finding.objects.push_back(found->second);
+            }
+        }
+        if (record.place) {
+            finding.place = page::Point{record.place->x, record.place->y, record.place->z};
+        }
+        finding.trust.state = record.trusted ? page::TrustState::Trusted : page::TrustState::None;
+        return finding;
+    }
+
+    // From what the run counted while it ran, not from the list: the page compares the two.
+    void TakeTotals() {
+        page::Totals& totals = m_page.model.totals;
+        for (const service::CategoryTotal& category : m_report.totals) {
+            totals.confirmed += category.confirmed;
+            totals.suspected += category.suspected;
+            totals.reminders += category.reminders;
+        }
+        for (const service::TaskRecord& task : m_report.tasks) {
+            totals.trusted += task.trusted;
+        }
+        totals.elements = m_report.model.elements;
+        totals.withoutFloor = m_report.model.elementsWithoutStorey;
+    }
+
+    const service::RunReport& m_report;
+    const ifc::BuildingModel& m_building;
+    const std::vector<service::FloorRecord>& m_floors;
+    std::unordered_map<std::string_view, std::uint32_t> m_byHandle;  // the keys are those of m_page.handles
+    RunPage m_page;
+};
+
+}  // namespace
+
+RunPage MakeRunPage(const service::RunReport& report, const ifc::BuildingModel& building,
+                    const std::vector<service::FloorRecord>& floors) {
+    return Maker(report, building, floors).Make();
+}
+
+}  // namespace norvex::report
