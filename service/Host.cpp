@@ -49,6 +49,26 @@ std::vector<std::filesystem::path> RuleFiles(const std::filesystem::path& folder
     return files;
 }
 
+// The file of the module that this program is linked with.
+std::filesystem::path LinkedModule() {
+    Dl_info info{};
+    if (dladdr(reinterpret_cast<void*>(&CNorvexData::GetNorvexService), &info) == 0 || info.dli_fname == nullptr) {
+        return {};
+    }
+    return std::filesystem::absolute(info.dli_fname).lexically_normal();
+}
+
+// Whether a file is another one than the linked module. A missing file is not: loading it says why.
+bool IsAnotherFile(const std::filesystem::path& file) {
+    std::error_code error;
+    return std::filesystem::exists(file, error) && !std::filesystem::equivalent(file, LinkedModule(), error) && !error;
+}
+
+std::string MixedInstallation(const std::filesystem::path& file) {
+    return fmt::format("{} is not the module that this program runs on; the installation mixes two of them.",
+                       file.string());
+}
+
 }  // namespace
 
 bool LoadedRule::AppliesTo(const std::string& specialty) const {
@@ -57,11 +77,7 @@ bool LoadedRule::AppliesTo(const std::string& specialty) const {
 }
 
 std::filesystem::path ApplicationFolder() {
-    Dl_info info{};
-    if (dladdr(reinterpret_cast<void*>(&CNorvexData::GetNorvexService), &info) == 0 || info.dli_fname == nullptr) {
-        return {};
-    }
-    return std::filesystem::absolute(info.dli_fname).lexically_normal().parent_path();
+    return LinkedModule().parent_path();
 }
 
 Host::Host(TrustStore& trust) : m_service(trust) {
@@ -80,15 +96,18 @@ Host::~Host() {
 std::optional<std::string> Host::Start(const std::filesystem::path& applicationFolder) {
     m_folder = applicationFolder;
     const std::filesystem::path file = m_folder / kModuleName;
+    if (IsAnotherFile(file)) {
+        return MixedInstallation(file);
+    }
     std::string error;
     const std::optional<Module> module = Module::Load(file, error);
     if (!module) {
         return fmt::format("{} cannot be loaded: {}.", file.string(), error);
     }
-    // A second copy would have a second state: the loaded function must be the very one that is linked.
+    // A file that was replaced meanwhile is loaded a second time, with a second state: the loaded function must be the
+    // very one that is linked.
     if (module->OwnSymbol(kGetServiceSymbol) != reinterpret_cast<void*>(&CNorvexData::GetNorvexService)) {
-        return fmt::format("{} is not the module that this program runs on; the installation mixes two of them.",
-                           file.string());
+        return MixedInstallation(file);
     }
     CNorvexData::SetNorvexService(&m_service);
     if (module->Send(AcRx::kInitAppMsg) != AcRx::kRetOK) {
