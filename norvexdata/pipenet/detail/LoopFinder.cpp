@@ -373,7 +373,9 @@ void LoopFinder::MakeSteps(Batch& batch, const Lists& lists) {
     for (std::size_t list = 0; list < lists.nodes.size(); ++list) {
         for (Index position = lists.begin[list]; position < lists.begin[list + 1]; ++position) {
             const Index edge = lists.steps[position].edge;
-            stops.begin[stopOf(lists.nodes[list], edge)] += m_remains[edge];
+            if (m_remains[edge]) {
+                ++stops.begin[stopOf(lists.nodes[list], edge)];
+            }
         }
     }
     Index total = 0;
