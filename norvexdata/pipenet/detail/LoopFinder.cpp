@@ -16,6 +16,8 @@ namespace {
 constexpr double kSameLength = 0.001;
 // A part is split anew when its walks have wasted this many steps for each of its edges: a split costs about as much.
 constexpr std::uint64_t kWastePerEdge = 4;
+// A walk shorter than this arrives before a look back from its end would pay.
+constexpr std::uint64_t kStepsBeforeLook = 32;
 // Up to this many unlisted nodes are compared with all others one by one; a search leaves one.
 constexpr std::size_t kFewNodes = 4;
 
@@ -212,6 +214,7 @@ void LoopFinder::SplitAll() {
     m_startStop.resize(m_edges.size());
     m_endStop.resize(m_edges.size());
     m_isBridge.resize(m_edges.size());
+    m_walkable.resize(m_edges.size());
     m_stopOf.resize(m_nodes.size());
     m_stopPart.resize(m_nodes.size(), kNone);
     const Lists lists = ListsOfGraph(edges);
@@ -315,7 +318,7 @@ std::vector<Index> LoopFinder::PartsOf(const std::vector<Index>& edges) {
         if (candidate.part == kNone) {
             candidate.part = static_cast<Index>(m_parts.size());
             const Index hub = candidate.hubs == 1 ? candidate.hub : kNone;
-            m_parts.push_back({nullptr, 0, 0, 0, 0, candidate.edges, candidate.edges, 0, hub});
+            m_parts.push_back({nullptr, 0, 0, 0, 0, candidate.edges, candidate.edges, 0, true, hub});
         }
         partOf[position] = candidate.part;
         m_blockOf[edge] = m_blocks + block;
@@ -337,6 +340,7 @@ void LoopFinder::MakeStops(Batch& batch, Index firstPart) {
         part.lastStop = static_cast<Index>(batch.stops.nodes.size());
     }
     batch.marks.resize(batch.stops.nodes.size());
+    batch.looks.resize(batch.stops.nodes.size());
 }
 
 Index LoopFinder::StopFor(Batch& batch, Index node, Index part) {
@@ -347,6 +351,7 @@ Index LoopFinder::StopFor(Batch& batch, Index node, Index part) {
             m_stopPart[node] = part;
             m_stopOf[node] = static_cast<Index>(batch.stops.nodes.size());
             batch.siteStop.push_back(m_stopOf[node]);
+            batch.nextOfSite.push_back(m_stopOf[node]);
             batch.stops.nodes.push_back(node);
         }
     }
@@ -360,8 +365,10 @@ void LoopFinder::AddSiteStops(Batch& batch, Index node, Index part) {
         m_stopPart[member] = part;
         m_stopOf[member] = static_cast<Index>(batch.stops.nodes.size());
         batch.siteStop.push_back(first);
+        batch.nextOfSite.push_back(m_stopOf[member] + 1);
         batch.stops.nodes.push_back(member);
     }
+    batch.nextOfSite.back() = first;
 }
 
 void LoopFinder::MakeSteps(Batch& batch, const Lists& lists) {
@@ -397,12 +404,33 @@ void LoopFinder::MakeSteps(Batch& batch, const Lists& lists) {
 }
 
 void LoopFinder::CountDegrees(Batch& batch) {
-    batch.degree.resize(batch.stops.nodes.size());
-    batch.combined.resize(batch.stops.nodes.size());
+    const Lists& stops = batch.stops;
+    batch.degree.resize(stops.nodes.size());
+    batch.combined.resize(stops.nodes.size());
     for (const Index edge : batch.edges) {
         for (const Index stop : {m_startStop[edge], m_endStop[edge]}) {
             ++batch.degree[batch.siteStop[stop]];
             batch.combined[batch.siteStop[stop]] ^= edge;
+        }
+    }
+    batch.onward.resize(stops.steps.size());
+    // Per edge of the batch: walked from its start's site, and from its end's.
+    for (const Index edge : batch.edges) {
+        m_walkable[edge] = 0;
+    }
+    for (std::size_t stop = 0; stop < stops.nodes.size(); ++stop) {
+        for (Index position = stops.begin[stop]; position < stops.begin[stop + 1]; ++position) {
+            const Index edge = stops.steps[position].edge;
+            batch.onward[position] = position + 1;
+            const Index site = batch.siteStop[stop];
+            const bool fromStart = site == batch.siteStop[m_startStop[edge]];
+            const bool fromEnd = site == batch.siteStop[m_endStop[edge]];
+            m_walkable[edge] = static_cast<unsigned char>(m_walkable[edge] | (fromStart ? 1 : 0) | (fromEnd ? 2 : 0));
+        }
+    }
+    for (const Index edge : batch.edges) {
+        if (m_walkable[edge] != 3) {
+            m_parts[m_partOf[edge]].mutual = false;
         }
     }
 }
@@ -479,15 +507,27 @@ void LoopFinder::FindPath(Index edge, std::vector<Index>& path) {
     m_frames.clear();
     enter(m_startStop[edge], edge);
     MarkArrivals(edge, arriving);
+    const std::uint64_t before = m_work.edgesVisited;
+    std::uint64_t lookAt = part.mutual ? before + kStepsBeforeLook : ~std::uint64_t{0};
+    // The last look that ran out. Later ones that did not have only been where that one has.
+    Index look = 0;
     while (!m_frames.empty()) {
+        if (m_work.edgesVisited >= lookAt) {
+            if (LookBack(edge, m_work.edgesVisited - before)) {
+                look = m_look;
+            }
+            lookAt = before + 2 * (m_work.edgesVisited - before);
+        }
         Frame& frame = m_frames.back();
-        if (frame.next == batch.stops.begin[frame.stop + 1]) {
+        const Index end = batch.stops.begin[frame.stop + 1];
+        frame.next = Onward(batch, frame.next, end);
+        if (frame.next == end) {
             m_frames.pop_back();
             continue;
         }
         const Step step = batch.stops.steps[frame.next++];
         ++m_work.edgesVisited;
-        if (!m_remains[step.edge] || step.edge == frame.cameBy) {
+        if (step.edge == frame.cameBy) {
             continue;
         }
         if (hubCounts && m_blockOf[step.edge] != m_blockOf[edge] && (hubNodesLeft == 0 || m_isBridge[step.edge])) {
@@ -501,10 +541,68 @@ void LoopFinder::FindPath(Index edge, std::vector<Index>& path) {
             }
             return;
         }
-        if (mark != visited) {
+        if (mark != visited && (look == 0 || batch.looks[batch.siteStop[step.far]] >= look)) {
             enter(step.far, step.edge);
         }
     }
+}
+
+Index LoopFinder::Onward(Batch& batch, Index position, Index end) {
+    Index found = position;
+    while (found < end && !m_remains[batch.stops.steps[found].edge]) {
+        found = batch.onward[found];
+        ++m_work.edgesVisited;
+    }
+    // Whoever comes by next goes straight on.
+    while (position < found) {
+        const Index next = batch.onward[position];
+        if (m_remains[batch.stops.steps[position].edge]) {
+            break;
+        }
+        batch.onward[position] = found;
+        position = next;
+    }
+    return found;
+}
+
+bool LoopFinder::LookBack(Index edge, std::uint64_t steps) {
+    Batch& batch = *m_parts[m_partOf[edge]].batch;
+    const Index look = ++m_look;
+    const std::uint64_t limit = m_work.edgesVisited + steps;
+    const Index origin = batch.siteStop[m_endStop[edge]];
+    batch.looks[origin] = look;
+    m_ahead.assign(1, origin);
+    for (std::size_t done = 0; done < m_ahead.size(); ++done) {
+        const Index site = m_ahead[done];
+        Index stop = site;
+        do {
+            const Index end = batch.stops.begin[stop + 1];
+            for (Index next = Onward(batch, batch.stops.begin[stop], end); next < end;
+                 next = Onward(batch, next + 1, end)) {
+                const Index far = batch.siteStop[batch.stops.steps[next].far];
+                if (++m_work.edgesVisited > limit) {
+                    return false;
+                }
+                if (batch.looks[far] != look && !IsPassed(batch, far)) {
+                    batch.looks[far] = look;
+                    m_ahead.push_back(far);
+                }
+            }
+            stop = batch.nextOfSite[stop];
+        } while (stop != site);
+    }
+    return true;
+}
+
+bool LoopFinder::IsPassed(const Batch& batch, Index site) const {
+    Index stop = site;
+    do {
+        if (batch.marks[stop] != 2 * m_walk) {
+            return false;
+        }
+        stop = batch.nextOfSite[stop];
+    } while (stop != site);
+    return true;
 }
 
 void LoopFinder::MarkArrivals(Index edge, Index mark) {

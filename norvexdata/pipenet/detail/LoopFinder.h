@@ -25,6 +25,10 @@ namespace norvex::pipenet {
 // - A part whose blocks are all single edges between different sites is a tree; a walk that never turns back on the
 //   edge it came by cannot close there, and the part is dropped. That includes all dead ends.
 //
+// A walk that has gone on for a while also looks back from its end, for as many steps: over sites that it could still
+// enter. When that look runs out, the walk goes on only where the look has been. So what a walk wastes is bounded by the
+// smaller of the pocket it has strayed into and the rest around its end.
+//
 // Edges are only ever taken away, so a part found earlier stays safe; it is merely coarser than need be. Walks charge
 // what they waste to their part, which is split anew when the waste outgrows it.
 class LoopFinder {
@@ -64,6 +68,12 @@ class LoopFinder {
         // or.
         std::vector<Index> degree;
         std::vector<Index> combined;
+        // Per step: where to look on from a step whose edge is gone.
+        std::vector<Index> onward;
+        // Per stop that stands for a site: the number of the last look back from an end that came by.
+        std::vector<Index> looks;
+        // Per stop: the next stop of its site, in a ring.
+        std::vector<Index> nextOfSite;
     };
     struct Part {
         std::shared_ptr<Batch> batch;
@@ -75,6 +85,8 @@ class LoopFinder {
         Index remaining;
         Index edgesAtSplit;
         std::uint64_t waste;
+        // Every edge can be walked from both of its sites, so that what an end can be reached from is found from the end.
+        bool mutual;
         // The one site of several nodes that joins the part's blocks; kNone without one, or with more than one.
         Index hub;
     };
@@ -116,6 +128,12 @@ class LoopFinder {
     // Leaves path empty when there is none.
     void FindPath(Index edge, std::vector<Index>& path);
     void MarkArrivals(Index edge, Index mark);
+    // The first position from here on whose edge remains, or end.
+    Index Onward(Batch& batch, Index position, Index end);
+    // Looks back from the end of the edge over at most so many steps. Returns whether the look ran out before.
+    bool LookBack(Index edge, std::uint64_t steps);
+    // True when the walk has visited all nodes of the site.
+    bool IsPassed(const Batch& batch, Index site) const;
     bool IsSamePipeTwice(Index left, Index right) const;
     void RemoveEdge(Index edge);
     void TakeOut(Index edge, Batch& batch);
@@ -135,6 +153,8 @@ class LoopFinder {
     std::vector<Index> m_endStop;
     std::vector<unsigned char> m_remains;
     std::vector<unsigned char> m_isBridge;
+    // Scratch: walked from the start, plus twice walked from the end.
+    std::vector<unsigned char> m_walkable;
 
     // Per node: a node that stands for its site. Empty while every site is a single node.
     std::vector<Index> m_site;
@@ -150,7 +170,9 @@ class LoopFinder {
     std::vector<Index> m_stopPart;
 
     std::vector<Frame> m_frames;
+    std::vector<Index> m_ahead;
     Index m_walk = 0;
+    Index m_look = 0;
     LoopWork m_work;
 };
 

@@ -1,0 +1,196 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <malloc.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <new>
+#include <string>
+#include <vector>
+
+#include "bench/pipenet/PipeNetPeers.h"
+#include "norvexdata/pipenet/CheckSearchGraph.h"
+#include "tests/module/pipenet/PipeShapes.h"
+
+// Every allocation of the process passes here, so that peaks can be read without the system's rounding to pages.
+namespace {
+
+bool counting = false;
+std::size_t current = 0;
+std::size_t peak = 0;
+
+}  // namespace
+
+void* operator new(std::size_t size) {
+    void* memory = std::malloc(size);
+    if (memory == nullptr) {
+        throw std::bad_alloc();
+    }
+    if (counting) {
+        // The allocator keeps eight bytes of its own beside each block.
+        current += malloc_usable_size(memory) + 8;
+        peak = std::max(peak, current);
+    }
+    return memory;
+}
+
+void operator delete(void* memory) noexcept {
+    if (counting && memory != nullptr) {
+        current -= malloc_usable_size(memory) + 8;
+    }
+    std::free(memory);
+}
+
+void operator delete(void* memory, std::size_t) noexcept {
+    operator delete(memory);
+}
+
+namespace norvex::bench {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// What our way leaves behind; dropping it is timed apart.
+struct Result {
+    std::vector<CCheckPipeLineGraph> graphs;
+    std::vector<std::vector<ZrOwEntity*>> loops;
+};
+
+void RunOurs(const std::vector<ZrOwEntity*>& pipes, Result& result) {
+    CCheckSearchGraph().SearchGraph(pipes, result.graphs);
+    for (CCheckPipeLineGraph& graph : result.graphs) {
+        graph.GetBadLoopVec(result.loops);
+    }
+}
+
+// Nanoseconds per pipe of the fastest of some runs.
+template <class Work>
+double Time(std::size_t pipes, const Work& work) {
+    // Small drawings run often enough to be seen by the clock.
+    const std::size_t runs = pipes >= 500000 ? 3 : std::max<std::size_t>(5, 300000 / pipes);
+    double best = 1e300;
+    for (std::size_t run = 0; run < runs; ++run) {
+        best = std::min(best, work());
+    }
+    return best / static_cast<double>(pipes);
+}
+
+double Since(Clock::time_point start) {
+    return std::chrono::duration<double, std::nano>(Clock::now() - start).count();
+}
+
+double TimeOurs(const test::PipeShape& shape) {
+    return Time(shape.size(), [&] {
+        Result result;
+        const Clock::time_point start = Clock::now();
+        RunOurs(shape.list(), result);
+        return Since(start);
+    });
+}
+
+template <class Peer>
+double TimePeer(const test::PipeShape& shape, const Peer& peer) {
+    return Time(shape.size(), [&] {
+        const Clock::time_point start = Clock::now();
+        peer(shape.list());
+        return Since(start);
+    });
+}
+
+// Bytes per pipe at the highest point, beyond the entities and the list of them.
+double PeakOfOurs(const test::PipeShape& shape) {
+    counting = true;
+    current = peak = 0;
+    {
+        Result result;
+        RunOurs(shape.list(), result);
+    }
+    counting = false;
+    return static_cast<double>(peak) / static_cast<double>(shape.size());
+}
+
+void PrintShape(const std::string& kind, int pipes, bool shuffled, bool peers) {
+    const test::PipeShape shape(kind, pipes, shuffled);
+    Result result;
+    const Clock::time_point searching = Clock::now();
+    CCheckSearchGraph().SearchGraph(shape.list(), result.graphs);
+    const double search = Since(searching) / static_cast<double>(shape.size());
+    pipenet::LoopWork work;
+    for (CCheckPipeLineGraph& graph : result.graphs) {
+        graph.GetBadLoopVec(result.loops);
+        const pipenet::LoopWork done = pipenet::LastLoopWork(graph);
+        work.searches += done.searches;
+        work.edgesVisited += done.edgesVisited;
+        work.edgesSplit += done.edgesSplit;
+    }
+    const std::size_t loops = result.loops.size();
+    const Clock::time_point dropping = Clock::now();
+    result = {};
+    const double drop = Since(dropping) / static_cast<double>(shape.size());
+
+    const double ours = TimeOurs(shape);
+    std::printf("%-10s %-8s %8zu | %7.0f (search %4.0f) drop %4.0f |", kind.c_str(), shuffled ? "shuffled" : "drawn",
+                shape.size(), ours, search, drop);
+    if (peers) {
+        const double boost = TimePeer(shape, RunBoost);
+        const double lemon = TimePeer(shape, RunLemon);
+        std::printf(" boost %6.0f = %5.2fx | lemon %6.0f = %5.2fx |", boost, boost / ours, lemon, lemon / ours);
+    }
+    const auto perPipe = [&](std::uint64_t count) {
+        return static_cast<double>(count) / static_cast<double>(shape.size());
+    };
+    std::printf(" loops %zu, visited %.2f, split %.2f per pipe, %llu searches | peak %.0f B/pipe\n", loops,
+                perPipe(work.edgesVisited), perPipe(work.edgesSplit), static_cast<unsigned long long>(work.searches),
+                PeakOfOurs(shape));
+    std::fflush(stdout);
+}
+
+void PrintGrowth(const std::string& kind, bool shuffled, int largest) {
+    std::printf("%-10s %-8s |", kind.c_str(), shuffled ? "shuffled" : "drawn");
+    double atTenThousand = 0.0;
+    double last = 0.0;
+    for (int pipes = 1000; pipes <= largest; pipes *= 10) {
+        const test::PipeShape shape(kind, pipes, shuffled);
+        last = TimeOurs(shape);
+        atTenThousand = pipes == 10000 ? last : atTenThousand;
+        std::printf(" %7d: %5.0f ns |", pipes, last);
+    }
+    if (largest > 10000) {
+        std::printf(" last / 1e4 = %.2f", last / atTenThousand);
+    }
+    std::printf("\n");
+    std::fflush(stdout);
+}
+
+int Run(int largest, const std::string& only) {
+    const std::vector<std::string> named = {"forest", "chain", "grid", "building"};
+    const std::vector<std::string> stress = {"squares", "ladder", "honeycomb", "sparse", "twins", "petals"};
+    std::printf("ns per pipe, one thread, fastest run; peers on the same list in the same run\n");
+    for (const auto* kinds : {&named, &stress}) {
+        for (const std::string& kind : *kinds) {
+            for (const bool shuffled : {false, true}) {
+                if (only.empty() || only == kind) {
+                    PrintShape(kind, largest, shuffled, kinds == &named);
+                }
+            }
+        }
+    }
+    std::printf("growth\n");
+    for (const std::string& kind : named) {
+        for (const bool shuffled : {false, true}) {
+            if (only.empty() || only == kind) {
+                PrintGrowth(kind, shuffled, largest);
+            }
+        }
+    }
+    return 0;
+}
+
+}  // namespace
+}  // namespace norvex::bench
+
+// pipenet_bench [PIPES] [SHAPE]
+int main(int count, char** arguments) {
+    return norvex::bench::Run(count > 1 ? std::atoi(arguments[1]) : 1000000, count > 2 ? arguments[2] : "");
+}
