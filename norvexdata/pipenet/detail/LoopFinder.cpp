@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "norvexdata/pipenet/detail/LoopFinder.h"
 
+#include <algorithm>
 #include <cmath>
 #include <utility>
 
@@ -280,6 +281,7 @@ void LoopFinder::Split(std::vector<Index>&& edges, const Lists& lists) {
     MakeStops(*batch, firstPart);
     MakeSteps(*batch, lists);
     CountDegrees(*batch);
+    ListHubSteps(*batch, firstPart);
 }
 
 std::vector<Index> LoopFinder::PartsOf(const std::vector<Index>& edges) {
@@ -407,8 +409,10 @@ void LoopFinder::CountDegrees(Batch& batch) {
     const Lists& stops = batch.stops;
     batch.degree.resize(stops.nodes.size());
     batch.combined.resize(stops.nodes.size());
+    batch.named.resize(stops.nodes.size());
     for (const Index edge : batch.edges) {
         for (const Index stop : {m_startStop[edge], m_endStop[edge]}) {
+            ++batch.named[stop];
             ++batch.degree[batch.siteStop[stop]];
             batch.combined[batch.siteStop[stop]] ^= edge;
         }
@@ -433,6 +437,23 @@ void LoopFinder::CountDegrees(Batch& batch) {
             m_parts[m_partOf[edge]].mutual = false;
         }
     }
+}
+
+void LoopFinder::ListHubSteps(Batch& batch, Index firstPart) {
+    for (Index part = firstPart; part < m_parts.size(); ++part) {
+        if (m_parts[part].hub == kNone) {
+            continue;
+        }
+        const Index first = batch.siteStop[m_stopOf[m_parts[part].hub]];
+        Index stop = first;
+        do {
+            for (Index position = batch.stops.begin[stop]; position < batch.stops.begin[stop + 1]; ++position) {
+                batch.hubSteps.push_back({stop, m_blockOf[batch.stops.steps[position].edge], position});
+            }
+            stop = batch.nextOfSite[stop];
+        } while (stop != first);
+    }
+    std::sort(batch.hubSteps.begin(), batch.hubSteps.end());
 }
 
 void LoopFinder::SplitAgain(Index number) {
@@ -491,15 +512,14 @@ void LoopFinder::FindPath(Index edge, std::vector<Index>& path) {
     ++m_work.searches;
     const Index visited = 2 * ++m_walk;
     const Index arriving = visited + 1;
-    // Once all nodes of the hub are visited, what lies beyond it is out of reach, unless the walk ends at the hub.
+    // Once no node of the hub is left to enter, what lies beyond it is out of reach, unless the walk ends at the hub.
     const bool hubCounts = part.hub != kNone && SiteOf(m_end[edge]) != part.hub;
     const Index hubStop = hubCounts ? batch.siteStop[m_stopOf[part.hub]] : kNone;
-    const auto hubNodes = hubCounts ? m_siteNodes.find(part.hub) : m_siteNodes.end();
-    std::size_t hubNodesLeft = hubNodes == m_siteNodes.end() ? 1 : hubNodes->second.size();
+    Index hubNodesLeft = hubCounts ? NodesToEnter(batch, hubStop) : 0;
 
     const auto enter = [&](Index stop, Index cameBy) {
         batch.marks[stop] = visited;
-        if (hubCounts && batch.siteStop[stop] == hubStop) {
+        if (hubCounts && batch.siteStop[stop] == hubStop && batch.named[stop] != 0) {
             --hubNodesLeft;
         }
         m_frames.push_back({stop, batch.stops.begin[stop], cameBy});
@@ -520,7 +540,9 @@ void LoopFinder::FindPath(Index edge, std::vector<Index>& path) {
         }
         Frame& frame = m_frames.back();
         const Index end = batch.stops.begin[frame.stop + 1];
-        frame.next = Onward(batch, frame.next, end);
+        const bool atPassedHub = hubCounts && hubNodesLeft == 0 && batch.siteStop[frame.stop] == hubStop;
+        frame.next = atPassedHub ? OnwardInBlock(batch, frame.stop, m_blockOf[edge], frame.next)
+                                 : Onward(batch, frame.next, end);
         if (frame.next == end) {
             m_frames.pop_back();
             continue;
@@ -565,6 +587,17 @@ Index LoopFinder::Onward(Batch& batch, Index position, Index end) {
     return found;
 }
 
+Index LoopFinder::OnwardInBlock(const Batch& batch, Index stop, Index block, Index position) {
+    auto found = std::lower_bound(batch.hubSteps.begin(), batch.hubSteps.end(), HubStep{stop, block, position});
+    for (; found != batch.hubSteps.end() && found->stop == stop && found->block == block; ++found) {
+        if (m_remains[batch.stops.steps[found->position].edge]) {
+            return found->position;
+        }
+        ++m_work.edgesVisited;
+    }
+    return batch.stops.begin[stop + 1];
+}
+
 bool LoopFinder::LookBack(Index edge, std::uint64_t steps) {
     Batch& batch = *m_parts[m_partOf[edge]].batch;
     const Index look = ++m_look;
@@ -594,10 +627,20 @@ bool LoopFinder::LookBack(Index edge, std::uint64_t steps) {
     return true;
 }
 
+Index LoopFinder::NodesToEnter(const Batch& batch, Index site) {
+    Index nodes = 0;
+    Index stop = site;
+    do {
+        nodes += batch.named[stop] != 0 ? 1 : 0;
+        stop = batch.nextOfSite[stop];
+    } while (stop != site);
+    return nodes;
+}
+
 bool LoopFinder::IsPassed(const Batch& batch, Index site) const {
     Index stop = site;
     do {
-        if (batch.marks[stop] != 2 * m_walk) {
+        if (batch.marks[stop] != 2 * m_walk && batch.named[stop] != 0) {
             return false;
         }
         stop = batch.nextOfSite[stop];
@@ -650,9 +693,10 @@ void LoopFinder::RemoveEdge(Index edge) {
 void LoopFinder::TakeOut(Index edge, Batch& batch) {
     m_remains[edge] = 0;
     --m_parts[m_partOf[edge]].remaining;
-    for (const Index stop : {batch.siteStop[m_startStop[edge]], batch.siteStop[m_endStop[edge]]}) {
-        --batch.degree[stop];
-        batch.combined[stop] ^= edge;
+    for (const Index stop : {m_startStop[edge], m_endStop[edge]}) {
+        --batch.named[stop];
+        --batch.degree[batch.siteStop[stop]];
+        batch.combined[batch.siteStop[stop]] ^= edge;
     }
 }
 

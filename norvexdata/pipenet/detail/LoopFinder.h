@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <compare>
 #include <memory>
 #include <vector>
 
@@ -26,8 +27,8 @@ namespace norvex::pipenet {
 //   edge it came by cannot close there, and the part is dropped. That includes all dead ends.
 //
 // A walk that has gone on for a while also looks back from its end, for as many steps: over sites that it could still
-// enter. When that look runs out, the walk goes on only where the look has been. So what a walk wastes is bounded by the
-// smaller of the pocket it has strayed into and the rest around its end.
+// enter. When that look runs out, the walk goes on only where the look has been. So what a walk wastes is bounded by
+// the smaller of the pocket it has strayed into and the rest around its end.
 //
 // Edges are only ever taken away, so a part found earlier stays safe; it is merely coarser than need be. Walks charge
 // what they waste to their part, which is split anew when the waste outgrows it.
@@ -54,6 +55,14 @@ class LoopFinder {
         std::vector<Index> begin;
         std::vector<Step> steps;
     };
+    // A step from a node of a hub, to be found by its block.
+    struct HubStep {
+        Index stop;
+        Index block;
+        Index position;
+
+        auto operator<=>(const HubStep&) const = default;
+    };
     // The parts that came out of one split. A stop is a node as seen from one part.
     struct Batch {
         // Ordered by part, ascending inside one.
@@ -68,8 +77,12 @@ class LoopFinder {
         // or.
         std::vector<Index> degree;
         std::vector<Index> combined;
+        // Per stop: ends of the part's remaining edges that name its node. A walk enters no other nodes.
+        std::vector<Index> named;
         // Per step: where to look on from a step whose edge is gone.
         std::vector<Index> onward;
+        // Ascending.
+        std::vector<HubStep> hubSteps;
         // Per stop that stands for a site: the number of the last look back from an end that came by.
         std::vector<Index> looks;
         // Per stop: the next stop of its site, in a ring.
@@ -85,7 +98,8 @@ class LoopFinder {
         Index remaining;
         Index edgesAtSplit;
         std::uint64_t waste;
-        // Every edge can be walked from both of its sites, so that what an end can be reached from is found from the end.
+        // Every edge can be walked from both of its sites, so that what an end can be reached from is found from the
+        // end.
         bool mutual;
         // The one site of several nodes that joins the part's blocks; kNone without one, or with more than one.
         Index hub;
@@ -122,6 +136,7 @@ class LoopFinder {
     Index StopFor(Batch& batch, Index node, Index part);
     void AddSiteStops(Batch& batch, Index node, Index part);
     void CountDegrees(Batch& batch);
+    void ListHubSteps(Batch& batch, Index firstPart);
 
     // Walks.
     void FindLoop(Index edge, std::vector<ZrOwEntity*>& loop);
@@ -130,9 +145,13 @@ class LoopFinder {
     void MarkArrivals(Index edge, Index mark);
     // The first position from here on whose edge remains, or end.
     Index Onward(Batch& batch, Index position, Index end);
+    // The same for steps of one block from a node of a hub.
+    Index OnwardInBlock(const Batch& batch, Index stop, Index block, Index position);
     // Looks back from the end of the edge over at most so many steps. Returns whether the look ran out before.
     bool LookBack(Index edge, std::uint64_t steps);
-    // True when the walk has visited all nodes of the site.
+    // Number of nodes of the site that some remaining edge names.
+    static Index NodesToEnter(const Batch& batch, Index site);
+    // True when the walk can enter no more nodes of the site.
     bool IsPassed(const Batch& batch, Index site) const;
     bool IsSamePipeTwice(Index left, Index right) const;
     void RemoveEdge(Index edge);
