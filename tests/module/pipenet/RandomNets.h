@@ -39,6 +39,42 @@ class RandomNets {
         return set;
     }
 
+    // A mesh of up to a hundred pipes with some left out and some across, in any order: loops compete for pipes, walks
+    // stray into pockets, blocks fall apart and meet at single points.
+    std::unique_ptr<PipeSet> NextMesh() {
+        auto set = std::make_unique<PipeSet>();
+        const int width = 2 + Below(7);
+        const int height = 2 + Below(5);
+        const int leftOut = Below(6);
+        const int moved = Below(4) == 0 ? 1 : 0;
+        const auto at = [&](int column, int row) {
+            return AcGePoint3d(10.0 * column + (moved != 0 && Below(15) == 0 ? 0.05 : 0.0), 10.0 * row, 0.0);
+        };
+        const auto add = [&](const AcGePoint3d& from, const AcGePoint3d& to) {
+            if (Below(10) >= leftOut) {
+                set->list.push_back(Below(2) == 0 ? &set->pipes.emplace_back(from, to)
+                                                  : &set->pipes.emplace_back(to, from));
+            }
+        };
+        for (int row = 0; row < height; ++row) {
+            for (int column = 0; column < width; ++column) {
+                if (column + 1 < width) {
+                    add(at(column, row), at(column + 1, row));
+                }
+                if (row + 1 < height) {
+                    add(at(column, row), at(column, row + 1));
+                }
+                if (Below(20) == 0) {
+                    add(at(column, row), at(Below(width), Below(height)));
+                }
+            }
+        }
+        if (Below(3) != 0) {
+            std::shuffle(set->list.begin(), set->list.end(), m_random);
+        }
+        return set;
+    }
+
     int Below(int limit) { return static_cast<int>(m_random() % static_cast<std::uint64_t>(limit)); }
 
     // A point at or near one of a few places.

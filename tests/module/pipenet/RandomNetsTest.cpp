@@ -40,6 +40,15 @@ TEST(RandomNets, GiveTheSameGraphsAndLoopsUnderOtherHostTolerances) {
     }
 }
 
+TEST(RandomNets, GiveTheSameGraphsAndLoopsInMeshes) {
+    RandomNets nets(4);
+    for (int number = 0; number < 20000; ++number) {
+        const std::unique_ptr<PipeSet> set = nets.NextMesh();
+        const std::string difference = CompareSearches(*set);
+        ASSERT_EQ(difference, "") << "mesh " << number << "\n" << Describe(*set);
+    }
+}
+
 TEST(RandomNets, GiveTheSameLoopsWhenBuiltAndChangedByHand) {
     RandomNets nets(3);
     for (int number = 0; number < 100000; ++number) {
