@@ -4,6 +4,9 @@ include(GoogleTest)
 # Real models and truth tables lie beside the checkout, not in it; tests that need them skip with a message without them.
 set(NORVEX_SHARED "${PROJECT_SOURCE_DIR}/../shared" CACHE PATH "Folder with real models and truth tables")
 
+# Builds what the thread sanitizer runs, and no more.
+add_custom_target(thread-tests)
+
 # norvex_add_test(NAME SOURCES... LIBS... [LABEL name] [TIMEOUT seconds])
 #
 # One executable; every test in it becomes a ctest test of its own process, because the run state belongs to the process.
@@ -23,6 +26,9 @@ function(norvex_add_test name)
   # gtest_discover_tests takes its properties as one flat list: an empty value, or a second one, would shift all the others.
   if(arg_LABEL)
     list(APPEND properties LABELS ${arg_LABEL})
+  endif()
+  if(arg_LABEL STREQUAL "threads")
+    add_dependencies(thread-tests ${name})
   endif()
   gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60 PROPERTIES ${properties})
 endfunction()
