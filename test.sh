@@ -23,9 +23,9 @@ run_suite() {
     tail -n 12 "build/$preset.test.log" | grep -E 'tests passed|tests failed|Total Test time'
 }
 
-run_suite release all -LE long
+run_suite release all -LE 'long|browser'
 echo "== release: every public header compiles on its own"
 cmake --build build/release --target all_verify_interface_header_sets >>build/release.log 2>&1 || { tail -n 80 build/release.log >&2; exit 1; }
 # The rule of the install test would have to be built with the same sanitizers.
-run_suite asan all -LE 'long|install'
+run_suite asan all -LE 'long|browser|install'
 run_suite tsan thread-tests -L threads
