@@ -7,6 +7,8 @@
 #include "cli/Terminal.h"
 #include "ifc/Reader.h"
 #include "report/CheckReport.h"
+#include "report/RunPage.h"
+#include "report/page/WritePage.h"
 #include "service/CheckRun.h"
 #include "service/Host.h"
 #include "service/IfcFloors.h"
@@ -42,16 +44,52 @@ int Unusable(const std::string& sentence) {
     return kUnusable;
 }
 
+// What a check writes beside its text.
+struct ReportFiles {
+    WholeFile json;
+    WholeFile html;
+};
+
+// Opens the files that are wanted, so that one that cannot be written is known before the check.
+// Returns a sentence when there is one.
+std::optional<std::string> OpenFiles(const CheckOptions& options, ReportFiles& files) {
+    std::optional<std::string> failure;
+    if (options.json && options.json != "-") {
+        failure = files.json.Open(*options.json);
+    }
+    if (options.html && !failure) {
+        failure = files.html.Open(*options.html);
+    }
+    return failure;
+}
+
+std::string PageText(const service::RunReport& report, const ifc::BuildingModel& model,
+                     const service::IfcFloors& floors) {
+    std::ostringstream text;
+    report::page::WritePage(report::MakeRunPage(report, model, floors.Floors()).model, text);
+    return std::move(text).str();
+}
+
+// Returns false, having said so, when the file could not be written.
+bool CommitFile(WholeFile& file, const std::string& text) {
+    const std::optional<std::string> failure = file.Commit(text);
+    if (failure) {
+        Complain(*failure);
+    }
+    return !failure;
+}
+
 // Writes the report where it is wanted. Returns false, having said so, when it could not be delivered.
-bool Deliver(const service::RunReport& report, const CheckOptions& options, WholeFile& jsonFile) {
+bool Deliver(const service::RunReport& report, const ifc::BuildingModel& model, const service::IfcFloors& floors,
+             const CheckOptions& options, ReportFiles& files) {
+    if (options.html && !CommitFile(files.html, PageText(report, model, floors))) {
+        return false;
+    }
     if (options.json == "-") {
         return WriteOut(report::CheckJson(report));
     }
-    if (options.json) {
-        if (const std::optional<std::string> failure = jsonFile.Commit(report::CheckJson(report))) {
-            Complain(*failure);
-            return false;
-        }
+    if (options.json && !CommitFile(files.json, report::CheckJson(report))) {
+        return false;
     }
     report::TextStyle style = StyleOfOutput(options.noColour);
     style.brief = options.quiet;
@@ -69,7 +107,7 @@ service::RunReport RunChecks(service::Host& host, service::IfcFloors& floors, co
 }
 
 // Everything behind the reading of the model.
-int CheckModel(const ifc::BuildingModel& model, const CheckOptions& options, WholeFile& jsonFile) {
+int CheckModel(const ifc::BuildingModel& model, const CheckOptions& options, ReportFiles& files) {
     std::string error;
     const std::filesystem::path application = service::ApplicationFolder();
     const std::optional<std::filesystem::path> folder =
@@ -97,7 +135,7 @@ int CheckModel(const ifc::BuildingModel& model, const CheckOptions& options, Who
     report.projectFolder = folder->string();
     report.model = service::RecordOf(model, options.model);
     service::NoteWhatIsMissing(report);
-    if (!Deliver(report, options, jsonFile)) {
+    if (!Deliver(report, model, floors, options, files)) {
         return kIncomplete;
     }
     return ExitCodeOf(service::Judge(report, options.failOn));
@@ -106,17 +144,15 @@ int CheckModel(const ifc::BuildingModel& model, const CheckOptions& options, Who
 }  // namespace
 
 int Check(const CheckOptions& options) {
-    WholeFile jsonFile;
-    if (options.json && options.json != "-") {
-        if (const std::optional<std::string> failure = jsonFile.Open(*options.json)) {
-            return Unusable(*failure);
-        }
+    ReportFiles files;
+    if (const std::optional<std::string> failure = OpenFiles(options, files)) {
+        return Unusable(*failure);
     }
     const ifc::ReadResult read = ifc::ReadIfcFile(options.model);
     if (!read.Ok()) {
         return Unusable(ifc::DiagnosticText(options.model, read.error));
     }
-    return CheckModel(*read.model, options, jsonFile);
+    return CheckModel(*read.model, options, files);
 }
 
 }  // namespace norvex::cli

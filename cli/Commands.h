@@ -18,6 +18,7 @@ struct CheckOptions {
     std::optional<std::string> project;
     service::RunRequest request;
     std::optional<std::string> json;  // "-": standard output, in place of the text
+    std::optional<std::string> html;
     service::FailOn failOn = service::FailOn::Suspected;
     bool quiet = false;
     bool noColour = false;

@@ -24,6 +24,7 @@ constexpr const char* kCheckExamples =
     "Examples:\n"
     "  norvex check house.ifc\n"
     "  norvex check house.ifc --floor 1F --specialty water     only water supply and drainage of one floor\n"
+    "  norvex check house.ifc --html report.html               findings and plan, for a browser\n"
     "  norvex check house.ifc --json result.json --quiet       for a build server\n"
     "  norvex check house.ifc --json - | jq .totals\n"
     "  norvex check house.ifc --fail-on confirmed              suspicions and reminders do not fail the build\n\n";
@@ -59,6 +60,10 @@ void AddCheck(CLI::App& app, CheckOptions& options, std::string& failOn) {
     command
         ->add_option("--json", options.json,
                      "Write the whole report as JSON to FILE; - writes it to standard output in place of the text")
+        ->type_name("FILE");
+    command
+        ->add_option("--html", options.html,
+                     "Write a page with the findings and a plan of each floor to FILE; any browser opens it")
         ->type_name("FILE");
     command
         ->add_option("--fail-on", failOn,

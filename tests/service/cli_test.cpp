@@ -118,6 +118,26 @@ TEST_F(Norvex, NamesWhatExistsWhenAnOptionNamesWhatDoesNot) {
     }
 }
 
+TEST_F(Norvex, WritesAPageThatNeedsNothingElse) {
+    const std::string model = Model(WaterLoopAndFireRing());
+    ASSERT_EQ(Run({"check", model, "--html", Path("a.html"), "--json", Path("a.json")}).exitCode, 1);
+    ASSERT_EQ(Run({"check", model, "--html", Path("b.html"), "--json", "-"}).exitCode, 1);
+    const std::string page = FileText(Path("a.html"));
+    EXPECT_EQ(page, FileText(Path("b.html")));
+    EXPECT_TRUE(page.starts_with("<!doctype html>") || page.starts_with("<!DOCTYPE html>")) << page.substr(0, 40);
+    EXPECT_TRUE(std::filesystem::exists(Path("a.json")));
+    for (const char* reference : {"src=\"http", "href=\"http", "@import", "url(http"}) {
+        EXPECT_EQ(page.find(reference), std::string::npos) << reference;
+    }
+}
+
+TEST_F(Norvex, SaysBeforeTheCheckThatAPageCannotBeWritten) {
+    const ProcessResult result = Run({"check", Model(Tree()), "--html", Path("no/such/folder/a.html")});
+    EXPECT_EQ(result.exitCode, 2);
+    ExpectOneSentence(result.err);
+    EXPECT_EQ(result.out, "");
+}
+
 TEST_F(Norvex, WritesEqualJsonForEqualInput) {
     const std::string model = Model(WaterLoopAndFireRing());
     ASSERT_EQ(Run({"check", model, "--json", Path("a.json")}).exitCode, 1);
