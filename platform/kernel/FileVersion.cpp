@@ -43,9 +43,12 @@ bool BeginsWith(Bytes bytes, std::string_view beginning) {
                       [](char wanted, std::byte byte) { return static_cast<std::byte>(wanted) == byte; });
 }
 
-// The resource as long as its own length field says; empty when it is longer than what there is.
+// The resource as long as its own length field says; empty when that is longer than what there is, or too short for the
+// length, value length and type that every resource begins with.
 Bytes CutToOwnLength(Bytes resource) {
-    return Part(resource, 0, NumberOr0(resource, 0, 2));
+    constexpr std::uint64_t kHeaderSize = 6;
+    const std::uint64_t length = NumberOr0(resource, 0, 2);
+    return length < kHeaderSize ? Bytes{} : Part(resource, 0, length);
 }
 
 // --- Windows modules ---

@@ -77,6 +77,17 @@ TEST(FileVersion, IsMissingWhenTheResourceIsDamaged) {
     }
 }
 
+TEST(FileVersion, IsMissingWhenTheResourceSaysItIsShorterThanItsHeader) {
+    // Whoever asks for the information of a resource reads its length first, so that there must be room for one.
+    for (std::uint64_t length = 0; length < 6; ++length) {
+        std::string resource = VersionResource(kVersion);
+        Overwrite(resource, 0, length, 2);
+        for (const std::string& module : {WindowsModule(resource), ElfModule(resource)}) {
+            EXPECT_TRUE(norvex::kernel::FindVersionResource(std::as_bytes(std::span(module))).empty()) << length;
+        }
+    }
+}
+
 TEST(FileVersion, IsMissingWhenAModuleIsCutShortAnywhere) {
     const std::string resource = VersionResource(kVersion);
     for (const std::string& whole :
