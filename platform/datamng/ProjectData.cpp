@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "platform/datamng/ProjectData.h"
 
-#include <algorithm>
 #include <array>
 #include <optional>
 #include <utility>
@@ -9,15 +8,6 @@
 namespace norvex::datamng {
 
 namespace {
-
-template <typename Element>
-std::optional<std::size_t> IndexOf(const std::vector<Element>& elements, const CString& name) {
-    const auto found = std::ranges::find_if(elements, [&](const Element& element) { return element.name == name; });
-    if (found == elements.end()) {
-        return std::nullopt;
-    }
-    return static_cast<std::size_t>(found - elements.begin());
-}
 
 // The first three components of a path of exactly four, none of them empty.
 std::optional<std::array<CString, 3>> CategoriesOfPath(const CString& path) {
@@ -50,22 +40,22 @@ long ProjectData::IdTable<Place>::Take(long wantedId, Place place) {
 }
 
 std::size_t ProjectData::SpecialtyIndex(const CString& name, long wantedId) {
-    if (const auto index = IndexOf(m_specialties, name)) {
-        return *index;
-    }
     const std::size_t index = m_specialties.size();
-    m_specialties.push_back({m_specialtyIds.Take(wantedId, index), name, {}});
-    return index;
+    const auto [entry, added] = m_specialtyPlaces.try_emplace(name, index);
+    if (added) {
+        m_specialties.push_back({m_specialtyIds.Take(wantedId, index), name, {}});
+    }
+    return entry->second;
 }
 
 ProjectData::BigPlace ProjectData::BigCategoryPlace(const CString& specialty, const CString& category, long wantedId) {
     const std::size_t specialtyIndex = SpecialtyIndex(specialty, 0);
-    std::vector<BigCategory>& siblings = m_specialties[specialtyIndex].bigCategories;
-    if (const auto index = IndexOf(siblings, category)) {
-        return {specialtyIndex, *index};
+    Specialty& parent = m_specialties[specialtyIndex];
+    const auto [entry, added] = m_bigPlaces.try_emplace({parent.id, category}, parent.bigCategories.size());
+    const BigPlace place{specialtyIndex, entry->second};
+    if (added) {
+        parent.bigCategories.push_back({m_bigIds.Take(wantedId, place), category, {}});
     }
-    const BigPlace place{specialtyIndex, siblings.size()};
-    siblings.push_back({m_bigIds.Take(wantedId, place), category, {}});
     return place;
 }
 
@@ -81,13 +71,13 @@ long ProjectData::AddBigCategory(const CString& specialty, const CString& catego
 long ProjectData::AddSmallCategory(const CString& specialty, const CString& category, const CString& subCategory,
                                    long wantedId) {
     const BigPlace place = BigCategoryPlace(specialty, category, 0);
-    std::vector<SmallCategory>& siblings = m_specialties[place.specialty].bigCategories[place.big].smallCategories;
-    if (const auto index = IndexOf(siblings, subCategory)) {
-        return siblings[*index].id;
+    BigCategory& parent = m_specialties[place.specialty].bigCategories[place.big];
+    std::vector<SmallCategory>& siblings = parent.smallCategories;
+    const auto [entry, added] = m_smallPlaces.try_emplace({parent.id, subCategory}, siblings.size());
+    if (added) {
+        siblings.push_back({m_smallIds.Take(wantedId, {place.specialty, place.big, siblings.size()}), subCategory});
     }
-    const long id = m_smallIds.Take(wantedId, {place.specialty, place.big, siblings.size()});
-    siblings.push_back({id, subCategory});
-    return id;
+    return siblings[entry->second].id;
 }
 
 long ProjectData::AddAttribute(const CString& path, long wantedId) {
@@ -138,8 +128,8 @@ void ProjectData::Merge(const ProjectData& other) {
 }
 
 const Specialty* ProjectData::FindSpecialty(const CString& name) const {
-    const auto index = IndexOf(m_specialties, name);
-    return index ? &m_specialties[*index] : nullptr;
+    const auto found = m_specialtyPlaces.find(name);
+    return found == m_specialtyPlaces.end() ? nullptr : &m_specialties[found->second];
 }
 
 const Specialty* ProjectData::FindSpecialty(long id) const {
@@ -152,8 +142,8 @@ const BigCategory* ProjectData::FindBigCategory(const CString& specialty, const 
     if (parent == nullptr) {
         return nullptr;
     }
-    const auto index = IndexOf(parent->bigCategories, category);
-    return index ? &parent->bigCategories[*index] : nullptr;
+    const auto found = m_bigPlaces.find({parent->id, category});
+    return found == m_bigPlaces.end() ? nullptr : &parent->bigCategories[found->second];
 }
 
 const BigCategory* ProjectData::FindBigCategory(long id) const {

@@ -6,6 +6,7 @@
 
 #include <map>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 // What the maker's libraries know of a project, held in memory. A host or a test fills a ProjectData and installs it;
@@ -103,6 +104,11 @@ class NORVEX_PLATFORM_API ProjectData {
     BigPlace BigCategoryPlace(const CString& specialty, const CString& category, long wantedId);
 
     std::vector<Specialty> m_specialties;
+    // Places of names among their siblings, with the parent's id: a file may name hundreds of thousands under one
+    // parent.
+    std::map<CString, std::size_t> m_specialtyPlaces;
+    std::map<std::pair<long, CString>, std::size_t> m_bigPlaces;
+    std::map<std::pair<long, CString>, std::size_t> m_smallPlaces;
     std::map<CString, AttributeDefinition> m_attributes;
     std::map<CString, std::vector<CalculationItem>> m_calculationItems;
     IdTable<std::size_t> m_specialtyIds;

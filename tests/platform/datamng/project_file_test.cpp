@@ -52,6 +52,28 @@ TEST(ProjectFile, HoldsCategoriesAttributesAndCalculationItems) {
     EXPECT_EQ(items[1].flag, L"1");
 }
 
+TEST(ProjectFile, MayNameHundredsOfThousandsUnderOneParent) {
+    // Comparing each name with all of its siblings would take a quarter of an hour here.
+    std::string specialties;
+    std::string categories;
+    std::string subCategories;
+    constexpr int kCount = 150'000;
+    for (int index = 0; index < kCount; ++index) {
+        const std::string name = " name='n" + std::to_string(index) + "'/>";
+        specialties += "<specialty" + name;
+        categories += "<category" + name;
+        subCategories += "<subCategory" + name;
+    }
+    const ProjectReadResult result =
+        ReadProjectData(Document(specialties + "<specialty name='a'>" + categories + "<category name='b'>" +
+                                 subCategories + "</category></specialty>"));
+    ASSERT_TRUE(result.data.has_value()) << result.sentence;
+    EXPECT_EQ(result.data->FindSpecialty(L"n149999")->id, kCount);
+    EXPECT_EQ(result.data->FindBigCategory(L"a", L"n149999")->id, kCount);
+    EXPECT_EQ(result.data->FindBigCategory(L"a", L"b")->smallCategories.size(), std::size_t{kCount});
+    EXPECT_EQ(result.data->FindSmallCategory(kCount)->name, L"n149999");
+}
+
 TEST(ProjectFile, GivesIdsToWhatHasNone) {
     const ProjectReadResult result = ReadProjectData(Document("<specialty name='a'/><specialty name='b'/>"));
     ASSERT_TRUE(result.data.has_value()) << result.sentence;
