@@ -25,6 +25,11 @@ bool SameBits(const AcGePoint3d& left, const AcGePoint3d& right) {
            std::memcmp(&left.z, &right.z, sizeof left.z) == 0;
 }
 
+// Half of the hash, so that a slot takes eight bytes. Cells may share it, and then their places are in one slot.
+std::uint32_t ShortHashOf(const Cell& cell) {
+    return static_cast<std::uint32_t>(HashOf(cell) >> 32);
+}
+
 void ReadEarly(const ZrOwEntity* entity) {
     if (entity == nullptr) {
         return;
@@ -75,7 +80,7 @@ std::vector<Index> PipeSearch::GatherPlaces(const std::vector<ZrOwEntity*>& pend
             }
         }
         for (std::size_t number = 0; number < count; ++number) {
-            __builtin_prefetch(&m_slots[static_cast<std::size_t>(spots[number].hash) & (m_slots.size() - 1)]);
+            __builtin_prefetch(&m_slots[spots[number].hash & (m_slots.size() - 1)]);
         }
         for (std::size_t number = 0; number < count; ++number) {
             const Slot& slot = m_slots[SlotOf(spots[number].hash)];
@@ -158,7 +163,7 @@ void PipeSearch::ListEnds(const std::vector<Index>& placeOfEnd) {
 
 PipeSearch::Spot PipeSearch::SpotOf(const AcGePoint3d& point) const {
     const Cell cell = m_grid.Of(point);
-    return {point, HashOf(cell), !(m_grid.Low(point) == cell && m_grid.High(point) == cell)};
+    return {point, ShortHashOf(cell), !(m_grid.Low(point) == cell && m_grid.High(point) == cell)};
 }
 
 Index PipeSearch::PlaceOf(const Spot& spot) {
@@ -166,7 +171,7 @@ Index PipeSearch::PlaceOf(const Spot& spot) {
     const auto made = static_cast<Index>(m_places.size());
     Index next = kNoPlace;
     if (slot.place == kNone) {
-        slot = {static_cast<std::uint32_t>(spot.hash >> 32), made};
+        slot = {spot.hash, made};
         ++m_usedSlots;
     } else {
         for (Index place = slot.place; place != kNoPlace; place = m_places[place].next) {
@@ -187,11 +192,10 @@ Index PipeSearch::PlaceOf(const Spot& spot) {
     return made;
 }
 
-std::size_t PipeSearch::SlotOf(std::uint64_t hash) const {
+std::size_t PipeSearch::SlotOf(std::uint32_t hash) const {
     const std::size_t mask = m_slots.size() - 1;
-    const auto tag = static_cast<std::uint32_t>(hash >> 32);
-    std::size_t position = static_cast<std::size_t>(hash) & mask;
-    while (m_slots[position].place != kNone && m_slots[position].tag != tag) {
+    std::size_t position = hash & mask;
+    while (m_slots[position].place != kNone && m_slots[position].hash != hash) {
         position = (position + 1) & mask;
     }
     return position;
@@ -202,13 +206,13 @@ void PipeSearch::GrowSlots() {
     old.swap(m_slots);
     for (const Slot& slot : old) {
         if (slot.place != kNone) {
-            m_slots[SlotOf(HashOf(m_grid.Of(m_places[slot.place].point)))] = slot;
+            m_slots[SlotOf(slot.hash)] = slot;
         }
     }
 }
 
 Index PipeSearch::LookUpPlace(const AcGePoint3d& point) const {
-    const Slot& slot = m_slots[SlotOf(HashOf(m_grid.Of(point)))];
+    const Slot& slot = m_slots[SlotOf(ShortHashOf(m_grid.Of(point)))];
     if (slot.place == kNone) {
         return kNone;
     }
@@ -226,7 +230,7 @@ void PipeSearch::ForEachPlaceInReach(const AcGePoint3d& point, const Visit& visi
         return;
     }
     m_grid.ForEachWithinReach(point, [&](const Cell& cell) {
-        const Slot& slot = m_slots[SlotOf(HashOf(cell))];
+        const Slot& slot = m_slots[SlotOf(ShortHashOf(cell))];
         for (Index place = slot.place == kNone ? kNoPlace : slot.place; place != kNoPlace;
              place = m_places[place].next) {
             visit(m_places[place]);

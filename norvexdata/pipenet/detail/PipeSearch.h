@@ -54,9 +54,9 @@ class PipeSearch {
         // Place of the far end; kNone when the pipe has to be asked.
         Index far;
     };
-    // The cells of one hash.
+    // The cells of one hash. Cells that share it stay together however the table grows, because it alone says where.
     struct Slot {
-        std::uint32_t tag = 0;
+        std::uint32_t hash = 0;
         Index place = kNone;
     };
     // A node whose pipes are being followed: its range of m_ends, or of m_found when found is set.
@@ -71,7 +71,7 @@ class PipeSearch {
     struct Spot {
         AcGePoint3d point;
         // Of its cell.
-        std::uint64_t hash = 0;
+        std::uint32_t hash = 0;
         // What is in reach of it may lie in other cells.
         bool crossing = false;
     };
@@ -84,7 +84,7 @@ class PipeSearch {
     void ListEnds(const std::vector<Index>& placeOfEnd);
     Spot SpotOf(const AcGePoint3d& point) const;
     Index PlaceOf(const Spot& spot);
-    std::size_t SlotOf(std::uint64_t hash) const;
+    std::size_t SlotOf(std::uint32_t hash) const;
     void GrowSlots();
 
     Index LookUpPlace(const AcGePoint3d& point) const;

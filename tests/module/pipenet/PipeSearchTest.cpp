@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <limits>
 #include <map>
 
 #include "Net.h"
+#include "norvexdata/pipenet/detail/Cells.h"
 #include "platform/zrow/ZrOwNodes.h"
 
 namespace norvex::test {
@@ -127,6 +129,23 @@ TEST(PipeSearch, JoinsAnEndToTheOlderNodeWithinATenth) {
     EXPECT_EQ(graphs[0].GetEdge(&net[1])->GetNodeEnd(), shared);
     EXPECT_EQ(shared->GetConnectEdgeNum(), 1);
     EXPECT_NE(graphs[1].GetEdge(&net[2]), nullptr);
+}
+
+TEST(PipeSearch, FindsEndsWhoseCellsShareTheirHash) {
+    // Two cells, two units wide, whose hashes have equal upper halves; more pipes than the first table has room for.
+    constexpr std::int64_t kCell = 88669;
+    constexpr std::int64_t kOther = 623085;
+    ASSERT_EQ(pipenet::HashOf({kCell, 0, 0}) >> 32, pipenet::HashOf({kOther, 0, 0}) >> 32);
+    const AcGePoint3d corner(2.0 * kOther, 0.0, 0.0);
+    Net net;
+    net.Pipe({2.0 * kCell, 0.0, 0.0}, corner);
+    net.Pipe(corner, {2.0 * kOther, 5000.0, 0.0});
+    for (int number = 1; number <= 18; ++number) {
+        net.Pipe({-1000.0 * number, 700.0, 0.0}, {-1000.0 * number - 450.0, 700.0, 0.0});
+    }
+    const std::vector<CCheckPipeLineGraph> graphs = net.Search();
+    ASSERT_EQ(graphs.size(), 19u);
+    EXPECT_EQ(graphs.front().GetItemCount(), 4);
 }
 
 TEST(PipeSearch, PutsARepeatedEntryIntoItsGraphOnce) {
