@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <set>
+#include <tuple>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -25,8 +28,6 @@ constexpr double kLengthTolerance = 0.001;
 constexpr double kMillimetresPerMetre = 1000.0;
 // Systems that a sentence names before it only counts them.
 constexpr std::size_t kNamedSystems = 3;
-// A search stops after this many networks and leaves the rest of the pipes alone.
-constexpr std::size_t kNetworksOfOneSearch = 1000;
 
 // Splits into pipes with two ends, which go to pipes in their order, and all others, which are counted.
 int TakePipes(const std::vector<ZrOwEntity*>& entities, std::vector<ZrOwEntity*>& pipes) {
@@ -123,17 +124,66 @@ CString SentenceOf(const std::vector<ZrOwEntity*>& loop, const CString& floor, c
     return sentence;
 }
 
-// Removes from pipes what is in one of the graphs of a search.
-void RemovePlaced(const std::vector<CCheckPipeLineGraph>& graphs, std::vector<ZrOwEntity*>& pipes) {
-    if (graphs.size() < kNetworksOfOneSearch) {
-        pipes.clear();
-        return;
+// Puts pipes into an order that the next export of the same model gives too. Which of several loops with common pipes
+// the search reports depends on the order of its pipes, and that of a drawing is the order of instance numbers.
+void SortByIdentity(std::vector<ZrOwEntity*>& pipes) {
+    struct Key {
+        CString identity;
+        std::array<double, 7> shape;  // both ends and the length, to the millimetre
+        ZrOwEntity* pipe;
+    };
+    std::vector<Key> keys;
+    keys.reserve(pipes.size());
+    for (ZrOwEntity* entity : pipes) {
+        const ZrOwPolyLine* pipe = ZrOwPolyLine::cast(entity);
+        const AcGePoint3d start = pipe->GetStartPoint();
+        const AcGePoint3d end = pipe->GetEndPoint();
+        Key key{norvex::rule::IdentityOf(*entity),
+                {start.x, start.y, start.z, end.x, end.y, end.z, pipe->GetLength()},
+                entity};
+        std::transform(key.shape.begin(), key.shape.end(), key.shape.begin(),
+                       [](double number) { return std::round(number); });
+        keys.push_back(std::move(key));
     }
-    std::erase_if(pipes, [&](ZrOwEntity* entity) {
-        ZrOwPolyLine* pipe = ZrOwPolyLine::cast(entity);
-        return std::any_of(graphs.begin(), graphs.end(),
-                           [&](const CCheckPipeLineGraph& graph) { return graph.GetEdge(pipe) != nullptr; });
+    std::stable_sort(keys.begin(), keys.end(), [](const Key& left, const Key& right) {
+        return std::tie(left.identity, left.shape) < std::tie(right.identity, right.shape);
     });
+    std::transform(keys.begin(), keys.end(), pipes.begin(), [](const Key& key) { return key.pipe; });
+}
+
+// Adds the pipes of the edge's network.
+void AddNetwork(const boost::shared_ptr<CCheckPipeLineEdge>& first, std::unordered_set<ZrOwEntity*>& placed) {
+    std::vector<boost::shared_ptr<CCheckPipeLineEdge>> open{first};
+    placed.insert(first->GetPipeEnt());
+    while (!open.empty()) {
+        const boost::shared_ptr<CCheckPipeLineEdge> edge = open.back();
+        open.pop_back();
+        for (const auto& node : {edge->GetNodeStart(), edge->GetNodeEnd()}) {
+            if (node == nullptr) {
+                continue;
+            }
+            for (const auto& next : node->GetConnectEdgeVec()) {
+                if (placed.insert(next->GetPipeEnt()).second) {
+                    open.push_back(next);
+                }
+            }
+        }
+    }
+}
+
+// Removes from pipes what is in one of the graphs of a search over them: they come in the order of their first pipes.
+void RemovePlaced(const std::vector<CCheckPipeLineGraph>& graphs, std::vector<ZrOwEntity*>& pipes) {
+    std::unordered_set<ZrOwEntity*> placed;
+    std::size_t next = 0;
+    for (ZrOwEntity* pipe : pipes) {
+        if (placed.count(pipe) == 0 && next < graphs.size()) {
+            if (const auto edge = graphs[next].GetEdge(ZrOwPolyLine::cast(pipe))) {
+                AddNetwork(edge, placed);
+            }
+            ++next;
+        }
+    }
+    std::erase_if(pipes, [&](ZrOwEntity* pipe) { return placed.count(pipe) != 0; });
 }
 
 class CCheckPipeLoop final : public norvex::rule::Rule {
@@ -153,11 +203,12 @@ class CCheckPipeLoop final : public norvex::rule::Rule {
         }
     }
 
-    // What one search leaves out goes into the next one.
+    // A search stops after a thousand networks; what it leaves out goes into the next one.
     void CheckRow(Context& context, const LoopRow& row) {
         std::vector<ZrOwEntity*> pipes;
         const int others = TakePipes(context.Entities(row.category, row.subCategory), pipes);
         context.NotExamined(others, u"the model does not say where their two ends are");
+        SortByIdentity(pipes);
         const int total = static_cast<int>(pipes.size());
         while (!pipes.empty()) {
             std::vector<CCheckPipeLineGraph> graphs;
@@ -168,7 +219,11 @@ class CCheckPipeLoop final : public norvex::rule::Rule {
             const std::size_t before = pipes.size();
             RemovePlaced(graphs, pipes);
             context.Examined(static_cast<int>(before - pipes.size()));
-            if (!context.GoOn(total - static_cast<int>(pipes.size()), total) || pipes.size() == before) {
+            if (pipes.size() == before) {
+                context.NotExamined(static_cast<int>(before), u"the search found no network that they are in");
+                return;
+            }
+            if (!context.GoOn(total - static_cast<int>(pipes.size()), total)) {
                 return;
             }
         }
