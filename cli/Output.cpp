@@ -70,6 +70,9 @@ std::optional<std::string> WholeFile::Failure(int code) const {
 
 std::optional<std::string> WholeFile::Open(const std::filesystem::path& path) {
     m_path = path;
+    if (!path.has_filename()) {
+        return fmt::format("\"{}\" names no file to write to.", path.string());
+    }
     std::error_code ignored;
     const std::filesystem::file_status status = std::filesystem::status(path, ignored);
     if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) {

@@ -136,6 +136,7 @@ struct Network {
 struct Counts {
     std::uint64_t instances = 0;      // readable instances in the file
     std::uint64_t lostInstances = 0;  // instances that could not be read
+    bool isCutOff = false;            // the file ends too early; what may have followed is not counted
     // Elements by what their classes say; an element that its name gives away may be taken for another kind.
     std::uint32_t segments = 0;
     std::uint32_t fittings = 0;
@@ -154,8 +155,8 @@ struct Counts {
     std::uint32_t withoutStorey = 0;
     std::uint32_t segmentsWithoutEnds = 0;
     std::uint32_t withoutPlace = 0;  // these segments, and other elements without a placement
-    std::uint32_t openEnds = 0;  // segment ends that nothing meets
-    std::uint64_t notes = 0;     // diagnostics, those included that were not kept
+    std::uint32_t openEnds = 0;      // segment ends that nothing meets
+    std::uint64_t notes = 0;         // diagnostics, those included that were not kept
     std::uint64_t warnings = 0;
     std::uint64_t errors = 0;
 };

@@ -67,6 +67,7 @@ ReadResult ReadText(std::string_view text, const ReadOptions& options) {
     }
     model.counts.instances = file.InstanceCount();
     model.counts.lostInstances = file.LostCount();
+    model.counts.isCutOff = file.IsCutOff();
     const Access access(file);
     const CategoryTable& categories = options.categories != nullptr ? *options.categories : CategoryTable::Default();
     const NetworkInput input = ModelReader(access, categories, model, log).Read();
@@ -91,8 +92,13 @@ ReadResult ReadIfcBytes(std::span<const std::byte> bytes, const ReadOptions& opt
 ReadResult ReadIfcFile(const std::filesystem::path& path, const ReadOptions& options) {
     // The text is copied, not mapped: a file that another program cuts short must not end this one.
     std::error_code error;
+    const std::filesystem::file_status status = std::filesystem::status(path, error);
+    if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) {
+        // Not even opened: a pipe that nobody writes to would be waited for.
+        return Failed(DiagnosticCode::CannotOpen, "This is no file but a folder, a pipe or a device.");
+    }
     std::ifstream stream(path, std::ios::binary);
-    if (!stream || !std::filesystem::is_regular_file(path, error)) {
+    if (!stream) {
         return Failed(DiagnosticCode::CannotOpen, "The file does not exist or cannot be opened for reading.");
     }
     const std::uintmax_t size = std::filesystem::file_size(path, error);

@@ -73,6 +73,7 @@ ModelRecord RecordOf(const ifc::BuildingModel& model, const std::string& path) {
                        .project = model.projectName,
                        .lengthUnit = model.lengthUnit,
                        .lostInstances = model.counts.lostInstances,
+                       .isCutOff = model.counts.isCutOff,
                        .elements = model.elements.size(),
                        .elementsWithoutStorey = model.counts.withoutStorey,
                        .segmentsWithoutEnds = model.counts.segmentsWithoutEnds,

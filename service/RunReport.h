@@ -100,6 +100,7 @@ struct ModelRecord {
     std::string project;
     std::string lengthUnit;
     std::uint64_t lostInstances = 0;
+    bool isCutOff = false;  // the file ends too early
     std::size_t elements = 0;
     std::size_t elementsWithoutStorey = 0;
     std::size_t segmentsWithoutEnds = 0;

@@ -29,6 +29,9 @@ void NoteWhatIsMissing(RunReport& report) {
                                                     ? std::string("1 instance")
                                                     : fmt::format("{} instances", report.model.lostInstances)));
     }
+    if (report.model.isCutOff) {
+        report.incomplete.push_back("The model is cut off at its end; what may have followed was not checked.");
+    }
     const auto cancelled = std::count_if(report.tasks.begin(), report.tasks.end(),
                                          [](const TaskRecord& task) { return task.outcome == Outcome::Cancelled; });
     if (cancelled > 0) {

@@ -41,7 +41,7 @@ void ExchangeFile::BuildDense(std::uint32_t maxId, DiagnosticLog& log) {
     for (std::uint32_t index = 0; index < ids_.size(); ++index) {
         std::uint32_t& place = dense_[ids_[index]];
         if (place != kNoInstance) {
-            TellDuplicate(index, log);
+            LoseDuplicate(index, log);
             continue;
         }
         place = index;
@@ -59,12 +59,13 @@ void ExchangeFile::BuildSparse(DiagnosticLog& log) {
     }
     for (std::size_t i = 1; i < sparse_.size(); ++i) {
         if (sparse_[i].id == sparse_[i - 1].id) {
-            TellDuplicate(sparse_[i].index, log);
+            LoseDuplicate(sparse_[i].index, log);
         }
     }
 }
 
-void ExchangeFile::TellDuplicate(std::uint32_t index, DiagnosticLog& log) const {
+void ExchangeFile::LoseDuplicate(std::uint32_t index, DiagnosticLog& log) {
+    ++lost_;
     if (!log.Keeps(DiagnosticCode::DuplicateId)) {
         log.Count(Severity::Warning);
         return;

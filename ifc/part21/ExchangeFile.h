@@ -33,7 +33,10 @@ class ExchangeFile {
     const std::vector<std::string>& Schemas() const { return schemas_; }
 
     std::uint32_t InstanceCount() const { return static_cast<std::uint32_t>(ids_.size()); }
+    // Instances that could not be read, and those whose number was taken already: nothing can refer to them.
     std::uint64_t LostCount() const { return lost_; }
+    // Whether the text ends before the exchange structure does; what may have followed is not counted as lost.
+    bool IsCutOff() const { return isCutOff_; }
 
     // Returns: the index of the instance with this number, or kNoInstance.
     std::uint32_t Find(std::uint32_t id) const;
@@ -60,7 +63,7 @@ class ExchangeFile {
     void BuildLookup(DiagnosticLog& log);
     void BuildDense(std::uint32_t maxId, DiagnosticLog& log);
     void BuildSparse(DiagnosticLog& log);
-    void TellDuplicate(std::uint32_t index, DiagnosticLog& log) const;
+    void LoseDuplicate(std::uint32_t index, DiagnosticLog& log);
 
     std::string_view text_;
     std::vector<std::string> schemas_;
@@ -69,6 +72,7 @@ class ExchangeFile {
     std::vector<ClassId> classes_;
     std::vector<std::string> classNames_;
     std::uint64_t lost_ = 0;
+    bool isCutOff_ = false;
     // Instance by number: by position when numbers are dense, else by search through pairs ordered by number.
     std::vector<std::uint32_t> dense_;
     struct Entry {

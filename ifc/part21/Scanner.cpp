@@ -53,6 +53,7 @@ std::optional<Diagnostic> Scanner::Scan() {
     GrowClassTable();
     ScanStatements();
     if (!sawEnd_) {
+        file_.isCutOff_ = true;
         log_.Add(Severity::Warning, DiagnosticCode::Truncated, text_.size(),
                  "The file ends without " + std::string(kEndMagic) + "; what may have followed is lost.");
     }

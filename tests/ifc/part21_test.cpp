@@ -122,7 +122,7 @@ TEST(Part21, GoesOnBehindABrokenInstance) {
         {"number far too large", "#1=A(1);\n#99999999999999999999999999=A(2);\n#3=A(3);\n", "1 3", 1,
          "id-out-of-range@7"},
         {"number zero", "#1=A(1);\n#0=A(2);\n#3=A(3);\n", "1 3", 1, "id-out-of-range@7"},
-        {"number taken", "#1=A(1);\n#1=A(2);\n#3=A(3);\n", "1 1 3", 0, "duplicate-id@7"},
+        {"number taken", "#1=A(1);\n#1=A(2);\n#3=A(3);\n", "1 1 3", 1, "duplicate-id@7"},
         {"noise", "#1=A(1);\n)))%&/\n#3=A(3);\n", "1 3", 1, "broken-instance@7"},
         {"noise on the line", "#1=A(1);\n@!? #2=A(2);\n#3=A(3);\n", "1 3", 1, "broken-instance@7"},
         {"two of them", "#1=A(1;\n#2=A(2;\n#3=A(3);\n", "3", 2, "broken-instance@6 broken-instance@7"},

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <sys/resource.h>
+#include <sys/stat.h>
 
 #include <csignal>
 #include <nlohmann/json.hpp>
@@ -188,6 +189,28 @@ TEST_F(Norvex, IsIncompleteWhenPartsOfTheModelWereLost) {
     EXPECT_GE(json["model"]["lostInstances"], 1);
 }
 
+TEST_F(Norvex, IsIncompleteWhenTheModelIsCutOffBetweenInstances) {
+    const std::string whole = Tree().Text();
+    WriteFile(m_folder / "cut.ifc", whole.substr(0, whole.rfind("ENDSEC")));
+    const ProcessResult result = Run({"check", Path("cut.ifc"), "--quiet"});
+    EXPECT_EQ(result.exitCode, 3) << result.out;
+    EXPECT_NE(result.out.find("Incomplete: The model is cut off at its end"), std::string::npos) << result.out;
+}
+
+TEST_F(Norvex, IsIncompleteWhenTwoInstancesHaveOneNumber) {
+    PipeModel model = Tree();
+    model.Line("#100=IFCPIPESEGMENT('x',$,'Pipe',$,$,$,$,$,$);");
+    EXPECT_EQ(Run({"check", Model(std::move(model))}).exitCode, 3);
+}
+
+TEST_F(Norvex, DoesNotWaitForAPipeThatNobodyWritesTo) {
+    ASSERT_EQ(mkfifo(Path("pipe.ifc").c_str(), 0600), 0);
+    const ProcessResult result = norvex::test::RunProcess(
+        {"/usr/bin/timeout", "20", NORVEX_PROGRAM, "check", Path("pipe.ifc"), "--project", Path("project")});
+    EXPECT_EQ(result.exitCode, 2) << result.err;
+    ExpectOneSentence(result.err);
+}
+
 TEST_F(Norvex, IsIncompleteWhenNoRuleHadAnythingToLookAt) {
     PipeModel model;
     model.Storey("1F", 0);
@@ -314,7 +337,7 @@ TEST_F(Norvex, KeepsWhatWasFoundWhenItIsInterrupted) {
 
 TEST_F(Norvex, RefusesAJsonFileThatCannotBeWrittenBeforeItChecks) {
     std::filesystem::create_directory(m_folder / "folder");
-    for (const std::string& name : {Path("missing/a.json"), Path("folder")}) {
+    for (const std::string& name : {Path("missing/a.json"), Path("folder"), Path("folder/"), std::string()}) {
         const ProcessResult result = Run({"check", Model(Tree()), "--json", name});
         EXPECT_EQ(result.exitCode, 2) << name;
         ExpectOneSentence(result.err);
