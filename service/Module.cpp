@@ -5,6 +5,8 @@
 #include <link.h>
 
 #include <fmt/format.h>
+#include <cstring>
+#include <fstream>
 
 namespace norvex::service {
 namespace {
@@ -18,6 +20,35 @@ std::string LoaderComplaint(const std::filesystem::path& file) {
         complaint.erase(0, prefix.size());
     }
     return complaint;
+}
+
+// Why the loader must not even see the file; empty when it may. The loader waits for a pipe that nobody writes to, and
+// dies of a library that was copied halfway: its pages behind the end of the file cannot be read.
+std::string ReasonNotToLoad(const std::filesystem::path& file) {
+    std::error_code error;
+    const std::filesystem::file_status status = std::filesystem::status(file, error);
+    if (!std::filesystem::exists(status)) {
+        return {};  // The loader says it in its own words.
+    }
+    if (!std::filesystem::is_regular_file(status)) {
+        return "it is no file but a folder, a pipe or a device";
+    }
+    const std::uintmax_t size = std::filesystem::file_size(file, error);
+    std::ifstream stream(file, std::ios::binary);
+    ElfW(Ehdr) header{};
+    if (!stream.read(reinterpret_cast<char*>(&header), sizeof header) ||
+        std::memcmp(header.e_ident, ELFMAG, SELFMAG) != 0 || header.e_phentsize != sizeof(ElfW(Phdr))) {
+        return "it is no shared library";
+    }
+    stream.seekg(static_cast<std::streamoff>(header.e_phoff));
+    for (int i = 0; i < header.e_phnum; ++i) {
+        ElfW(Phdr) segment{};
+        if (!stream.read(reinterpret_cast<char*>(&segment), sizeof segment) || segment.p_filesz > size ||
+            segment.p_offset > size - segment.p_filesz) {
+            return "it is cut off; copy it again";
+        }
+    }
+    return {};
 }
 
 }  // namespace
@@ -35,6 +66,10 @@ void* Module::OwnSymbol(const char* name) const {
 }
 
 std::optional<Module> Module::Load(const std::filesystem::path& file, std::string& error) {
+    error = ReasonNotToLoad(file);
+    if (!error.empty()) {
+        return std::nullopt;
+    }
     void* handle = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (handle == nullptr) {
         error = LoaderComplaint(file);

@@ -26,9 +26,10 @@ bool UseConfiguration(const std::filesystem::path& projectFolder, const std::fil
     std::error_code ignored;
     const std::filesystem::path own = projectFolder / kConfigurationName;
     const bool hasOwn = std::filesystem::exists(own, ignored);
+    const std::filesystem::path used = hasOwn ? own : applicationFolder / kConfigurationName;
     profile::SetDirectories({HostPath(applicationFolder), HostPath(hasOwn ? projectFolder : applicationFolder)});
-    if (hasOwn && !NorvexConfig::Instance().IsValid()) {
-        error = fmt::format("The configuration {} is no XML document that can be read.", own.string());
+    if (std::filesystem::exists(used, ignored) && !NorvexConfig::Instance().IsValid()) {
+        error = fmt::format("The configuration {} is no XML document that can be read.", used.string());
         return false;
     }
     return true;

@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+
 #include "norvexdata/state/NorvexData.h"
+#include "service/Project.h"
 #include "tests/service/support/RunFixture.h"
 
 namespace {
@@ -104,6 +107,37 @@ TEST(Host, RefusesAFileThatIsNoModule) {
     ASSERT_EQ(complaints.size(), 1U);
     EXPECT_EQ(complaints[0].find("Rule module Text.ARX cannot be used: "), 0U) << complaints[0];
     EXPECT_EQ(complaints[0].find(folder.Path().string()), std::string::npos) << complaints[0];
+}
+
+TEST(Host, RefusesAModuleThatWasCopiedHalfway) {
+    const std::string whole = norvex::test::FileText(norvex::test::ShippedRule("CheckPipeLoop"));
+    const norvex::test::TemporaryFolder folder;
+    for (const std::size_t size : {std::size_t{10}, std::size_t{100}, std::size_t{20'000}, whole.size() / 2}) {
+        norvex::test::WriteFile(folder / "Half.Arx", whole.substr(0, size));
+        const auto complaints = ComplaintsAbout(folder / "Half.Arx");
+        ASSERT_EQ(complaints.size(), 1U) << size;
+        EXPECT_EQ(complaints[0].find("Rule module Half.Arx cannot be used: it is "), 0U) << complaints[0];
+    }
+}
+
+TEST(Host, DoesNotWaitForAPipeAmongTheModules) {
+    ApplicationFolderCopy application;
+    ASSERT_EQ(mkfifo((application.Path() / "Norvex" / "Pipe.Arx").c_str(), 0600), 0);
+    norvex::service::NothingTrusted trust;
+    Host host(trust);
+    ASSERT_EQ(host.Start(application.Path()), std::nullopt);
+    host.LoadRules();
+    ASSERT_EQ(host.LoadFailures().size(), 1U);
+    EXPECT_NE(host.LoadFailures()[0].find("Pipe.Arx"), std::string::npos);
+}
+
+TEST(Project, RefusesAShippedConfigurationThatCannotBeRead) {
+    const norvex::test::TemporaryFolder project;
+    const norvex::test::TemporaryFolder application;
+    norvex::test::WriteFile(application / "NorvexConfig.xml", "<unfinished");
+    std::string error;
+    EXPECT_FALSE(norvex::service::UseConfiguration(project.Path(), application.Path(), error));
+    EXPECT_NE(error.find((application / "NorvexConfig.xml").string()), std::string::npos) << error;
 }
 
 TEST(Host, SaysWhenThereIsNoFolderOfRules) {
