@@ -98,6 +98,10 @@ struct Element {
     Point position;
     Box box;                       // of the body; empty when the file holds no shape that was understood
     double nominalDiameter = 0.0;  // mm; 0: not known
+    double outerDiameter = 0.0;    // mm, of a round segment as drawn; 0: not known
+    // How its ends are joined, as its ports or, for a segment, its own properties say: THREADED, GROOVED ... Several in
+    // ascending order, joined by commas. Empty: not said.
+    std::string_view connectionType;
 
     // Junctions. Segments: of the start and the end. Fittings and in-line devices: the first. kNoIndex: open.
     std::uint32_t startJunction = kNoIndex;

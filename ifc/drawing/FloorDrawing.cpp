@@ -12,6 +12,8 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <utility>
+#include <vector>
 
 namespace norvex::ifc {
 
@@ -50,14 +52,16 @@ class Draughtsman {
         SetText(*entity, kPropertyGlobalId, element.globalId);
         SetText(*entity, kPropertyName, element.name);
         entity->SetProperty(kPropertyClass, Converted(std::string(element.className)));
-        if (element.nominalDiameter > 0.0) {
-            std::array<char, 32> digits{};
-            const auto [end, error] =
-                std::to_chars(digits.data(), digits.data() + digits.size(), element.nominalDiameter);
-            assert(error == std::errc() && "the shortest form of a double has fewer than 32 characters");
-            SetText(*entity, kPropertyNominalDiameter, std::string_view(digits.data(), end));
-        }
+        SetNumber(*entity, kPropertyNominalDiameter, element.nominalDiameter);
+        SetNumber(*entity, kPropertyOuterDiameter, element.outerDiameter);
+        SetText(*entity, kPropertyConnectionType, element.connectionType);
         return entity;
+    }
+
+    static void SetText(ZrOwEntity& entity, const CString& name, std::string_view utf8) {
+        if (!utf8.empty()) {
+            entity.SetProperty(name, norvex::text::FromUtf8(utf8));
+        }
     }
 
   private:
@@ -80,9 +84,12 @@ class Draughtsman {
         }
     }
 
-    static void SetText(ZrOwEntity& entity, const CString& name, std::string_view utf8) {
-        if (!utf8.empty()) {
-            entity.SetProperty(name, norvex::text::FromUtf8(utf8));
+    static void SetNumber(ZrOwEntity& entity, const CString& name, double number) {
+        if (number > 0.0) {
+            std::array<char, 32> digits{};
+            const auto [end, error] = std::to_chars(digits.data(), digits.data() + digits.size(), number);
+            assert(error == std::errc() && "the shortest form of a double has fewer than 32 characters");
+            SetText(entity, name, std::string_view(digits.data(), end));
         }
     }
 
@@ -98,6 +105,36 @@ class Draughtsman {
     std::unordered_map<std::string, CString> converted_;
 };
 
+// What is joined to each element of a storey that is no segment: pairs of indices, in ascending order. What is joined
+// across storeys lies in another drawing.
+std::vector<std::pair<std::uint32_t, std::uint32_t>> JointsOf(const BuildingModel& model, std::uint32_t storey) {
+    std::vector<std::pair<std::uint32_t, std::uint32_t>> joints;
+    const auto add = [&](std::uint32_t one, std::uint32_t other) {
+        if (model.elements[one].kind != ElementKind::Segment && model.elements[one].storey == storey &&
+            model.elements[other].storey == storey && model.elements[other].placed) {
+            joints.emplace_back(one, other);
+        }
+    };
+    for (const Connection& connection : model.connections) {
+        add(connection.first, connection.second);
+        add(connection.second, connection.first);
+    }
+    std::sort(joints.begin(), joints.end());
+    joints.erase(std::unique(joints.begin(), joints.end()), joints.end());
+    return joints;
+}
+
+// Hexadecimal, in upper case, as handle texts are.
+std::string HandleText(std::uint32_t id) {
+    std::array<char, 8> digits{};
+    const auto [end, error] = std::to_chars(digits.data(), digits.data() + digits.size(), id, 16);
+    assert(error == std::errc() && "32 bits have at most eight digits");
+    std::string text(digits.data(), end);
+    std::transform(text.begin(), text.end(), text.begin(),
+                   [](char digit) { return digit >= 'a' ? static_cast<char>(digit - 'a' + 'A') : digit; });
+    return text;
+}
+
 }  // namespace
 
 FloorDrawing DrawFloor(const BuildingModel& model, std::uint32_t storey) {
@@ -105,6 +142,8 @@ FloorDrawing DrawFloor(const BuildingModel& model, std::uint32_t storey) {
     FloorDrawing drawing;
     drawing.database = std::make_unique<AcDbDatabase>();
     Draughtsman draughtsman(model);
+    const auto joints = JointsOf(model, storey);
+    auto joint = joints.begin();
     for (std::uint32_t i = 0; i < model.elements.size(); ++i) {
         const Element& element = model.elements[i];
         if (element.storey != storey) {
@@ -115,6 +154,12 @@ FloorDrawing DrawFloor(const BuildingModel& model, std::uint32_t storey) {
             drawing.undrawn.push_back(i);
             continue;
         }
+        joint = std::find_if(joint, joints.end(), [i](const auto& each) { return each.first >= i; });
+        std::string joined;
+        for (; joint != joints.end() && joint->first == i; ++joint) {
+            joined += (joined.empty() ? "" : ",") + HandleText(model.elements[joint->second].id);
+        }
+        Draughtsman::SetText(*entity, kPropertyJoined, joined);
         AcDbObjectId id;
         const Acad::ErrorStatus status =
             drawing.database->addToModelSpace(std::move(entity), id, AcDbHandle(Adesk::UInt64{element.id}));

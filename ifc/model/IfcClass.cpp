@@ -300,6 +300,7 @@ constexpr ShapeRow kShapes[] = {
     {"IfcPropertySingleValue", Shape::PropertySingleValue},
     {"IfcPropertyListValue", Shape::PropertyListValue},
     {"IfcPropertyBoundedValue", Shape::PropertyBoundedValue},
+    {"IfcPropertyEnumeratedValue", Shape::PropertyEnumeratedValue},
 };
 
 std::string Upper(std::string_view text) {

@@ -94,6 +94,7 @@ enum class Shape : std::uint8_t {
     PropertySingleValue,
     PropertyListValue,
     PropertyBoundedValue,
+    PropertyEnumeratedValue,
 };
 
 struct ClassInfo {

@@ -9,6 +9,9 @@
 #include <cmath>
 #include <functional>
 #include <numeric>
+#include <optional>
+#include <set>
+#include <string>
 
 namespace norvex::ifc {
 
@@ -50,6 +53,10 @@ bool SaysNothing(std::string_view predefinedType) {
     return predefinedType.empty() || predefinedType == "NOTDEFINED" || predefinedType == "USERDEFINED";
 }
 
+bool SaysNoConnection(std::string_view type) {
+    return SaysNothing(type) || type == "OTHER" || type == "UNSET" || type == "NOTKNOWN" || type == "NONE";
+}
+
 // Classes that IFC2X3 uses for every kind of thing of a sort; there the type object says what it is.
 bool IsGeneric(std::string_view key) {
     return key.starts_with("Flow") || key == "EnergyConversionDevice" || key.starts_with("Distribution") ||
@@ -80,6 +87,17 @@ std::string ShortNumber(double number) {
     std::array<char, 32> text{};
     const auto [end, error] = std::to_chars(text.data(), text.data() + text.size(), std::round(number * 10.0) / 10.0);
     return error == std::errc() ? std::string(text.data(), end) : std::string();
+}
+
+// Pipes are round, so the box around one along an axis is as wide as high. Returns: mm; 0 when the box is not so.
+double WidthOfPipe(const Box& box) {
+    if (box.IsEmpty()) {
+        return 0.0;
+    }
+    std::array<double, 3> sides{box.high.x - box.low.x, box.high.y - box.low.y, box.high.z - box.low.z};
+    std::sort(sides.begin(), sides.end());
+    constexpr double kRoundness = 0.01;
+    return sides[1] - sides[0] <= kRoundness * sides[1] && sides[1] < sides[2] ? sides[1] : 0.0;
 }
 
 // Names such as "Light:150W:150W:572305" end in a number of their own.
@@ -122,6 +140,7 @@ NetworkInput ModelReader::Read() {
     ReadSystems();
     ReadPorts();
     ReadConnections();
+    ReadProperties();
     ReadDiameters();
     std::vector<std::uint32_t>().swap(slot_);
     ReadShapes();
@@ -502,29 +521,89 @@ double ModelReader::DiameterInSet(std::uint32_t propertySet) const {
     return diameter;
 }
 
-void ModelReader::ReadDiameters() {
+// Returns: the word under which a property set says how ends are joined; empty when it does not say.
+std::string_view ModelReader::ConnectionTypeInSet(std::uint32_t propertySet) {
+    if (access_.ShapeOf(propertySet) != Shape::PropertySet) {
+        return {};
+    }
+    std::string_view type;
+    ForEach(access_, access_.Argument(propertySet, 4), [&](std::uint32_t property) {
+        const Shape shape = access_.ShapeOf(property);
+        if (!type.empty() || (shape != Shape::PropertySingleValue && shape != Shape::PropertyEnumeratedValue)) {
+            return;
+        }
+        ValueCursor arguments = access_.Arguments(property);
+        const Value name = arguments.Next();
+        if (name.text != "ConnectionType" && name.Text() != "连接方式") {
+            return;
+        }
+        arguments.Skip(1);
+        Value value = arguments.Next();
+        if (shape == Shape::PropertyEnumeratedValue) {
+            value = Members(value).Next();
+        }
+        const std::string word = value.Text();
+        type = SaysNoConnection(word) ? std::string_view() : model_.texts.Intern(word);
+    });
+    return type;
+}
+
+void ModelReader::AddConnectionType(Element& element, std::string_view type) {
+    if (type.empty() || element.connectionType == type) {
+        return;
+    }
+    if (element.connectionType.empty()) {
+        element.connectionType = type;
+        return;
+    }
+    std::set<std::string_view> types{type};
+    for (std::string_view rest = element.connectionType; !rest.empty();) {
+        const std::size_t comma = std::min(rest.find(','), rest.size());
+        types.insert(rest.substr(0, comma));
+        rest.remove_prefix(std::min(comma + 1, rest.size()));
+    }
+    std::string joined;
+    for (const std::string_view one : types) {
+        joined += (joined.empty() ? "" : ",") + std::string(one);
+    }
+    element.connectionType = model_.texts.Intern(joined);
+}
+
+// Most sets hold neither a diameter nor a connection type, so a set is only read when somebody misses something.
+void ModelReader::ReadProperties() {
     for (const std::uint32_t relation : census_.byProperties) {
         ValueCursor arguments = access_.Arguments(relation);
         arguments.Skip(4);
         const Value objects = arguments.Next();
-        const Value set = arguments.Next();
-        double diameter = -1.0;
+        const std::uint32_t set = access_.Follow(arguments.Next());
+        std::optional<double> diameter;
+        std::optional<std::string_view> connectionType;
         ForEach(access_, objects, [&](std::uint32_t instance) {
-            if (access_.RoleOf(instance) != Role::Element || slot_[instance] == kNoIndex) {
+            const Role role = access_.RoleOf(instance);
+            if ((role != Role::Element && role != Role::Port) || slot_[instance] == kNoIndex) {
                 return;
             }
-            Element& element = model_.elements[slot_[instance]];
+            const std::uint32_t owner = role == Role::Port ? input_.ports[slot_[instance]].element : slot_[instance];
+            if (owner == kNoIndex) {
+                return;
+            }
+            Element& element = model_.elements[owner];
+            if (role == Role::Port || element.kind == ElementKind::Segment) {
+                connectionType = connectionType ? connectionType : ConnectionTypeInSet(set);
+                AddConnectionType(element, *connectionType);
+            }
             const bool inLine = element.kind == ElementKind::Segment || element.kind == ElementKind::Fitting ||
                                 element.kind == ElementKind::InlineDevice;
-            if (!inLine || element.nominalDiameter > 0.0) {
-                return;
+            if (role == Role::Element && inLine && element.nominalDiameter <= 0.0) {
+                diameter = diameter ? diameter : DiameterInSet(set);
+                element.nominalDiameter = *diameter;
             }
-            if (diameter < 0.0) {
-                diameter = DiameterInSet(access_.Follow(set));
-            }
-            element.nominalDiameter = diameter;
         });
     }
+}
+
+// After the properties of elements: what their types and names say.
+void ModelReader::ReadDiameters() {
     for (std::size_t i = 0; i < model_.elements.size(); ++i) {
         Element& element = model_.elements[i];
         const auto take = [&](double diameter) {
@@ -571,7 +650,12 @@ void ModelReader::ReadShapes() {
             element.end = shape.run.end;
             element.length = shape.run.length;
             input_.radii[i] = shape.run.radius;
-            drafts_[i].outerDiameter = 2.0 * shape.run.radius;
+            const TypeInfo* type = drafts_[i].type == kNoIndex ? nullptr : &types_[drafts_[i].type];
+            const bool isPipe =
+                access_.Info(drafts_[i].instance).key == "PipeSegment" ||
+                (type != nullptr && type->elementClass != nullptr && type->elementClass->key == "PipeSegment");
+            const bool byBox = shape.run.radius <= 0.0 && isPipe;
+            element.outerDiameter = byBox ? WidthOfPipe(shape.box) : 2.0 * shape.run.radius;
             if (element.ends == EndEvidence::None) {
                 element.start = element.end = element.position;
             }
@@ -672,8 +756,8 @@ std::string_view ModelReader::DetailName(std::uint32_t index) {
         std::string size;
         if (element.nominalDiameter > 0.0) {
             size = "DN" + ShortNumber(element.nominalDiameter);
-        } else if (drafts_[index].outerDiameter > 0.0) {
-            size = "D" + ShortNumber(drafts_[index].outerDiameter);
+        } else if (element.outerDiameter > 0.0) {
+            size = "D" + ShortNumber(element.outerDiameter);
         }
         name += (name.empty() || size.empty() ? "" : " ") + size;
     }

@@ -41,7 +41,6 @@ class ModelReader {
         std::uint32_t placement = part21::kNoInstance;
         std::uint32_t definition = part21::kNoInstance;
         std::string_view portSystemType;
-        double outerDiameter = 0.0;
     };
 
     void ReadStoreys();
@@ -55,7 +54,10 @@ class ModelReader {
     void ReadPorts();
     void OwnPort(std::uint32_t port, std::uint32_t element, std::size_t offset);
     void ReadConnections();
+    void ReadProperties();
     void ReadDiameters();
+    void AddConnectionType(Element& element, std::string_view type);
+    std::string_view ConnectionTypeInSet(std::uint32_t propertySet);
     double DiameterInSet(std::uint32_t propertySet) const;
     void ReadShapes();
     void Categorise();

@@ -5,6 +5,9 @@ ACRX_DEFINE_MEMBERS(ZrOwEntity, AcDbEntity)
 
 const CString kPropertyGlobalId = u"GlobalId";
 const CString kPropertyNominalDiameter = u"NominalDiameter";
+const CString kPropertyOuterDiameter = u"OuterDiameter";
+const CString kPropertyConnectionType = u"ConnectionType";
+const CString kPropertyJoined = u"Joined";
 const CString kPropertyName = u"Name";
 const CString kPropertyClass = u"Class";
 

@@ -40,6 +40,14 @@ class NORVEX_PLATFORM_API ZrOwEntity : public AcDbEntity {
 NORVEX_PLATFORM_API extern const CString kPropertyGlobalId;
 // The property that holds the nominal diameter, a decimal number of millimetres.
 NORVEX_PLATFORM_API extern const CString kPropertyNominalDiameter;
+// The property that holds the outer diameter as drawn, a decimal number of millimetres.
+NORVEX_PLATFORM_API extern const CString kPropertyOuterDiameter;
+// The property that holds how the object's ends are joined, in the words of the model it came from ("GROOVED"). Several
+// are in ascending order, joined by ",".
+NORVEX_PLATFORM_API extern const CString kPropertyConnectionType;
+// The property that holds the handle texts of what is joined to the object in its own drawing, joined by ",". Runs tell
+// what they are joined to by their ends and need not have it.
+NORVEX_PLATFORM_API extern const CString kPropertyJoined;
 // The property that holds the object's own name in the model it came from.
 NORVEX_PLATFORM_API extern const CString kPropertyName;
 // The property that holds the class of the object in the model it came from.

@@ -8,6 +8,9 @@
 
 #include <gtest/gtest.h>
 
+#include <initializer_list>
+#include <string>
+
 namespace norvex::ifc {
 namespace {
 
@@ -87,6 +90,66 @@ TEST(FloorDrawing, KeepsPipesOfDifferentLengthBetweenTheSameJunctionsApart) {
     EXPECT_TRUE(first->GetEndPoint() == second->GetEndPoint());
     EXPECT_DOUBLE_EQ(first->GetLength(), 820.0);
     EXPECT_DOUBLE_EQ(second->GetLength(), 840.0);
+}
+
+// Gives objects a property set that says how ends are joined.
+void SayConnectionType(ModelText& text, std::initializer_list<int> objects, const std::string& property) {
+    std::string list;
+    for (const int object : objects) {
+        list += (list.empty() ? "" : ",") + ModelText::Ref(object);
+    }
+    const int set = text.Add("IFCPROPERTYSET('',$,'Any',$,(" + ModelText::Ref(text.Add(property)) + "))");
+    text.Add("IFCRELDEFINESBYPROPERTIES('',$,$,$,(" + list + ")," + ModelText::Ref(set) + ")");
+}
+
+TEST(FloorDrawing, HandsOverHowEndsAreJoined) {
+    ModelText text;
+    const int alike = text.Pipe(0, 0, 1000, 0);
+    const int mixed = text.Pipe(0, 500, 1000, 500);
+    const int own = text.Pipe(0, 900, 1000, 900);
+    const int silent = text.Pipe(0, 1300, 1000, 1300);
+    SayConnectionType(text, {text.Port(alike, 0, 0), text.Port(alike, 1000, 0), text.Port(mixed, 0, 500)},
+                      "IFCPROPERTYENUMERATEDVALUE('ConnectionType',$,(IFCLABEL('THREADED')),$)");
+    SayConnectionType(text, {text.Port(mixed, 1000, 500)},
+                      "IFCPROPERTYENUMERATEDVALUE('ConnectionType',$,(IFCLABEL('GROOVED')),$)");
+    SayConnectionType(text, {own},
+                      "IFCPROPERTYSINGLEVALUE('\\X2\\8FDE63A565B95F0F\\X0\\',$,IFCLABEL('\\X2\\710A63A5\\X0\\'),$)");
+    SayConnectionType(text, {silent}, "IFCPROPERTYSINGLEVALUE('ConnectionType',$,IFCLABEL('NOTDEFINED'),$)");
+    const FloorDrawing drawing = DrawFloor(text.Read(), 0);
+    const auto type = [&](int pipe) {
+        const auto* line = Entity<ZrOwPolyLine>(*drawing.database, static_cast<std::uint32_t>(pipe));
+        return line == nullptr ? "not drawn" : Property(*line, kPropertyConnectionType);
+    };
+    EXPECT_EQ(type(alike), "THREADED");
+    EXPECT_EQ(type(mixed), "GROOVED,THREADED");
+    EXPECT_EQ(type(own), "焊接");
+    EXPECT_EQ(type(silent), "none");
+}
+
+TEST(FloorDrawing, HandsOverWhatIsJoinedToDevicesAndEquipment) {
+    ModelText text;
+    const int left = text.Pipe(0, 0, 1000, 0);
+    const int valve = text.Block("IFCVALVE", 1050, 0, 0, 100);
+    const int right = text.Pipe(1100, 0, 2000, 0);
+    const int pump = text.Block("IFCPUMP", 2500, 0, 0, 100);
+    text.Connect(text.Port(pump, 2000, 0), text.Port(right, 2000, 0));
+    const FloorDrawing drawing = DrawFloor(text.Read(), 0);
+    const auto* pipe = Entity<ZrOwPolyLine>(*drawing.database, static_cast<std::uint32_t>(left));
+    const auto* device = Entity<ZrOwFittingBase>(*drawing.database, static_cast<std::uint32_t>(valve));
+    const auto* equipment = Entity<ZrOwNode>(*drawing.database, static_cast<std::uint32_t>(pump));
+    ASSERT_NE(pipe, nullptr);
+    ASSERT_NE(device, nullptr);
+    ASSERT_NE(equipment, nullptr);
+    const auto handle = [](int id) {
+        CString digits;
+        digits.Format(u"%X", id);
+        return text::ToUtf8(digits);
+    };
+    EXPECT_EQ(Property(*device, kPropertyJoined), handle(left) + "," + handle(right));
+    EXPECT_EQ(Property(*equipment, kPropertyJoined), handle(right));
+    EXPECT_EQ(Property(*pipe, kPropertyJoined), "none") << "runs tell it by their ends";
+    EXPECT_EQ(Property(*pipe, kPropertyOuterDiameter), "50");
+    EXPECT_EQ(Property(*device, kPropertyOuterDiameter), "none");
 }
 
 TEST(FloorDrawing, DrawsEveryPlacedElementOfTheRealModelsOnce) {
