@@ -25,6 +25,8 @@ struct Found {
     CString sentence;
     // The objects concerned, in the order in which they are to be shown. Borrowed from the drawing.
     std::vector<ZrOwEntity*> objects;
+    // What the check interface can do about it: one of the repair operations. Empty: it can only be looked at.
+    CString repair = {};
 };
 
 // One rule's look at one floor and specialty: what there is to examine, and where findings go. Lives for one
@@ -87,7 +89,7 @@ class Context {
         finding.strSubCategory = found.subCategory;
         finding.strSeverity = found.severity;
         finding.strSentence = found.sentence;
-        finding.strLocation = LocationOf(found.objects);
+        finding.strLocation = LocationOf(found.objects, found.repair);
         finding.strFeatureCode = FeatureCodeOf(m_info, found.subCategory, found.objects);
         finding.vecObjects = ObjectsOf(found.objects);
         finding.bHasPlace = PlaceOf(found.objects, finding.ptPlace);

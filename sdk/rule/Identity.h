@@ -46,14 +46,19 @@ inline CString FeatureCodeOf(const NS_NORVEX::RuleInfo& rule, const CString& sub
     return GetErrorFeatureCode(rule.strName, rule.strCategory, subCategory, joined, CString(), CString());
 }
 
-// Locate form over all objects; empty without any.
-inline CString LocationOf(const std::vector<ZrOwEntity*>& objects) {
+// Locate form over all objects, and with a repair operation the fix form behind it; empty without any object.
+inline CString LocationOf(const std::vector<ZrOwEntity*>& objects, const CString& repair) {
     CStringArray handles;
     for (const ZrOwEntity* object : objects) {
         handles.Add(CComMethod::GetStrHandle(object));
     }
-    return CComMethod::GetStrFPHandle(handles, STR_LOCATE_COMPONENT, STR_ERROR_COMPONENT, kFindTogether,
-                                      STR_ACTION_LOCATE);
+    CStringArray locations;
+    locations.Add(CComMethod::GetStrFPHandle(handles, STR_LOCATE_COMPONENT, STR_ERROR_COMPONENT, kFindTogether,
+                                             STR_ACTION_LOCATE));
+    if (!repair.IsEmpty()) {
+        locations.Add(CComMethod::GetStrFixHandle(handles, repair, STR_ACTION_REPAIR));
+    }
+    return CComMethod::GetStrFPHandleAry(locations);
 }
 
 inline std::vector<NS_NORVEX::FindingObject> ObjectsOf(const std::vector<ZrOwEntity*>& objects) {

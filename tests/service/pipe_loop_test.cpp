@@ -268,7 +268,10 @@ TEST(PipeLoopRule, TakesWhatItChecksAndHowSevereFromTheConfiguration) {
     ASSERT_EQ(report.findings.size(), 1U);
     EXPECT_EQ(report.findings.front().specialty, "暖通");
     EXPECT_EQ(report.findings.front().severity, Severity::Confirmed);
-    EXPECT_EQ(report.rules.front().specialties, (std::vector<std::string>{"暖通"}));
+    const auto rule = std::find_if(report.rules.begin(), report.rules.end(),
+                                   [](const auto& each) { return each.name == "CCheckPipeLoop"; });
+    ASSERT_NE(rule, report.rules.end());
+    EXPECT_EQ(rule->specialties, (std::vector<std::string>{"暖通"}));
 }
 
 TEST(PipeLoopRule, SuspectsWhereTheConfigurationNamesNoSeverity) {

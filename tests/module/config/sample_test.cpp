@@ -35,7 +35,7 @@ TEST_F(SampleConfig, SaysWhatThePipeLoopRuleChecksAndHowSevereItIs) {
 
 TEST_F(SampleConfig, SaysHowPipesAreJoined) {
     const auto rules = CheckPipeLinkConfigParser().CheckRules();
-    EXPECT_EQ(rules.size(), 8U);
+    EXPECT_EQ(rules.size(), 10U);
     EXPECT_EQ(rules.at(L"镀锌钢管").strDefault, L"螺纹连接");
     for (const auto& [name, linkType] : rules) {
         EXPECT_EQ(std::count(linkType.vecAvailables.begin(), linkType.vecAvailables.end(), linkType.strDefault), 1)

@@ -1,0 +1,112 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <map>
+#include <set>
+#include <unordered_map>
+#include <vector>
+
+#include "norvexdata/common/ComMethod.h"
+#include "norvexdata/entities/EntFindMethod.h"
+#include "norvexdata/state/CategoryMap.h"
+#include "platform/zrow/ZrOwLines.h"
+#include "platform/zrow/ZrOwNodes.h"
+#include "sdk/rule/Describe.h"
+
+namespace norvex::rule {
+
+// Category to sub-categories, as configuration groups are.
+using CategoryGroup = std::map<CString, std::set<CString>>;
+
+// The entities of a group's sub-categories, in the order of the map.
+inline std::vector<ZrOwEntity*> EntitiesOf(const CategoryGroup& group, const CategoryMap& entities) {
+    std::vector<ZrOwEntity*> found;
+    for (const auto& [category, subCategories] : group) {
+        // A search for no sub-category at all would give every one.
+        if (!subCategories.empty()) {
+            CEntFindMethod::InsertData(category, {subCategories.begin(), subCategories.end()}, entities, found);
+        }
+    }
+    return found;
+}
+
+// Answers what is joined to fittings, devices and equipment; near-linear to build, constant to ask. Entities are
+// borrowed.
+class Joints {
+  public:
+    // Only these entities are ever answered.
+    explicit Joints(const std::vector<ZrOwEntity*>& entities) {
+        for (ZrOwEntity* entity : entities) {
+            m_byHandle.emplace(CComMethod::GetStrHandle(entity), entity);
+            if (const ZrOwPolyLine* pipe = ZrOwPolyLine::cast(entity)) {
+                m_ends[CellAt(pipe->GetStartPoint(), 0, 0, 0)].push_back(entity);
+                m_ends[CellAt(pipe->GetEndPoint(), 0, 0, 0)].push_back(entity);
+            }
+        }
+    }
+
+    // As kPropertyJoined says. Of a drawing that does not say it: the pipes that end at a fitting, or within the
+    // distance at which equipment is searched for from equipment. By handle.
+    std::vector<ZrOwEntity*> Of(const ZrOwEntity& entity) const {
+        std::map<CString, ZrOwEntity*> found;
+        const CString stated = TextOf(entity, kPropertyJoined);
+        if (!stated.IsEmpty()) {
+            int start = 0;
+            for (CString handle = stated.Tokenize(u",", start); start >= 0; handle = stated.Tokenize(u",", start)) {
+                if (const auto joined = m_byHandle.find(handle); joined != m_byHandle.end()) {
+                    found.insert(*joined);
+                }
+            }
+        } else if (const ZrOwFittingBase* fitting = ZrOwFittingBase::cast(&entity)) {
+            Near(fitting->GetPosition(), kFittingReach, found);
+        } else if (const ZrOwNode* node = ZrOwNode::cast(&entity)) {
+            Near(node->GetInsertPoint(), kEquipmentReach, found);
+        }
+        std::vector<ZrOwEntity*> joined;
+        for (const auto& [handle, each] : found) {
+            joined.push_back(each);
+        }
+        return joined;
+    }
+
+  private:
+    // As near as the ends of two pipes that are one node of a pipe graph, and as equipment to a point.
+    static constexpr double kFittingReach = 0.1;
+    static constexpr double kEquipmentReach = 100.0;
+
+    using Cell = std::uint64_t;
+
+    // Cells are as wide as the longest reach, so that what is near lies in a neighbour. Different cells may share a
+    // number; distances are measured in any case.
+    static Cell CellAt(const AcGePoint3d& point, int dx, int dy, int dz) {
+        const auto number = [](double at, int step) {
+            return static_cast<Cell>(std::llround(at / kEquipmentReach) + step);
+        };
+        return (number(point.x, dx) * 73856093U) ^ (number(point.y, dy) * 19349663U) ^
+               (number(point.z, dz) * 83492791U);
+    }
+
+    void Near(const AcGePoint3d& point, double reach, std::map<CString, ZrOwEntity*>& found) const {
+        for (int step = 0; step < 27; ++step) {
+            const auto ends = m_ends.find(CellAt(point, step % 3 - 1, step / 3 % 3 - 1, step / 9 - 1));
+            if (ends == m_ends.end()) {
+                continue;
+            }
+            for (ZrOwEntity* entity : ends->second) {
+                const ZrOwPolyLine* pipe = ZrOwPolyLine::cast(entity);
+                if (CEntFindMethod::Is2PtNear(pipe->GetStartPoint(), point, reach) ||
+                    CEntFindMethod::Is2PtNear(pipe->GetEndPoint(), point, reach)) {
+                    found.emplace(CComMethod::GetStrHandle(entity), entity);
+                }
+            }
+        }
+    }
+
+    std::unordered_map<CString, ZrOwEntity*> m_byHandle;
+    std::unordered_map<Cell, std::vector<ZrOwEntity*>> m_ends;
+};
+
+}  // namespace norvex::rule
