@@ -63,8 +63,11 @@ TEST(Host, FindsTheRulesThatShip) {
     ASSERT_EQ(host.Start(norvex::service::ApplicationFolder()), std::nullopt);
     host.LoadRules();
     EXPECT_TRUE(host.LoadFailures().empty());
-    ASSERT_FALSE(host.Rules().empty());
-    const auto& loop = host.Rules().front().record;
+    ASSERT_EQ(host.Rules().size(), 4U);
+    EXPECT_EQ(host.Rules()[0].record.name, "CCheckLayoutFlange");
+    EXPECT_EQ(host.Rules()[1].record.name, "CCheckPipeDiameter");
+    EXPECT_EQ(host.Rules()[2].record.name, "CCheckPipeLinkInvalid");
+    const auto& loop = host.Rules()[3].record;
     EXPECT_EQ(loop.name, "CCheckPipeLoop");
     EXPECT_EQ(loop.shortName, "pipe-loop");
     EXPECT_EQ(loop.module, "CheckPipeLoop.Arx");
