@@ -45,6 +45,34 @@ std::optional<Diagnostic> FindSchema(const part21::ExchangeFile& file, BuildingM
                       "The file is a STEP file but no IFC model: its header names " + named + "."};
 }
 
+// The place of the first thing that went wrong is the place to look at.
+Diagnostic NoInstances(std::uint64_t lost, const std::vector<Diagnostic>& noticed) {
+    Diagnostic error{Severity::Error, DiagnosticCode::NoInstances, 0, 0,
+                     "The file holds no instance that could be read."};
+    const auto placed =
+        std::find_if(noticed.begin(), noticed.end(), [](const Diagnostic& one) { return one.line > 0; });
+    if (placed != noticed.end()) {
+        error.line = placed->line;
+        error.offset = placed->offset;
+        error.sentence = "The file holds no instance that could be read; " + std::to_string(lost) +
+                         (lost == 1 ? " is" : " are") + " broken, the first one here. " + placed->sentence;
+    }
+    return error;
+}
+
+// One warning for each place that refers to an instance which the file does not hold.
+void LogDanglingReferences(const Access& access, DiagnosticLog& log) {
+    for (const Access::Dangling& dangling : access.TakeDangling()) {
+        log.Add(Severity::Warning, DiagnosticCode::DanglingReference, dangling.offset,
+                "There is no instance #" + std::to_string(dangling.id) +
+                    "; what this reference was to give is missing from the model.");
+    }
+    if (access.DanglingLimitReached()) {
+        log.AddGeneral(Severity::Warning, DiagnosticCode::LimitReached,
+                       "More references lead nowhere than are listed one by one.");
+    }
+}
+
 ReadResult ReadText(std::string_view text, const ReadOptions& options) {
     ReadResult result;
     DiagnosticLog log(text, options.maxDiagnostics);
@@ -60,9 +88,7 @@ ReadResult ReadText(std::string_view text, const ReadOptions& options) {
         return result;
     }
     if (file.InstanceCount() == 0) {
-        result.error = {Severity::Error, DiagnosticCode::NoInstances, 0, 0,
-                        "The file holds no instance that could be read" +
-                            (file.LostCount() > 0 ? "; " + std::to_string(file.LostCount()) + " are broken." : ".")};
+        result.error = NoInstances(file.LostCount(), log.Take());
         return result;
     }
     model.counts.instances = file.InstanceCount();
@@ -71,6 +97,7 @@ ReadResult ReadText(std::string_view text, const ReadOptions& options) {
     const Access access(file);
     const CategoryTable& categories = options.categories != nullptr ? *options.categories : CategoryTable::Default();
     const NetworkInput input = ModelReader(access, categories, model, log).Read();
+    LogDanglingReferences(access, log);
     BuildNetwork(input, options.inferConnections, model, log);
     model.counts.notes = log.Total(Severity::Note);
     model.counts.warnings = log.Total(Severity::Warning);

@@ -4,6 +4,9 @@
 #include "ifc/model/IfcClass.h"
 #include "ifc/part21/ExchangeFile.h"
 
+#include <cstddef>
+#include <cstdint>
+#include <map>
 #include <vector>
 
 namespace norvex::ifc {
@@ -21,12 +24,25 @@ class Access {
     std::string_view UpperName(std::uint32_t index) const { return file_->ClassNames()[file_->Class(index)]; }
     part21::ValueCursor Arguments(std::uint32_t index) const { return file_->Arguments(index); }
 
+    // A reference to an instance that the file does not hold.
+    struct Dangling {
+        std::size_t offset;  // of the reference, in bytes from the beginning of the file
+        std::uint32_t id;
+    };
+
     // Returns: the index of the instance that a value refers to; kNoInstance for anything else and for dangling
-    // numbers.
+    // numbers, which are remembered.
     std::uint32_t Follow(const part21::Value& value) const {
         const std::uint32_t id = value.Reference();
-        return id == 0 ? part21::kNoInstance : file_->Find(id);
+        const std::uint32_t index = id == 0 ? part21::kNoInstance : file_->Find(id);
+        if (id != 0 && index == part21::kNoInstance) {
+            Remember(value, id);
+        }
+        return index;
     }
+    // Returns: the dangling references that were followed, each once, in file order; forgets them.
+    std::vector<Dangling> TakeDangling() const;
+    bool DanglingLimitReached() const { return danglingLimitReached_; }
     // Returns: argument `position`, counted from zero.
     part21::Value Argument(std::uint32_t index, std::size_t position) const {
         part21::ValueCursor cursor = Arguments(index);
@@ -35,8 +51,15 @@ class Access {
     }
 
   private:
+    // A broken file may repeat one reference millions of times; nobody reads a list of that length.
+    static constexpr std::size_t kMostDangling = 10'000;
+
+    void Remember(const part21::Value& value, std::uint32_t id) const;
+
     const part21::ExchangeFile* file_;
     std::vector<const ClassInfo*> infos_;
+    mutable std::map<std::size_t, std::uint32_t> dangling_;
+    mutable bool danglingLimitReached_ = false;
 };
 
 }  // namespace norvex::ifc

@@ -54,6 +54,9 @@ class ExchangeFile {
     // Class names in upper case, by ClassId, in the order they were met.
     const std::vector<std::string>& ClassNames() const { return classNames_; }
 
+    // The text that was read.
+    std::string_view Text() const { return text_; }
+
     // Returns: bytes that the index takes, the text not included.
     std::size_t IndexBytes() const;
 

@@ -14,7 +14,7 @@
 class NORVEXDATA_API ConfigParser {
   public:
     ConfigParser();
-    explicit ConfigParser(boost::shared_ptr<ConfigData> configData);
+    ConfigParser(boost::shared_ptr<ConfigData> configData);
 
     void SetConfigData(boost::shared_ptr<ConfigData> configData);
 

@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "norvexdata/pipenet/CheckPipeLineEdge.h"
+#include "norvexdata/pipenet/detail/NetworkObjects.h"
 
 namespace {
 
@@ -21,6 +22,11 @@ void CCheckPipeLineNode::AppendEdge(boost::shared_ptr<CCheckPipeLineEdge> edge) 
     const CCheckPipeLineEdge* added = edge.get();
     if (IsListed(added)) {
         return;
+    }
+    if (m_pool != nullptr && m_pool->Keeper() == nullptr && norvex::pipenet::Access::Pool(*edge) == m_pool) {
+        // The last graph is gone and both lie in one pool, which lives as long as either: a counted link would keep the
+        // pool alive by itself.
+        edge = boost::shared_ptr<CCheckPipeLineEdge>(boost::shared_ptr<CCheckPipeLineEdge>(), edge.get());
     }
     m_edges.push_back(std::move(edge));
     if (m_listed) {

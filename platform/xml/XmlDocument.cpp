@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <cstring>
 #include <exception>
+#include <iterator>
 #include <mutex>
 #include <unordered_map>
 
@@ -202,6 +203,45 @@ const char* EncodingOverride(std::string_view bytes) {
     return name == "gb2312" ? "GBK" : nullptr;
 }
 
+// Number of attributes in the tag that begins behind a '<' at `at`, no further than `most` + 1; `at` moves behind it.
+int CountAttributes(std::string_view text, std::size_t& at, int most) {
+    int attributes = 0;
+    while (at < text.size() && text[at] != '>' && attributes <= most) {
+        const char byte = text[at++];
+        if (byte == '"' || byte == '\'') {
+            at = std::min(text.find(byte, at), text.size() - 1) + 1;
+        } else if (byte == '=') {
+            ++attributes;
+        }
+    }
+    return attributes;
+}
+
+// Whether some tag holds more attributes than any document needs. The parser compares each attribute of a tag with all
+// others, so that this must be known before it reads. Without its zero bytes UTF-16 reads as the ASCII that tags need.
+bool HasCrowdedTag(std::string_view bytes) {
+    constexpr int kMostAttributes = 1000;
+    std::string squeezed;
+    if (bytes.find('\0') != std::string_view::npos) {
+        std::ranges::copy_if(bytes, std::back_inserter(squeezed), [](char byte) { return byte != 0; });
+        bytes = squeezed;
+    }
+    for (std::size_t at = bytes.find('<'); at != std::string_view::npos; at = bytes.find('<', at)) {
+        const std::string_view rest = bytes.substr(++at);
+        // What is no element ends at its own mark.
+        const std::string_view end = rest.starts_with("!--")        ? "-->"
+                                     : rest.starts_with("![CDATA[") ? "]]>"
+                                     : rest.starts_with('?')        ? "?>"
+                                                                    : "";
+        if (!end.empty()) {
+            at = bytes.find(end, at);
+        } else if (CountAttributes(bytes, at, kMostAttributes) > kMostAttributes) {
+            return true;
+        }
+    }
+    return false;
+}
+
 struct ParserFreer {
     void operator()(xmlParserCtxtPtr parser) const { xmlFreeParserCtxt(parser); }
 };
@@ -232,6 +272,9 @@ CString TextOf(const Element& element) {
 ParseResult Parse(std::string_view bytes) {
     if (bytes.size() > kMaxBytes) {
         return {nullptr, 1, "The document has more than " + std::to_string(kMaxBytes) + " bytes."};
+    }
+    if (HasCrowdedTag(bytes)) {
+        return {nullptr, 1, "A tag of the document has more than 1000 attributes."};
     }
     static std::once_flag initialised;
     std::call_once(initialised, xmlInitParser);

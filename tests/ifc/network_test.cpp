@@ -4,8 +4,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cmath>
+#include <ctime>
 
 namespace norvex::ifc {
 namespace {
@@ -311,8 +311,9 @@ TEST(Units, AreConvertedToMillimetres) {
         ASSERT_TRUE(result.Ok());
         EXPECT_EQ(result.model->lengthUnit, one.name) << one.unit;
         EXPECT_DOUBLE_EQ(result.model->unitToMillimetres, one.factor) << one.unit;
+        // Without any unit the list of units refers to nothing, which is said as well.
         const bool assumed = one.unit.empty() || one.unit.find("'x'") != std::string_view::npos;
-        EXPECT_EQ(result.model->counts.warnings, assumed ? 1U : 0U) << one.unit;
+        EXPECT_EQ(result.model->counts.warnings, (assumed ? 1U : 0U) + (one.unit.empty() ? 1U : 0U)) << one.unit;
     }
 }
 
@@ -328,16 +329,16 @@ TEST(Network, StaysNearLinear) {
             }
         }
         const std::string whole = text.Text();
-        const auto begin = std::chrono::steady_clock::now();
+        // Time of this process alone, so that a busy machine does not count.
+        const std::clock_t begin = std::clock();
         const ReadResult result = ReadIfcBytes(std::as_bytes(std::span(whole.data(), whole.size())));
         EXPECT_TRUE(result.Ok());
         EXPECT_EQ(result.model->networks.size(), 1U);
-        return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+        return static_cast<double>(std::clock() - begin) / CLOCKS_PER_SEC;
     };
     seconds(1000, false);
-    // Sixteen times as many may take sixteen times as long, with room for a busy machine; a square would take 256
-    // times.
-    EXPECT_LT(seconds(16000, false), 80 * std::max(seconds(1000, false), 0.001));
+    // Sixteen times as many may take sixteen times as long, with room for caches; a square would take 256 times.
+    EXPECT_LT(seconds(16000, false), 100 * std::max(seconds(1000, false), 0.003));
     EXPECT_LT(seconds(8000, true), 10.0);
 }
 

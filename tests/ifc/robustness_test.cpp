@@ -234,6 +234,32 @@ TEST(Robustness, WhatIsNoModelIsAnErrorWithASentence) {
     }
 }
 
+TEST(Robustness, ADanglingReferenceIsSaidWithItsPlace) {
+    const std::string text =
+        "ISO-10303-21;HEADER;FILE_SCHEMA(('IFC4'));ENDSEC;DATA;\n"
+        "#1=IFCPIPESEGMENT('0000000000000000000001',$,'P',$,$,#77,$,$,$);\n"
+        "#2=IFCRELASSIGNSTOGROUP('0000000000000000000002',$,$,$,(#1),$,#99);\n"
+        "ENDSEC;END-ISO-10303-21;";
+    const ReadResult result = Read(text);
+    ASSERT_TRUE(result.Ok());
+    std::vector<std::string> dangling;
+    for (const Diagnostic& one : result.model->diagnostics) {
+        if (one.code == DiagnosticCode::DanglingReference) {
+            dangling.push_back(text.substr(one.offset, 3) + " in line " + std::to_string(one.line));
+        }
+    }
+    EXPECT_EQ(dangling, (std::vector<std::string>{"#77 in line 2", "#99 in line 3"}));
+}
+
+TEST(Robustness, AFileWithoutAnyReadableInstanceSaysWhereToLook) {
+    const ReadResult result =
+        Read("ISO-10303-21;HEADER;FILE_SCHEMA(('IFC4'));ENDSEC;\nDATA;\n#1=IFCWALL(;\n#2=;\nENDSEC;END-ISO-10303-21;");
+    ASSERT_FALSE(result.Ok());
+    EXPECT_EQ(result.error.code, DiagnosticCode::NoInstances);
+    EXPECT_EQ(result.error.line, 3U);
+    EXPECT_GT(result.error.offset, 0U);
+}
+
 TEST(Robustness, AMissingSchemaIsForgivenWhenTheInstancesAreIfc) {
     const ReadResult result =
         Read("ISO-10303-21;HEADER;ENDSEC;DATA;#1=IFCPROJECT('',$,$,$,$,$,$,$,$);ENDSEC;END-ISO-10303-21;");

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/TemporaryFolder.h"
+
 #include <sys/wait.h>
 #include <cstdlib>
 #include <filesystem>
@@ -58,8 +60,8 @@ TEST(House, IsSmall) {
 }
 
 TEST(Program, WritesTheHouseWithTheOptionsThatTheReadmeNames) {
-    const auto folder = std::filesystem::temp_directory_path() / "norvex-sample-program";
-    std::filesystem::create_directories(folder);
+    const norvex::test::TemporaryFolder temporary;
+    const std::filesystem::path& folder = temporary.Path();
     const std::string house = (folder / "house.ifc").string();
     ASSERT_EQ(RunProgram("--floors 3 --bays 1 --defects all -o " + house + " --expected " +
                          (folder / "e.tsv").string() + " --others " + (folder / "o.tsv").string() + " > /dev/null"),
@@ -67,7 +69,6 @@ TEST(Program, WritesTheHouseWithTheOptionsThatTheReadmeNames) {
     EXPECT_TRUE(Contents(house) == Contents(kSamples / "house.ifc"));
     EXPECT_EQ(Contents(folder / "e.tsv"), Contents(kSamples / "house.expected.tsv"));
     EXPECT_EQ(Contents(folder / "o.tsv"), Contents(kSamples / "house.others.tsv"));
-    std::filesystem::remove_all(folder);
 }
 
 TEST(Program, RefusesWrongUse) {

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "Net.h"
+#include "platform/zrow/Drawing.h"
 
 namespace norvex::test {
 namespace {
@@ -314,4 +315,22 @@ TEST(PipeGraph, IsAssignedToItselfUnharmed) {
 }
 
 }  // namespace
+// A leak would show under the address sanitizer.
+TEST(PipeGraph, LeaksNothingWhenLinksAreAddedAfterTheGraph) {
+    norvex::Drawing drawing;
+    drawing.pipe({0, 0, 0}, {1000, 0, 0}).pipe({1000, 0, 0}, {2000, 0, 0}).pipe({2000, 0, 0}, {0, 0, 0});
+    boost::shared_ptr<CCheckPipeLineNode> node;
+    boost::shared_ptr<CCheckPipeLineEdge> edge;
+    {
+        std::vector<CCheckPipeLineGraph> graphs;
+        CCheckSearchGraph().SearchGraph(drawing.entities(), graphs);
+        node = graphs.at(0).GetNode({1000, 0, 0});
+        edge = graphs.at(0).GetEdge(drawing.at<ZrOwPolyLine>(2));
+    }
+    node->AppendEdge(edge);
+    node->AppendEdge(edge);
+    ASSERT_EQ(node->GetConnectEdgeNum(), 1);
+    EXPECT_EQ(node->GetConnectEdgeVec()[0]->GetPipeEnt(), drawing.at<ZrOwPolyLine>(2));
+}
+
 }  // namespace norvex::test

@@ -193,6 +193,23 @@ TEST(XmlDocument, BoundsDepthAndNumbers) {
     EXPECT_EQ(Parse(std::string(norvex::xml::kMaxBytes + 1, ' ')).root, nullptr);
 }
 
+TEST(XmlDocument, IsUnopenedWhenATagIsCrowdedWithAttributes) {
+    const auto document = [](int attributes) {
+        std::string text = "<!-- <x don't --><a b=\"y q='\"><c";
+        for (int index = 0; index < attributes; ++index) {
+            text += " n" + std::to_string(index) + "='='";
+        }
+        return text + "/></a>";
+    };
+    EXPECT_NE(Parse(document(1000)).root, nullptr);
+    // So many would take the parser minutes.
+    const ParseResult result = Parse(document(200'000));
+    EXPECT_EQ(result.root, nullptr);
+    EXPECT_NE(result.sentence.find("1000 attributes"), std::string::npos) << result.sentence;
+    EXPECT_NE(Parse("<a><!-- " + std::string(5000, '=') + " --><![CDATA[<b " + std::string(5000, '=') + "]]></a>").root,
+              nullptr);
+}
+
 TEST(XmlDocument, IsReadFromAFileByTheHostsPath) {
     const TemporaryFolder folder;
     const auto path = norvex::kernel::FromNativePath(folder.Write("一号楼 B座/配置.xml", "<a>管道</a>").native());
