@@ -60,7 +60,7 @@ TEST(House, IsSmall) {
 }
 
 TEST(Program, WritesTheHouseWithTheOptionsThatTheReadmeNames) {
-    const norvex::test::TemporaryFolder temporary;
+    const TemporaryFolder temporary;
     const std::filesystem::path& folder = temporary.Path();
     const std::string house = (folder / "house.ifc").string();
     ASSERT_EQ(RunProgram("--floors 3 --bays 1 --defects all -o " + house + " --expected " +
