@@ -20,7 +20,7 @@ namespace norvex::pipenet {
 //   the same two sites, those of the edge's nodes, so sites and edges are an ordinary undirected graph.
 // - A walk that arrives closes with its edge to a closed tour of sites. A tour can leave a block (a biconnected part)
 //   only through a cut site, and has to come back through that very site. Nodes are entered once, so a site of a single
-//   node cannot be passed twice. Blocks that meet at a site of several nodes (a twin of the seed, for instance) or at
+//   node cannot be passed twice. Blocks that meet at a site of several nodes (a seed node's twin, for instance) or at
 //   an edge from a site to itself are therefore taken together as one part, and no walk gains by leaving its part.
 // - What a walk does outside its part leaves no trace inside, so leaving it out changes no later step either.
 // - A part whose blocks are all single edges between different sites is a tree; a walk that never turns back on the

@@ -23,7 +23,7 @@ class PipeSearch {
     }
     // A node at the start point of the pipe, in the graph's network but in no node list.
     boost::shared_ptr<CCheckPipeLineNode> MakeSeed(std::size_t position, CCheckPipeLineGraph& graph);
-    // Grows the graph, which is empty, from the seed.
+    // Grows the graph, which is empty, from its seed node.
     void Grow(CCheckPipeLineNode& seed, CCheckPipeLineGraph& graph);
     // The pipes of the graph are pending no more.
     void Close(const CCheckPipeLineGraph& graph);
