@@ -261,7 +261,7 @@ TEST(PipeGraph, LeavesWhatACallerHoldsUsableWhenItIsGone) {
     EXPECT_EQ(node->Point().x, Net::PointOf('c').x);
     EXPECT_EQ(edge->GetPipeEnt(), &net[2]);
     EXPECT_EQ(listed->GetPipeEnt(), &net[1]);
-    EXPECT_GE(node->GetConnectEdgeNum(), 0);
+    EXPECT_EQ(node->GetConnectEdgeNum(), 0);
     edge->GetNodeStart();
     edge->SetNodeStart(node);
     EXPECT_EQ(edge->GetNodeStart(), node);
