@@ -99,7 +99,7 @@ bool Deliver(const service::RunReport& report, const ifc::BuildingModel& model, 
 // The run itself, and what only this program knows of it.
 service::RunReport RunChecks(service::Host& host, service::IfcFloors& floors, const service::RunPlan& plan,
                              const datamng::ProjectData& project, const CheckOptions& options) {
-    ProgressDisplay progress(ProgressKind(options));
+    ProgressDisplay progress(ProgressKind(options), plan.tasks.size());
     service::RunReport report = service::ExecuteRun(host, floors, plan, project, progress, CancelOnSignals());
     report.toolVersion = NORVEX_VERSION;
     report.incomplete.insert(report.incomplete.begin(), host.LoadFailures().begin(), host.LoadFailures().end());

@@ -34,20 +34,20 @@ ProgressDisplay::~ProgressDisplay() {
     }
 }
 
-void ProgressDisplay::OnTask(const service::TaskRecord& task, std::size_t done, std::size_t total) {
+void ProgressDisplay::OnTask(std::size_t, const service::TaskRecord& task) {
     m_label = LabelOf(task);
-    m_done = done;
-    m_total = total;
     Draw(0);
 }
 
-void ProgressDisplay::OnTaskProgress(int percent) {
+void ProgressDisplay::OnTaskProgress(std::size_t, int percent) {
     Draw(percent);
 }
 
-void ProgressDisplay::OnTaskEnd(const service::TaskRecord& task, std::size_t done, std::size_t total) {
+void ProgressDisplay::OnTaskEnd(std::size_t, const service::TaskResult& result) {
+    ++m_done;
     if (m_kind == Kind::Lines) {
-        fmt::print(stderr, "checked {}/{}: {}: {}\n", done, total, LabelOf(task), service::OutcomeName(task.outcome));
+        fmt::print(stderr, "checked {}/{}: {}: {}\n", m_done, m_total, LabelOf(result.task),
+                   service::OutcomeName(result.task.outcome));
     }
 }
 

@@ -14,21 +14,22 @@ class ProgressDisplay final : public service::RunObserver {
   public:
     enum class Kind { None, Lines, Bar };
 
-    explicit ProgressDisplay(Kind kind) : m_kind(kind) {}
+    // total: the checks that the run does itself.
+    ProgressDisplay(Kind kind, std::size_t total) : m_kind(kind), m_total(total) {}
     // Clears the line that is being redrawn.
     ~ProgressDisplay() override;
 
-    void OnTask(const service::TaskRecord& task, std::size_t done, std::size_t total) override;
-    void OnTaskProgress(int percent) override;
-    void OnTaskEnd(const service::TaskRecord& task, std::size_t done, std::size_t total) override;
+    void OnTask(std::size_t index, const service::TaskRecord& task) override;
+    void OnTaskProgress(std::size_t index, int percent) override;
+    void OnTaskEnd(std::size_t index, const service::TaskResult& result) override;
 
   private:
     void Draw(int taskPercent);
 
     Kind m_kind;
+    std::size_t m_total;
     std::string m_label;
     std::size_t m_done = 0;
-    std::size_t m_total = 0;
     bool m_isDrawn = false;
     std::chrono::steady_clock::time_point m_drawnAt;
 };

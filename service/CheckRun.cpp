@@ -3,14 +3,18 @@
 
 #include <fmt/format.h>
 #include <algorithm>
+#include <chrono>
 #include <map>
+#include <utility>
 #include <vector>
 
 #include "norvexdata/entities/GetZrOwEntityPtrVec.h"
 #include "norvexdata/state/NorvexData.h"
+#include "norvexdata/state/Vocabulary.h"
 #include "platform/text/CodePage.h"
 #include "platform/text/Utf8.h"
 #include "service/Words.h"
+#include "service/store/FloorNames.h"
 
 namespace norvex::service {
 namespace {
@@ -40,8 +44,10 @@ FindingRecord RecordOf(const NS_NORVEX::Finding& finding, const TaskRecord& task
     record.location = text::ToUtf8(finding.strLocation);
     record.featureCode = text::ToUtf8(finding.strFeatureCode);
     for (const NS_NORVEX::FindingObject& object : finding.vecObjects) {
-        record.objects.push_back(
-            {text::ToUtf8(object.strHandle), text::ToUtf8(object.strGlobalId), text::ToUtf8(object.strName)});
+        record.objects.push_back({.handle = text::ToUtf8(object.strHandle),
+                                  .globalId = text::ToUtf8(object.strGlobalId),
+                                  .name = text::ToUtf8(object.strName),
+                                  .subCategory = text::ToUtf8(object.strSubCategory)});
     }
     if (finding.bHasPlace) {
         record.place = Place{finding.ptPlace.x, finding.ptPlace.y, finding.ptPlace.z};
@@ -53,8 +59,14 @@ FindingRecord RecordOf(const NS_NORVEX::Finding& finding, const TaskRecord& task
 class Run final : public RuleListener {
   public:
     Run(Host& host, FloorSource& source, const RunPlan& plan, const datamng::ProjectData& project,
-        RunObserver& observer, const std::atomic<bool>& cancel)
-        : m_host(host), m_source(source), m_plan(plan), m_observer(observer), m_cancel(cancel), m_project(project) {}
+        RunObserver& observer, const std::atomic<bool>& cancel, RunSettings settings)
+        : m_host(host),
+          m_source(source),
+          m_plan(plan),
+          m_observer(observer),
+          m_cancel(cancel),
+          m_settings(std::move(settings)),
+          m_project(project) {}
 
     RunReport Execute();
 
@@ -67,6 +79,8 @@ class Run final : public RuleListener {
     void EnterSpecialty(const CString& specialty);
     void LeaveSpecialty();
     void RunTask(const PlannedTask& planned);
+    void TakeOver(const PlannedTask& planned, const TaskResult& result);
+    void Add(const TaskResult& result);
     void Ask(const LoadedRule& rule, TaskRecord& task);
     void Conclude(const NS_NORVEX::RuleResult& result, TaskRecord& task) const;
     void CloseCategories(std::size_t nextTask);
@@ -77,9 +91,10 @@ class Run final : public RuleListener {
     const RunPlan& m_plan;
     RunObserver& m_observer;
     const std::atomic<bool>& m_cancel;
+    RunSettings m_settings;
     datamng::ProjectData m_project;
     RunReport m_report;
-    TaskRecord* m_task = nullptr;
+    TaskResult* m_current = nullptr;
     bool m_isFloorOpen = false;
     bool m_isSpecialtySet = false;
 };
@@ -120,7 +135,7 @@ void Run::SetScope() {
     std::vector<std::string> floors;
     for (const std::size_t floor : m_plan.floors) {
         m_report.floors.push_back(m_source.Floors()[floor]);
-        floors.push_back(text::WideToNarrow(text::FromUtf8(m_report.floors.back().name)));
+        floors.push_back(text::WideToNarrow(text::FromUtf8(store::ModuleFloorName(m_report.floors.back().name))));
     }
     SelectionMap selection;
     for (const CString& path : m_source.Paths()) {
@@ -157,7 +172,7 @@ void Run::EnterFloor(std::size_t floor) {
     }
     m_host.OpenDrawing(m_source.Open(m_plan.floors[floor]));
     m_isFloorOpen = true;
-    CNorvexData::s_strCurFloor = text::FromUtf8(m_report.floors[floor].name);
+    CNorvexData::s_strCurFloor = text::FromUtf8(store::ModuleFloorName(m_report.floors[floor].name));
 }
 
 void Run::EnterSpecialty(const CString& specialty) {
@@ -175,12 +190,18 @@ void Run::LeaveSpecialty() {
 }
 
 void Run::RunTask(const PlannedTask& planned) {
+    const std::size_t index = m_report.tasks.size();
+    if (const auto finished = m_settings.finished.find(index); finished != m_settings.finished.end()) {
+        TakeOver(planned, finished->second);
+        return;
+    }
     const LoadedRule& rule = m_plan.rules[planned.rule];
-    TaskRecord task;
+    TaskResult result;
+    TaskRecord& task = result.task;
     task.rule = rule.record.name;
     task.floor = m_report.floors[planned.floor].name;
     task.specialty = planned.specialty ? m_report.specialties[*planned.specialty] : std::string();
-    m_observer.OnTask(task, m_report.tasks.size(), m_plan.tasks.size());
+    m_observer.OnTask(index, task);
     if (m_cancel) {
         task.outcome = Outcome::Cancelled;
         task.reason = "the run was cancelled before";
@@ -188,13 +209,37 @@ void Run::RunTask(const PlannedTask& planned) {
         task.reason = "the rule is about " + Joined(rule.record.specialties) + " only";
     } else {
         CNorvexData::s_strCurCategory = text::FromUtf8(rule.record.category);
-        m_task = &task;
+        m_current = &result;
+        const auto start = std::chrono::steady_clock::now();
         Ask(rule, task);
-        m_task = nullptr;
+        task.duration = std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() - start);
+        m_current = nullptr;
     }
-    m_report.tasks.push_back(task);
     CNorvexData::s_iCurRuleNum += 1;
-    m_observer.OnTaskEnd(task, m_report.tasks.size(), m_plan.tasks.size());
+    m_observer.OnTaskEnd(index, result);
+    Add(result);
+}
+
+// What was done before counts as if it had been done now.
+void Run::TakeOver(const PlannedTask& planned, const TaskResult& result) {
+    CNorvexData::AddCheckResultCount(text::FromUtf8(m_plan.rules[planned.rule].record.category), CString(),
+                                     STR_ERR_CONFIRMED, 0, static_cast<int>(result.task.examined));
+    for (const FindingRecord& finding : result.findings) {
+        if (!finding.trusted) {
+            CNorvexData::AddCheckResultCount(text::FromUtf8(finding.category), text::FromUtf8(finding.subCategory),
+                                             WordOfSeverity(finding.severity), 1, 0);
+        }
+    }
+    CNorvexData::s_iCurRuleNum += 1;
+    Add(result);
+}
+
+void Run::Add(const TaskResult& result) {
+    m_report.tasks.push_back(result.task);
+    for (const FindingRecord& finding : result.findings) {
+        m_report.findings.push_back(finding);
+        m_report.findings.back().number = m_report.findings.size();
+    }
 }
 
 void Run::Ask(const LoadedRule& rule, TaskRecord& task) {
@@ -238,20 +283,19 @@ void Run::Conclude(const NS_NORVEX::RuleResult& result, TaskRecord& task) const 
 }
 
 void Run::OnFinding(const NS_NORVEX::Finding& finding) {
-    FindingRecord record = RecordOf(finding, *m_task);
-    record.number = m_report.findings.size() + 1;
+    TaskRecord& task = m_current->task;
+    const FindingRecord& record = m_current->findings.emplace_back(RecordOf(finding, task));
     if (record.trusted) {
-        ++m_task->trusted;
+        ++task.trusted;
     } else {
-        ++m_task->findings;
-        m_task->reminders += record.severity == Severity::Remind ? 1 : 0;
+        ++task.findings;
+        task.reminders += record.severity == Severity::Remind ? 1 : 0;
     }
-    m_report.findings.push_back(std::move(record));
 }
 
 bool Run::OnProgress(int done, int total) {
-    m_observer.OnTaskProgress(total <= 0 ? 0
-                                         : static_cast<int>(std::int64_t{std::clamp(done, 0, total)} * 100 / total));
+    const int percent = total <= 0 ? 0 : static_cast<int>(std::int64_t{std::clamp(done, 0, total)} * 100 / total);
+    m_observer.OnTaskProgress(m_report.tasks.size(), percent);
     return !m_cancel;
 }
 
@@ -286,8 +330,8 @@ void Run::CollectTotals() {
 }  // namespace
 
 RunReport ExecuteRun(Host& host, FloorSource& source, const RunPlan& plan, const datamng::ProjectData& project,
-                     RunObserver& observer, const std::atomic<bool>& cancel) {
-    return Run(host, source, plan, project, observer, cancel).Execute();
+                     RunObserver& observer, const std::atomic<bool>& cancel, RunSettings settings) {
+    return Run(host, source, plan, project, observer, cancel, std::move(settings)).Execute();
 }
 
 }  // namespace norvex::service

@@ -3,6 +3,9 @@
 
 #include <utility>
 
+#include "platform/text/Utf8.h"
+#include "service/store/FloorNames.h"
+
 namespace norvex::service {
 
 NS_NORVEX::TrustStatus CheckService::GetTrustStatus(const std::string& first, const std::string& second) {
@@ -30,6 +33,10 @@ void CheckService::ReportFinding(const NS_NORVEX::Finding& finding) {
 
 bool CheckService::ReportProgress(int done, int total) {
     return m_listener == nullptr || m_listener->OnProgress(done, total);
+}
+
+CString CheckService::GetFloorTitle(const CString& floor) {
+    return text::FromUtf8(store::FloorLabel(text::ToUtf8(floor)));
 }
 
 std::vector<INorvexRule*> CheckService::TakeRegistered() {

@@ -31,6 +31,7 @@ class CheckService final : public INorvexService {
     void RegisterRule(INorvexRule* rule) override;
     void ReportFinding(const NS_NORVEX::Finding& finding) override;
     bool ReportProgress(int done, int total) override;
+    CString GetFloorTitle(const CString& floor) override;
 
     // Null while no rule runs; what rules say then is dropped.
     void SetListener(RuleListener* listener) { m_listener = listener; }

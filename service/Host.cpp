@@ -29,7 +29,10 @@ RuleRecord RecordOf(const NS_NORVEX::RuleInfo& info, const Module& module) {
                       .category = text::ToUtf8(info.strCategory),
                       .version = text::ToUtf8(info.strVersion),
                       .module = module.Name(),
-                      .specialties = {}};
+                      .specialties = {},
+                      .md5 = {},
+                      .why = text::ToUtf8(info.strWhy),
+                      .howToFix = text::ToUtf8(info.strHowToFix)};
     for (const CString& specialty : info.vecSpecialties) {
         record.specialties.push_back(text::ToUtf8(specialty));
     }

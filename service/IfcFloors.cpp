@@ -7,6 +7,7 @@
 
 #include "platform/text/Utf8.h"
 #include "service/Sha256.h"
+#include "service/store/FloorNames.h"
 
 namespace norvex::service {
 namespace {
@@ -21,12 +22,21 @@ CString PathOf(const ifc::Element& element) {
 }  // namespace
 
 IfcFloors::IfcFloors(const ifc::BuildingModel& model) : m_model(model) {
+    std::vector<std::string> storeys;
+    for (const auto& storey : model.storeys) {
+        storeys.emplace_back(storey.name);
+    }
+    const bool hasRest = model.counts.withoutStorey > 0;
+    if (hasRest) {
+        storeys.emplace_back(kNoStoreyName);
+    }
+    const std::vector<store::FloorName> names = store::NameFloors(storeys);
     for (std::uint32_t i = 0; i < model.storeys.size(); ++i) {
-        AddFloor(std::string(model.storeys[i].name), i);
+        AddFloor(names[i].label, i);
         m_floors.back().elevation = model.storeys[i].elevation;
     }
-    if (model.counts.withoutStorey > 0) {
-        AddFloor(kNoStoreyName, ifc::kNoIndex);
+    if (hasRest) {
+        AddFloor(names.back().label, ifc::kNoIndex);
         m_floors.back().withoutStorey = true;
     }
     std::set<CString> paths;
@@ -38,7 +48,7 @@ IfcFloors::IfcFloors(const ifc::BuildingModel& model) : m_model(model) {
 
 void IfcFloors::AddFloor(const std::string& name, std::uint32_t storey) {
     FloorRecord floor;
-    floor.name = UniqueName(name);
+    floor.name = name;
     for (const ifc::Element& element : m_model.elements) {
         if (element.storey == storey) {
             ++floor.elements;
@@ -52,18 +62,6 @@ void IfcFloors::AddFloor(const std::string& name, std::uint32_t storey) {
 AcDbDatabase& IfcFloors::Open(std::size_t floor) {
     m_drawing = ifc::DrawFloor(m_model, m_storeys[floor]);
     return *m_drawing.database;
-}
-
-std::string IfcFloors::UniqueName(const std::string& name) const {
-    const auto isTaken = [&](const std::string& wanted) {
-        return std::any_of(m_floors.begin(), m_floors.end(),
-                           [&](const FloorRecord& floor) { return floor.name == wanted; });
-    };
-    std::string unique = name;
-    for (int number = 2; isTaken(unique); ++number) {
-        unique = fmt::format("{} ({})", name, number);
-    }
-    return unique;
 }
 
 ModelRecord RecordOf(const ifc::BuildingModel& model, const std::string& path) {

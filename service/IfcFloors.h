@@ -12,8 +12,8 @@
 namespace norvex::service {
 
 // The storeys of a model as floors, from below, those without elements included; what lies on no storey comes last, as
-// a floor of its own. Storeys of one name are told apart by a number in brackets. Keeps one floor drawn at a time. The
-// model must live as long.
+// a floor of its own. Storeys of one name are told apart by a number in brackets, and one without a name is
+// "(unnamed)". Keeps one floor drawn at a time. The model must live as long.
 class IfcFloors final : public FloorSource {
   public:
     explicit IfcFloors(const ifc::BuildingModel& model);
@@ -24,7 +24,6 @@ class IfcFloors final : public FloorSource {
 
   private:
     void AddFloor(const std::string& name, std::uint32_t storey);
-    std::string UniqueName(const std::string& name) const;
 
     const ifc::BuildingModel& m_model;
     std::vector<FloorRecord> m_floors;

@@ -22,6 +22,8 @@ std::string LoaderComplaint(const std::filesystem::path& file) {
     return complaint;
 }
 
+constexpr const char* kCutOff = "it is cut off; copy it again";
+
 // Why the loader must not even see the file; empty when it may. The loader waits for a pipe that nobody writes to, and
 // dies of a library that was copied halfway: its pages behind the end of the file cannot be read.
 std::string ReasonNotToLoad(const std::filesystem::path& file) {
@@ -40,12 +42,17 @@ std::string ReasonNotToLoad(const std::filesystem::path& file) {
         std::memcmp(header.e_ident, ELFMAG, SELFMAG) != 0 || header.e_phentsize != sizeof(ElfW(Phdr))) {
         return "it is no shared library";
     }
+    // The table of sections ends a file as linkers write it; a library need not have one.
+    const std::uint64_t sections = std::uint64_t{header.e_shnum} * header.e_shentsize;
+    if (header.e_shoff > size || sections > size - header.e_shoff) {
+        return kCutOff;
+    }
     stream.seekg(static_cast<std::streamoff>(header.e_phoff));
     for (int i = 0; i < header.e_phnum; ++i) {
         ElfW(Phdr) segment{};
         if (!stream.read(reinterpret_cast<char*>(&segment), sizeof segment) || segment.p_filesz > size ||
             segment.p_offset > size - segment.p_filesz) {
-            return "it is cut off; copy it again";
+            return kCutOff;
         }
     }
     return {};

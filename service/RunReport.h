@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -34,6 +35,23 @@ struct FoundObject {
     std::string handle;
     std::string globalId;
     std::string name;
+    std::string subCategory = {};  // the object's component sub-category
+};
+
+// Why and by whom a finding was accepted.
+struct Acceptance {
+    std::int64_t entry = 0;  // number of the trust entry
+    std::string reason;
+    std::string person;
+    std::string addedOn;    // days, "2026-03-01"
+    std::string expiresOn;  // empty: never
+};
+
+// How a finding stands to the run that this one was compared with.
+enum class Novelty : std::uint8_t {
+    Unknown,     // there was nothing to compare with
+    New,         // the earlier run does not have it
+    Persisting,  // the earlier run has it too
 };
 
 struct FindingRecord {
@@ -42,7 +60,7 @@ struct FindingRecord {
     std::string floor;
     std::string specialty;
     std::string category;
-    std::string subCategory;
+    std::string subCategory = {};
     Severity severity = Severity::Confirmed;
     std::string sentence;
     std::string location;
@@ -50,6 +68,9 @@ struct FindingRecord {
     std::vector<FoundObject> objects;
     std::optional<Place> place;
     bool trusted = false;
+    std::optional<Acceptance> acceptance;  // of a trusted finding, as far as it is known
+    std::size_t occurrence = 0;            // among the findings of equal feature code, from 0
+    Novelty novelty = Novelty::Unknown;
 };
 
 // One rule's look at one floor and specialty.
@@ -64,6 +85,8 @@ struct TaskRecord {
     std::size_t reminders = 0;  // of these
     std::size_t trusted = 0;
     std::string reason;  // a clause; empty when there is nothing to add
+    // Time that the rule had, pauses not included. Differs from run to run, so it stands in no report unless asked for.
+    std::chrono::microseconds duration{0};
 };
 
 struct RuleRecord {
@@ -74,6 +97,9 @@ struct RuleRecord {
     std::string version;
     std::string module;                    // file name
     std::vector<std::string> specialties;  // empty: all
+    std::string md5 = {};                  // of the module's file, as the module inventory has it
+    std::string why = {};                  // why the rule cares, whole sentences
+    std::string howToFix = {};             // whole sentences
 };
 
 struct FloorRecord {
@@ -117,10 +143,38 @@ struct CategoryTotal {
     std::vector<std::pair<std::string, std::size_t>> subCategories;  // by name; only those with findings
 };
 
+// The run before, and what of it is no longer found.
+struct Comparison {
+    std::int64_t run = 0;
+    std::string startedAt;              // UTC, "2026-03-01T08:30:00Z"
+    std::vector<FindingRecord> gone;    // looked for and not found
+    std::vector<FindingRecord> hidden;  // no longer looked for, because a rule or sub-category was trusted
+    std::size_t notVisited = 0;         // findings where this run did not look to the end
+    std::vector<std::string> remarks;   // what makes the two runs hard to compare, one sentence each
+};
+
+// What an acceptance does in this run.
+enum class AcceptanceState : std::uint8_t {
+    Hides,        // at least one finding
+    Stale,        // nothing, although all that it speaks of was looked at
+    NotLookedAt,  // nobody can tell
+    Expired,      // it does not hold any more: what it hid is back
+};
+
+struct AcceptanceRecord {
+    Acceptance acceptance;
+    std::string target;  // in words: a whole rule, a sub-category on a floor, or one finding
+    AcceptanceState state = AcceptanceState::NotLookedAt;
+    std::size_t findings = 0;  // hidden, or of an expired one: back
+};
+
 struct RunReport {
     std::string toolVersion;
     ModelRecord model;
     std::string projectFolder;
+    std::int64_t run = 0;   // number of the run in its project; 0: the project does not remember it
+    std::string startedAt;  // UTC, "2026-03-01T08:30:00Z"; empty: the project does not remember the run
+    bool resumed = false;   // part of it was done before an interruption
     // What was checked, in the order in which it was; the same lists for a narrowed run hold less.
     std::vector<FloorRecord> floors;
     std::vector<std::string> specialties;
@@ -131,6 +185,8 @@ struct RunReport {
     std::vector<CategoryTotal> totals;  // by category name
     // Why the run cannot vouch for the whole scope: one sentence each. Empty: it can.
     std::vector<std::string> incomplete;
+    std::optional<Comparison> comparison;
+    std::vector<AcceptanceRecord> acceptances;  // everything that is accepted in the project, by number of the entry
 };
 
 }  // namespace norvex::service

@@ -38,6 +38,18 @@ Severity SeverityOfWord(const CString& word) {
     return word == STR_ERR_REMIND ? Severity::Remind : Severity::Confirmed;
 }
 
+const CString& WordOfSeverity(Severity severity) {
+    switch (severity) {
+        case Severity::Suspected:
+            return STR_ERR_SUSPECTED;
+        case Severity::Remind:
+            return STR_ERR_REMIND;
+        case Severity::Confirmed:
+            break;
+    }
+    return STR_ERR_CONFIRMED;
+}
+
 std::string_view SeverityName(Severity severity) {
     switch (severity) {
         case Severity::Confirmed:

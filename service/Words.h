@@ -15,6 +15,8 @@ namespace norvex::service {
 
 // The vocabulary's severity word as a value. An unknown word counts as confirmed, so that it hides nothing.
 Severity SeverityOfWord(const CString& word);
+// The vocabulary's word for it.
+const CString& WordOfSeverity(Severity severity);
 // "confirmed", "suspected" or "remind"; for programs and people alike.
 std::string_view SeverityName(Severity severity);
 std::string_view OutcomeName(Outcome outcome);

@@ -12,7 +12,7 @@
 //
 // A rule module and the service agree on all of this at once, so they compare kNorvexRuleApiVersion before anything
 // else; it grows whenever a record, an operation or their order changes.
-inline constexpr int kNorvexRuleApiVersion = 1;
+inline constexpr int kNorvexRuleApiVersion = 2;
 
 namespace NS_NORVEX {
 
@@ -30,6 +30,9 @@ struct RuleInfo {
     CString strVersion = {};
     // Specialties that the rule has something to say about; empty means all.
     std::vector<CString> vecSpecialties = {};
+    // For a person: why what the rule finds is a defect, and what to do about it. Whole sentences; may be empty.
+    CString strWhy = {};
+    CString strHowToFix = {};
 };
 
 // One drawing object of a finding.
@@ -40,6 +43,8 @@ struct FindingObject {
     CString strGlobalId;
     // The object's own name in the model; may be empty.
     CString strName;
+    // The object's component sub-category, which is what trust on a floor names.
+    CString strSubCategory;
 };
 
 struct Finding {

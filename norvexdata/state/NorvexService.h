@@ -31,6 +31,9 @@ class INorvexService {
     // Says how far the running rule has come, done out of total. Returns false when the run was cancelled: the rule
     // then ends soon. Cheap enough to be called for every entity.
     virtual bool ReportProgress(int done, int total) = 0;
+    // The name by which people know the floor that CNorvexData::s_strCurFloor names. The two may be spelt differently,
+    // because the trust list cuts names at "层" and takes them through code page 936.
+    virtual CString GetFloorTitle(const CString& floor) = 0;
 
   protected:
     INorvexService() = default;

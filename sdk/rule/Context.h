@@ -39,7 +39,8 @@ class Context {
     Context(const Context&) = delete;
     Context& operator=(const Context&) = delete;
 
-    const CString& Floor() const { return CNorvexData::s_strCurFloor; }
+    // As people know it.
+    CString Floor() const { return CNorvexData::GetNorvexService()->GetFloorTitle(CNorvexData::s_strCurFloor); }
     const CString& Specialty() const { return CNorvexData::s_strCurSpec; }
     const COwTrustTool& Trust() const { return m_trust; }
 

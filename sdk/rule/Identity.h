@@ -61,6 +61,13 @@ inline CString LocationOf(const std::vector<ZrOwEntity*>& objects, const CString
     return CComMethod::GetStrFPHandleAry(locations);
 }
 
+// The third of the four components of an object's attribute-name path; empty when there are not as many.
+inline CString SubCategoryOf(const ZrOwEntity& entity) {
+    CStringArray path;
+    CComMethod::ExplodeStrAryIncEmpty(path, entity.GetAttName(), L'\\');
+    return path.GetSize() == 4 ? path[2] : CString();
+}
+
 inline std::vector<NS_NORVEX::FindingObject> ObjectsOf(const std::vector<ZrOwEntity*>& objects) {
     std::vector<NS_NORVEX::FindingObject> records;
     for (const ZrOwEntity* object : objects) {
@@ -68,6 +75,7 @@ inline std::vector<NS_NORVEX::FindingObject> ObjectsOf(const std::vector<ZrOwEnt
         record.strHandle = CComMethod::GetStrHandle(object);
         object->GetProperty(kPropertyGlobalId, record.strGlobalId);
         object->GetProperty(kPropertyName, record.strName);
+        record.strSubCategory = SubCategoryOf(*object);
         records.push_back(record);
     }
     return records;

@@ -89,6 +89,7 @@ class TrustingService : public INorvexService {
     void RegisterRule(INorvexRule*) override {}
     void ReportFinding(const NS_NORVEX::Finding&) override {}
     bool ReportProgress(int, int) override { return true; }
+    CString GetFloorTitle(const CString& floor) override { return floor; }
 
     NS_NORVEX::TrustStatus status = NS_NORVEX::eTrustNone;
     CZRArray<NS_NORVEX::ComponentInfo> records;

@@ -39,7 +39,7 @@ TEST(RunPage, FindsObjectsByTheirHandlesAndFloorsByTheirNames) {
     finding.rule = "CCheckPipeLoop";
     finding.floor = "1层 (2)";
     finding.severity = service::Severity::Suspected;
-    finding.objects = {{"2F1", "", ""}, {"FFFF", "", ""}};
+    finding.objects = {{.handle = "2F1", .globalId = {}, .name = {}}, {.handle = "FFFF", .globalId = {}, .name = {}}};
     std::vector<service::FloorRecord> floors(3);
     floors[0].name = "1层";
     floors[1].name = "1层 (2)";

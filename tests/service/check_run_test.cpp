@@ -28,11 +28,11 @@ DrawingFloors ThreeFloorsWithWater() {
 // Looks at the shared state while a run is under way.
 class StateWatcher : public SilentObserver {
   public:
-    void OnTask(const norvex::service::TaskRecord& task, std::size_t, std::size_t) override {
+    void OnTask(std::size_t, const norvex::service::TaskRecord& task) override {
         databases.push_back(acdbHostApplicationServices()->workingDatabase());
         floors.push_back(task.floor);
     }
-    void OnTaskEnd(const norvex::service::TaskRecord&, std::size_t, std::size_t) override {
+    void OnTaskEnd(std::size_t, const norvex::service::TaskResult&) override {
         rates.push_back(CNorvexData::GetCheckRuleRate());
     }
 
@@ -135,9 +135,9 @@ TEST(CheckRun, SelectsNamesThatTheCodePageCannotHold) {
 // Notes which specialty the project is on while a task runs.
 class SpecialtyWatcher : public SilentObserver {
   public:
-    void OnTaskEnd(const norvex::service::TaskRecord& task, std::size_t, std::size_t) override {
+    void OnTaskEnd(std::size_t, const norvex::service::TaskResult& result) override {
         const CString current = norvex::datamng::GetCurrentProject().currentSpecialty;
-        EXPECT_EQ(norvex::text::ToUtf8(current), task.specialty);
+        EXPECT_EQ(norvex::text::ToUtf8(current), result.task.specialty);
         EXPECT_EQ(CNorvexData::s_strCurSpec, current);
         ++tasks;
     }
@@ -173,7 +173,7 @@ TEST(CheckRun, GoesOnAfterARuleThatThrows) {
 class Canceller : public SilentObserver {
   public:
     explicit Canceller(std::atomic<bool>& flag) : m_flag(flag) {}
-    void OnTaskProgress(int) override { m_flag = true; }
+    void OnTaskProgress(std::size_t, int) override { m_flag = true; }
 
   private:
     std::atomic<bool>& m_flag;

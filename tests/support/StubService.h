@@ -42,6 +42,7 @@ class StubService : public INorvexService {
     void RegisterRule(INorvexRule* rule) override { rules.push_back(rule); }
     void ReportFinding(const NS_NORVEX::Finding& finding) override { findings.push_back(finding); }
     bool ReportProgress(int, int) override { return !cancelled; }
+    CString GetFloorTitle(const CString& floor) override { return floor; }
 
     NS_NORVEX::TrustStatus status = NS_NORVEX::eTrustNone;
     bool hasRecords = true;

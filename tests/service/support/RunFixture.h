@@ -18,9 +18,9 @@ namespace norvex::test {
 
 class SilentObserver : public service::RunObserver {
   public:
-    void OnTask(const service::TaskRecord&, std::size_t, std::size_t) override {}
-    void OnTaskProgress(int) override {}
-    void OnTaskEnd(const service::TaskRecord&, std::size_t, std::size_t) override {}
+    void OnTask(std::size_t, const service::TaskRecord&) override {}
+    void OnTaskProgress(std::size_t, int) override {}
+    void OnTaskEnd(std::size_t, const service::TaskResult&) override {}
 };
 
 // An application folder of its own: the program's module, and the rule modules that a test asks for.
