@@ -1,98 +1,50 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "service/Sha256.h"
 
-#include <bit>
-#include <cstring>
+#include <openssl/evp.h>
+
+#include <array>
 #include <fstream>
+#include <new>
 #include <vector>
 
 namespace norvex::service {
 namespace {
 
-// FIPS 180-4, 4.2.2: the first 32 bits of the fractional parts of the cube roots of the first 64 primes.
-constexpr std::array<std::uint32_t, 64> kRoundConstants{
-    0x428a2f98, 0x71374491, 0xb5c0fbcf, 0xe9b5dba5, 0x3956c25b, 0x59f111f1, 0x923f82a4, 0xab1c5ed5,
-    0xd807aa98, 0x12835b01, 0x243185be, 0x550c7dc3, 0x72be5d74, 0x80deb1fe, 0x9bdc06a7, 0xc19bf174,
-    0xe49b69c1, 0xefbe4786, 0x0fc19dc6, 0x240ca1cc, 0x2de92c6f, 0x4a7484aa, 0x5cb0a9dc, 0x76f988da,
-    0x983e5152, 0xa831c66d, 0xb00327c8, 0xbf597fc7, 0xc6e00bf3, 0xd5a79147, 0x06ca6351, 0x14292967,
-    0x27b70a85, 0x2e1b2138, 0x4d2c6dfc, 0x53380d13, 0x650a7354, 0x766a0abb, 0x81c2c92e, 0x92722c85,
-    0xa2bfe8a1, 0xa81a664b, 0xc24b8b70, 0xc76c51a3, 0xd192e819, 0xd6990624, 0xf40e3585, 0x106aa070,
-    0x19a4c116, 0x1e376c08, 0x2748774c, 0x34b0bcb5, 0x391c0cb3, 0x4ed8aa4a, 0x5b9cca4f, 0x682e6ff3,
-    0x748f82ee, 0x78a5636f, 0x84c87814, 0x8cc70208, 0x90befffa, 0xa4506ceb, 0xbef9a3f7, 0xc67178f2};
-
-constexpr std::size_t kBlockSize = 64;
-// The bit count takes the last 8 bytes of the last block.
-constexpr std::size_t kLengthSize = 8;
 constexpr std::size_t kFileBufferSize = std::size_t{1} << 16;
 
 }  // namespace
 
-void Sha256::Add(std::string_view bytes) {
-    m_totalBytes += bytes.size();
-    while (!bytes.empty()) {
-        const std::size_t taken = std::min(bytes.size(), kBlockSize - m_pendingSize);
-        std::memcpy(m_pending.data() + m_pendingSize, bytes.data(), taken);
-        m_pendingSize += taken;
-        bytes.remove_prefix(taken);
-        if (m_pendingSize == kBlockSize) {
-            AddBlock(m_pending.data());
-            m_pendingSize = 0;
+struct Sha256::State {
+    State() : context(EVP_MD_CTX_new(), EVP_MD_CTX_free) {
+        // The library refuses only for want of memory: the digest is one of its built-in ones.
+        if (!context || EVP_DigestInit_ex(context.get(), EVP_sha256(), nullptr) != 1) {
+            throw std::bad_alloc();
         }
     }
+
+    std::unique_ptr<EVP_MD_CTX, void (*)(EVP_MD_CTX*)> context;
+};
+
+Sha256::Sha256() : m_state(std::make_unique<State>()) {
+}
+
+Sha256::~Sha256() = default;
+
+void Sha256::Add(std::string_view bytes) {
+    EVP_DigestUpdate(m_state->context.get(), bytes.data(), bytes.size());
 }
 
 std::string Sha256::Finish() {
-    const std::uint64_t bits = m_totalBytes * 8;
-    Add(std::string_view("\x80", 1));
-    while (m_pendingSize != kBlockSize - kLengthSize) {
-        Add(std::string_view("\0", 1));
-    }
-    std::string length;
-    for (int shift = 56; shift >= 0; shift -= 8) {
-        length.push_back(static_cast<char>((bits >> shift) & 0xFF));
-    }
-    Add(length);
+    std::array<unsigned char, EVP_MAX_MD_SIZE> bytes{};
+    unsigned int size = 0;
+    EVP_DigestFinal_ex(m_state->context.get(), bytes.data(), &size);
     std::string digits;
-    for (const std::uint32_t word : m_state) {
-        for (int shift = 28; shift >= 0; shift -= 4) {
-            digits.push_back("0123456789abcdef"[(word >> shift) & 0xF]);
-        }
+    for (unsigned int i = 0; i < size; ++i) {
+        digits.push_back("0123456789abcdef"[bytes[i] >> 4U]);
+        digits.push_back("0123456789abcdef"[bytes[i] & 0xFU]);
     }
     return digits;
-}
-
-void Sha256::AddBlock(const unsigned char* block) {
-    std::array<std::uint32_t, 64> words{};
-    for (std::size_t i = 0; i < 16; ++i) {
-        words[i] = std::uint32_t{block[4 * i]} << 24 | std::uint32_t{block[4 * i + 1]} << 16 |
-                   std::uint32_t{block[4 * i + 2]} << 8 | std::uint32_t{block[4 * i + 3]};
-    }
-    for (std::size_t i = 16; i < 64; ++i) {
-        const std::uint32_t before15 = words[i - 15];
-        const std::uint32_t before2 = words[i - 2];
-        const std::uint32_t small0 = std::rotr(before15, 7) ^ std::rotr(before15, 18) ^ (before15 >> 3);
-        const std::uint32_t small1 = std::rotr(before2, 17) ^ std::rotr(before2, 19) ^ (before2 >> 10);
-        words[i] = words[i - 16] + small0 + words[i - 7] + small1;
-    }
-    auto [a, b, c, d, e, f, g, h] = m_state;
-    for (std::size_t i = 0; i < 64; ++i) {
-        const std::uint32_t big1 = std::rotr(e, 6) ^ std::rotr(e, 11) ^ std::rotr(e, 25);
-        const std::uint32_t first = h + big1 + ((e & f) ^ (~e & g)) + kRoundConstants[i] + words[i];
-        const std::uint32_t big0 = std::rotr(a, 2) ^ std::rotr(a, 13) ^ std::rotr(a, 22);
-        const std::uint32_t second = big0 + ((a & b) ^ (a & c) ^ (b & c));
-        h = g;
-        g = f;
-        f = e;
-        e = d + first;
-        d = c;
-        c = b;
-        b = a;
-        a = first + second;
-    }
-    const std::array<std::uint32_t, 8> mixed{a, b, c, d, e, f, g, h};
-    for (std::size_t i = 0; i < m_state.size(); ++i) {
-        m_state[i] += mixed[i];
-    }
 }
 
 std::optional<std::string> Sha256OfFile(const std::filesystem::path& path) {
