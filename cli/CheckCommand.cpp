@@ -1,26 +1,47 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <fmt/format.h>
+#include <memory>
+#include <utility>
+
 #include "cli/Cancel.h"
+#include "cli/CheckOutputs.h"
 #include "cli/Commands.h"
 #include "cli/ExitCode.h"
+#include "cli/Options.h"
 #include "cli/Output.h"
 #include "cli/ProgressDisplay.h"
 #include "cli/Terminal.h"
 #include "ifc/Reader.h"
-#include "report/CheckReport.h"
-#include "report/RunPage.h"
-#include "report/page/WritePage.h"
 #include "service/CheckRun.h"
 #include "service/Host.h"
 #include "service/IfcFloors.h"
 #include "service/Project.h"
 #include "service/ProjectFolder.h"
 #include "service/TrustStore.h"
+#include "service/Verdict.h"
 
 namespace norvex::cli {
 namespace {
 
+constexpr const char* kExamples =
+    "Examples:\n"
+    "  norvex check house.ifc\n"
+    "  norvex check house.ifc --floor 1F --specialty water     only water supply and drainage of one floor\n"
+    "  norvex check house.ifc --html report.html               findings and plan, for a browser\n"
+    "  norvex check house.ifc --json result.json --quiet       for a build server\n"
+    "  norvex check house.ifc --json - | jq .totals\n"
+    "  norvex check house.ifc --fail-on confirmed              suspicions and reminders do not fail the build\n\n";
+
+struct CheckOptions {
+    std::string model;
+    std::optional<std::string> project;
+    service::RunRequest request;
+    std::string failOn = "suspected";
+    OutputOptions output;
+};
+
 ProgressDisplay::Kind ProgressKind(const CheckOptions& options) {
-    if (options.quiet) {
+    if (options.output.quiet) {
         return ProgressDisplay::Kind::None;
     }
     return CanRedrawErrors() ? ProgressDisplay::Kind::Bar : ProgressDisplay::Kind::Lines;
@@ -44,58 +65,6 @@ int Unusable(const std::string& sentence) {
     return kUnusable;
 }
 
-// What a check writes beside its text.
-struct ReportFiles {
-    WholeFile json;
-    WholeFile html;
-};
-
-// Opens the files that are wanted, so that one that cannot be written is known before the check.
-// Returns a sentence when there is one.
-std::optional<std::string> OpenFiles(const CheckOptions& options, ReportFiles& files) {
-    std::optional<std::string> failure;
-    if (options.json && options.json != "-") {
-        failure = files.json.Open(*options.json);
-    }
-    if (options.html && !failure) {
-        failure = files.html.Open(*options.html);
-    }
-    return failure;
-}
-
-std::string PageText(const service::RunReport& report, const ifc::BuildingModel& model,
-                     const service::IfcFloors& floors) {
-    std::ostringstream text;
-    report::page::WritePage(report::MakeRunPage(report, model, floors.Floors()).model, text);
-    return std::move(text).str();
-}
-
-// Returns false, having said so, when the file could not be written.
-bool CommitFile(WholeFile& file, const std::string& text) {
-    const std::optional<std::string> failure = file.Commit(text);
-    if (failure) {
-        Complain(*failure);
-    }
-    return !failure;
-}
-
-// Writes the report where it is wanted. Returns false, having said so, when it could not be delivered.
-bool Deliver(const service::RunReport& report, const ifc::BuildingModel& model, const service::IfcFloors& floors,
-             const CheckOptions& options, ReportFiles& files) {
-    if (options.html && !CommitFile(files.html, PageText(report, model, floors))) {
-        return false;
-    }
-    if (options.json == "-") {
-        return WriteOut(report::CheckJson(report));
-    }
-    if (options.json && !CommitFile(files.json, report::CheckJson(report))) {
-        return false;
-    }
-    report::TextStyle style = StyleOfOutput(options.noColour);
-    style.brief = options.quiet;
-    return WriteOut(report::CheckText(report, style));
-}
-
 // The run itself, and what only this program knows of it.
 service::RunReport RunChecks(service::Host& host, service::IfcFloors& floors, const service::RunPlan& plan,
                              const datamng::ProjectData& project, const CheckOptions& options) {
@@ -107,7 +76,8 @@ service::RunReport RunChecks(service::Host& host, service::IfcFloors& floors, co
 }
 
 // Everything behind the reading of the model.
-int CheckModel(const ifc::BuildingModel& model, const CheckOptions& options, ReportFiles& files) {
+int CheckModel(const ifc::BuildingModel& model, const CheckOptions& options, service::FailOn failOn,
+               CheckOutputs& outputs) {
     std::string error;
     const std::filesystem::path application = service::ApplicationFolder();
     const std::optional<std::filesystem::path> folder =
@@ -115,6 +85,7 @@ int CheckModel(const ifc::BuildingModel& model, const CheckOptions& options, Rep
     if (!folder || !service::UseConfiguration(*folder, application, error)) {
         return Unusable(error);
     }
+    service::RememberLastProject(*folder);
     service::NothingTrusted trust;
     service::Host host(trust);
     if (const std::optional<std::string> failure = host.Start(application)) {
@@ -135,24 +106,59 @@ int CheckModel(const ifc::BuildingModel& model, const CheckOptions& options, Rep
     report.projectFolder = folder->string();
     report.model = service::RecordOf(model, options.model);
     service::NoteWhatIsMissing(report);
-    if (!Deliver(report, model, floors, options, files)) {
+    if (!outputs.Deliver(report, model, floors)) {
         return kIncomplete;
     }
-    return ExitCodeOf(service::Judge(report, options.failOn));
+    return ExitCodeOf(service::Judge(report, failOn));
 }
 
-}  // namespace
-
 int Check(const CheckOptions& options) {
-    ReportFiles files;
-    if (const std::optional<std::string> failure = OpenFiles(options, files)) {
+    const std::optional<service::FailOn> failOn = service::FailOnOfName(options.failOn);
+    if (!failOn) {
+        return Unusable(
+            fmt::format("There is no severity \"{}\"; there is: confirmed, suspected, remind, never.", options.failOn));
+    }
+    CheckOutputs outputs(options.output);
+    if (const std::optional<std::string> failure = outputs.Open()) {
         return Unusable(*failure);
     }
     const ifc::ReadResult read = ifc::ReadIfcFile(options.model);
     if (!read.Ok()) {
         return Unusable(ifc::DiagnosticText(options.model, read.error));
     }
-    return CheckModel(*read.model, options, files);
+    return CheckModel(*read.model, options, *failOn, outputs);
+}
+
+void AddScope(CLI::App& command, service::RunRequest& request) {
+    AddNames(command, "--floor", request.floors, "NAME", "Check this floor only; may be given several times");
+    AddNames(command, "--specialty", request.specialties, "NAME",
+             "Check this specialty only: water, fire, hvac, electrical, low-voltage, or its Chinese name; may be given "
+             "several times");
+    AddNames(command, "--rule", request.rules, "NAME",
+             "Run this rule only, as norvex rules names it; may be given several times");
+}
+
+}  // namespace
+
+Command AddCheck(CLI::App& app) {
+    const auto options = std::make_shared<CheckOptions>();
+    CLI::App* command = app.add_subcommand("check", "Check a building model (IFC) and report what is found");
+    command->add_option("MODEL", options->model, "The model to check, an IFC file")->required()->type_name("");
+    command
+        ->add_option(
+            "--project", options->project,
+            "Folder that keeps what belongs to the model across runs; made when it is missing. Default: one of "
+            "the user's state folder ($XDG_STATE_HOME or ~/.local/state), named after the model")
+        ->type_name("DIR");
+    AddScope(*command, options->request);
+    AddOutputOptions(*command, options->output);
+    command
+        ->add_option("--fail-on", options->failOn,
+                     "The mildest severity that makes the exit code 1: confirmed, suspected, remind or never. Default: "
+                     "suspected")
+        ->type_name("SEVERITY");
+    command->footer(std::string(kExamples) + kExitCodes);
+    return {command, [options] { return Check(*options); }};
 }
 
 }  // namespace norvex::cli

@@ -1,12 +1,23 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <memory>
+#include <optional>
+
 #include "cli/Commands.h"
 #include "cli/ExitCode.h"
+#include "cli/Options.h"
 #include "cli/Output.h"
 #include "cli/Terminal.h"
 #include "ifc/Reader.h"
 #include "report/InspectReport.h"
 
 namespace norvex::cli {
+namespace {
+
+struct InspectOptions {
+    std::string model;
+    std::optional<std::string> json;
+    bool noColour = false;
+};
 
 int Inspect(const InspectOptions& options) {
     WholeFile jsonFile;
@@ -34,6 +45,21 @@ int Inspect(const InspectOptions& options) {
         }
     }
     return WriteOut(report::InspectText(*read.model, StyleOfOutput(options.noColour))) ? kClean : kIncomplete;
+}
+
+}  // namespace
+
+Command AddInspect(CLI::App& app) {
+    const auto options = std::make_shared<InspectOptions>();
+    CLI::App* command = app.add_subcommand(
+        "inspect",
+        "Show what was read of a building model: storeys, elements, networks, connections, what has no place");
+    command->add_option("MODEL", options->model, "The model to read, an IFC file")->required()->type_name("");
+    command->add_option("--json", options->json, "Write the same as JSON to FILE; - writes it to standard output")
+        ->type_name("FILE");
+    AddNoColour(*command, options->noColour);
+    command->footer(kExitCodes);
+    return {command, [options] { return Inspect(*options); }};
 }
 
 }  // namespace norvex::cli

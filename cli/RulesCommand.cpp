@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <fmt/format.h>
+#include <memory>
 
 #include "cli/Commands.h"
 #include "cli/ExitCode.h"
+#include "cli/Options.h"
 #include "cli/Output.h"
 #include "cli/Terminal.h"
 #include "report/Table.h"
@@ -12,8 +14,9 @@
 #include "service/Words.h"
 
 namespace norvex::cli {
+namespace {
 
-int Rules(const RulesOptions& options) {
+int Rules(bool noColour) {
     service::NothingTrusted trust;
     service::Host host(trust);
     const std::filesystem::path application = service::ApplicationFolder();
@@ -41,11 +44,21 @@ int Rules(const RulesOptions& options) {
                       {glosses.empty() ? "all" : service::Joined(glosses)},
                       {rule.record.title}});
     }
-    const bool delivered = WriteOut(table.ToText(StyleOfOutput(options.noColour)));
+    const bool delivered = WriteOut(table.ToText(StyleOfOutput(noColour)));
     for (const std::string& failure : host.LoadFailures()) {
         Complain(failure);
     }
     return delivered && host.LoadFailures().empty() ? kClean : kIncomplete;
+}
+
+}  // namespace
+
+Command AddRules(CLI::App& app) {
+    const auto noColour = std::make_shared<bool>(false);
+    CLI::App* command = app.add_subcommand("rules", "List the rules that a check runs");
+    AddNoColour(*command, *noColour);
+    command->footer(kExitCodes);
+    return {command, [noColour] { return Rules(*noColour); }};
 }
 
 }  // namespace norvex::cli

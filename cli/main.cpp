@@ -1,33 +1,23 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <csignal>
 #include <exception>
+#include <numeric>
 #include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
 
 #include "cli/Commands.h"
 #include "cli/ExitCode.h"
+#include "cli/Options.h"
 #include "cli/Output.h"
 
 namespace norvex::cli {
 namespace {
-
-constexpr const char* kExitCodes =
-    "Exit codes:\n"
-    "  0  clean: everything in scope was checked, nothing found that counts\n"
-    "  1  findings\n"
-    "  2  wrong use or unreadable input; nothing was checked\n"
-    "  3  incomplete: something in scope was not checked (a rule crashed or could not be loaded, parts of the\n"
-    "     model could not be read, no rule had anything to look at), or the result could not be delivered";
-
-constexpr const char* kCheckExamples =
-    "Examples:\n"
-    "  norvex check house.ifc\n"
-    "  norvex check house.ifc --floor 1F --specialty water     only water supply and drainage of one floor\n"
-    "  norvex check house.ifc --html report.html               findings and plan, for a browser\n"
-    "  norvex check house.ifc --json result.json --quiet       for a build server\n"
-    "  norvex check house.ifc --json - | jq .totals\n"
-    "  norvex check house.ifc --fail-on confirmed              suspicions and reminders do not fail the build\n\n";
 
 constexpr const char* kExamples =
     "Examples:\n"
@@ -36,67 +26,67 @@ constexpr const char* kExamples =
     "  norvex rules                  what can be checked\n"
     "  norvex check --help           how to narrow a check, what a build server needs\n\n";
 
-// One value for each time the option is named, so that what follows may be the model.
-void AddNames(CLI::App& command, const std::string& option, std::vector<std::string>& names, const std::string& type,
-              const std::string& help) {
-    command.add_option(option, names, help)->type_name(type)->allow_extra_args(false);
+// The word on the command line where one of app's commands is expected and none of that name is; app becomes the
+// command whose commands these are. Null when there is no such word.
+const char* UnknownCommand(const CLI::App*& app, int argc, char** argv) {
+    for (int i = 1; i < argc && argv[i][0] != '-'; ++i) {
+        const std::vector<const CLI::App*> commands = app->get_subcommands(nullptr);
+        if (commands.empty()) {
+            return nullptr;
+        }
+        const auto named = std::find_if(commands.begin(), commands.end(),
+                                        [&](const CLI::App* command) { return command->get_name() == argv[i]; });
+        if (named == commands.end()) {
+            return argv[i];
+        }
+        app = *named;
+    }
+    return nullptr;
 }
 
-void AddCheck(CLI::App& app, CheckOptions& options, std::string& failOn) {
-    CLI::App* command = app.add_subcommand("check", "Check a building model (IFC) and report what is found");
-    command->add_option("MODEL", options.model, "The model to check, an IFC file")->required()->type_name("");
-    command
-        ->add_option(
-            "--project", options.project,
-            "Folder that keeps what belongs to the model across runs; made when it is missing. Default: one of "
-            "the user's state folder ($XDG_STATE_HOME or ~/.local/state), named after the model")
-        ->type_name("DIR");
-    AddNames(*command, "--floor", options.request.floors, "NAME", "Check this floor only; may be given several times");
-    AddNames(*command, "--specialty", options.request.specialties, "NAME",
-             "Check this specialty only: water, fire, hvac, electrical, low-voltage, or its Chinese name; may be given "
-             "several times");
-    AddNames(*command, "--rule", options.request.rules, "NAME",
-             "Run this rule only, as norvex rules names it; may be given several times");
-    command
-        ->add_option("--json", options.json,
-                     "Write the whole report as JSON to FILE; - writes it to standard output in place of the text")
-        ->type_name("FILE");
-    command
-        ->add_option("--html", options.html,
-                     "Write a page with the findings and a plan of each floor to FILE; any browser opens it")
-        ->type_name("FILE");
-    command
-        ->add_option("--fail-on", failOn,
-                     "The mildest severity that makes the exit code 1: confirmed, suspected, remind or never. Default: "
-                     "suspected")
-        ->type_name("SEVERITY");
-    command->add_flag("--quiet,-q", options.quiet, "No progress; only findings and the last line");
-    command->add_flag("--no-color", options.noColour, "No colours; NO_COLOR in the environment says the same");
-    command->footer(std::string(kCheckExamples) + kExitCodes);
+// Single letters that are missing, too many or wrong between two words.
+std::size_t Distance(std::string_view left, std::string_view right) {
+    std::vector<std::size_t> row(right.size() + 1);
+    std::iota(row.begin(), row.end(), std::size_t{0});
+    for (std::size_t i = 0; i < left.size(); ++i) {
+        std::size_t diagonal = std::exchange(row[0], i + 1);
+        for (std::size_t j = 0; j < right.size(); ++j) {
+            const std::size_t replaced = diagonal + (left[i] == right[j] ? 0 : 1);
+            diagonal = std::exchange(row[j + 1], std::min({replaced, row[j] + 1, row[j + 1] + 1}));
+        }
+    }
+    return row.back();
 }
 
-void AddInspect(CLI::App& app, InspectOptions& options) {
-    CLI::App* command = app.add_subcommand(
-        "inspect",
-        "Show what was read of a building model: storeys, elements, networks, connections, what has no place");
-    command->add_option("MODEL", options.model, "The model to read, an IFC file")->required()->type_name("");
-    command->add_option("--json", options.json, "Write the same as JSON to FILE; - writes it to standard output")
-        ->type_name("FILE");
-    command->add_flag("--no-color", options.noColour, "No colours");
-    command->footer(kExitCodes);
+std::string UnknownCommandText(const CLI::App& app, std::string_view typed) {
+    // Two letters off is still a slip of the fingers; more is another word.
+    constexpr std::size_t kSlip = 2;
+    std::vector<std::string> names;
+    std::string nearest;
+    for (const CLI::App* command : app.get_subcommands(nullptr)) {
+        names.push_back(command->get_name());
+        const std::size_t distance = Distance(typed, names.back());
+        if (distance <= kSlip && (nearest.empty() || distance < Distance(typed, nearest))) {
+            nearest = names.back();
+        }
+    }
+    const std::string hint = nearest.empty() ? "" : fmt::format("; perhaps \"{}\" is meant", nearest);
+    return fmt::format("There is no command \"{}\"{}. There is: {} (norvex --help explains).", typed, hint,
+                       fmt::join(names, ", "));
 }
 
-void AddRules(CLI::App& app, RulesOptions& options) {
-    CLI::App* command = app.add_subcommand("rules", "List the rules that a check runs");
-    command->add_flag("--no-color", options.noColour, "No colours");
-    command->footer(kExitCodes);
+// Says what is wrong with the command line.
+int WrongUse(const CLI::App& app, const CLI::ParseError& error, int argc, char** argv) {
+    const CLI::App* command = &app;
+    if (const char* typed = UnknownCommand(command, argc, argv)) {
+        Complain(UnknownCommandText(*command, typed));
+    } else {
+        Complain(fmt::format("{} (norvex --help explains).", error.what()));
+    }
+    return kUnusable;
 }
 
 int Main(int argc, char** argv) {
-    CheckOptions check;
-    InspectOptions inspect;
-    RulesOptions rules;
-    std::string failOn = "suspected";
     CLI::App app(
         "norvex checks building-services models (water, fire, heating and ventilation, electrical) without a "
         "CAD program.",
@@ -104,9 +94,11 @@ int Main(int argc, char** argv) {
     app.set_version_flag("--version", "norvex " NORVEX_VERSION, "Show the version and end");
     app.require_subcommand(1);
     app.footer(std::string(kExamples) + kExitCodes);
-    AddCheck(app, check, failOn);
-    AddInspect(app, inspect);
-    AddRules(app, rules);
+    const std::vector<Command> commands{
+        AddCheck(app),
+        AddInspect(app),
+        AddRules(app),
+    };
     try {
         app.parse(argc, argv);
     } catch (const CLI::Success& asked) {
@@ -114,22 +106,11 @@ int Main(int argc, char** argv) {
         app.exit(asked, help, help);
         return WriteOut(help.str()) ? kClean : kIncomplete;
     } catch (const CLI::ParseError& error) {
-        Complain(fmt::format("{} (norvex --help explains).", error.what()));
-        return kUnusable;
+        return WrongUse(app, error, argc, argv);
     }
-    if (app.got_subcommand("inspect")) {
-        return Inspect(inspect);
-    }
-    if (app.got_subcommand("rules")) {
-        return Rules(rules);
-    }
-    const std::optional<service::FailOn> severity = service::FailOnOfName(failOn);
-    if (!severity) {
-        Complain(fmt::format("There is no severity \"{}\"; there is: confirmed, suspected, remind, never.", failOn));
-        return kUnusable;
-    }
-    check.failOn = *severity;
-    return Check(check);
+    const auto chosen =
+        std::find_if(commands.begin(), commands.end(), [](const Command& command) { return command.app->parsed(); });
+    return chosen->run();
 }
 
 }  // namespace

@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "service/ProjectFolder.h"
 
-#include <cstdlib>
+#include <unistd.h>
 
 #include <fmt/format.h>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
 
 #include "service/Sha256.h"
 
@@ -12,6 +15,10 @@ namespace {
 
 // Digits of the place's digest in a folder's name; enough to keep models of one name apart.
 constexpr std::size_t kDigestDigits = 12;
+
+constexpr const char* kNoStateFolder =
+    "There is no place for the project folder, because neither XDG_STATE_HOME nor HOME is set; name one with --project "
+    "DIR.";
 
 // Nothing when the environment names neither folder. A relative one does not count.
 std::optional<std::filesystem::path> StateFolder() {
@@ -35,33 +42,102 @@ std::filesystem::path FolderName(const std::filesystem::path& model) {
     return model.stem().native() + "-" + digest.Finish().substr(0, kDigestDigits);
 }
 
+// The folder of a model for which none is wanted; nothing without a state folder.
+std::optional<std::filesystem::path> DefaultFolder(const std::filesystem::path& model) {
+    const std::optional<std::filesystem::path> state = StateFolder();
+    return state ? std::optional(*state / "norvex" / FolderName(model)) : std::nullopt;
+}
+
+// Holds the path of the project checked last and nothing else; a path may hold any character.
+std::optional<std::filesystem::path> LastProjectFile() {
+    const std::optional<std::filesystem::path> state = StateFolder();
+    return state ? std::optional(*state / "norvex" / "last-project") : std::nullopt;
+}
+
 }  // namespace
 
 std::optional<std::filesystem::path> OpenProjectFolder(const std::filesystem::path& model,
                                                        const std::optional<std::filesystem::path>& wanted,
                                                        std::string& error) {
-    std::filesystem::path folder;
-    if (wanted) {
-        folder = *wanted;
-    } else if (const std::optional<std::filesystem::path> state = StateFolder()) {
-        folder = *state / "norvex" / FolderName(model);
-    } else {
-        error =
-            "There is no place for the project folder, because neither XDG_STATE_HOME nor HOME is set; name one with "
-            "--project DIR.";
+    const std::optional<std::filesystem::path> folder = wanted ? wanted : DefaultFolder(model);
+    if (!folder) {
+        error = kNoStateFolder;
         return std::nullopt;
     }
     std::error_code failure;
-    std::filesystem::create_directories(folder, failure);
-    if (!failure && !std::filesystem::is_directory(folder, failure) && !failure) {
+    std::filesystem::create_directories(*folder, failure);
+    if (!failure && !std::filesystem::is_directory(*folder, failure) && !failure) {
         failure = std::make_error_code(std::errc::not_a_directory);
     }
     if (failure) {
         error = fmt::format("The project folder {} cannot be made: {}; name another with --project DIR.",
-                            folder.string(), failure.message());
+                            folder->string(), failure.message());
         return std::nullopt;
     }
     return folder;
+}
+
+std::optional<std::filesystem::path> FindProjectFolder(const std::optional<std::string>& model,
+                                                       const std::optional<std::string>& wanted, std::string& error) {
+    std::error_code ignored;
+    if (wanted) {
+        if (std::filesystem::is_directory(*wanted, ignored)) {
+            return std::filesystem::path(*wanted);
+        }
+        error = fmt::format("There is no project folder {}.", *wanted);
+        return std::nullopt;
+    }
+    const std::optional<std::filesystem::path> folder = DefaultFolder(*model);
+    if (!folder) {
+        error = kNoStateFolder;
+        return std::nullopt;
+    }
+    if (!std::filesystem::is_directory(*folder, ignored)) {
+        error = fmt::format("{} has not been checked yet, or with a --project folder that has to be named here too.",
+                            *model);
+        return std::nullopt;
+    }
+    return folder;
+}
+
+void RememberLastProject(const std::filesystem::path& folder) {
+    const std::optional<std::filesystem::path> pointer = LastProjectFile();
+    std::error_code ignored;
+    const std::filesystem::path place = std::filesystem::absolute(folder, ignored).lexically_normal();
+    if (!pointer || place.empty()) {
+        return;
+    }
+    std::filesystem::create_directories(pointer->parent_path(), ignored);
+    std::filesystem::path written = *pointer;
+    written += fmt::format(".{}.part", getpid());
+    bool isWhole = false;
+    {
+        std::ofstream file(written, std::ios::binary);
+        isWhole = (file << place.native()).flush().good();
+    }
+    if (isWhole) {
+        std::filesystem::rename(written, *pointer, ignored);
+    }
+    std::filesystem::remove(written, ignored);
+}
+
+std::optional<std::filesystem::path> LastProjectFolder(std::string& error) {
+    std::string place;
+    if (const std::optional<std::filesystem::path> pointer = LastProjectFile()) {
+        std::ifstream file(*pointer, std::ios::binary);
+        place.assign(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+    }
+    if (place.empty()) {
+        error = "No project has been checked yet; norvex check MODEL makes one, or name one with --project DIR.";
+        return std::nullopt;
+    }
+    std::error_code ignored;
+    if (!std::filesystem::is_directory(place, ignored)) {
+        error = fmt::format("The project checked last, {}, is no longer there; name another one with --project DIR.",
+                            place);
+        return std::nullopt;
+    }
+    return std::filesystem::path(place);
 }
 
 }  // namespace norvex::service

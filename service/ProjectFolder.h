@@ -16,4 +16,17 @@ std::optional<std::filesystem::path> OpenProjectFolder(const std::filesystem::pa
                                                        const std::optional<std::filesystem::path>& wanted,
                                                        std::string& error);
 
+// The folder of a project that was checked before: the wanted one, or else the one that a model has without a wish.
+// Requires: a model or a wish. Makes nothing. Errors: nothing, and error is one sentence, when there is no such folder.
+std::optional<std::filesystem::path> FindProjectFolder(const std::optional<std::string>& model,
+                                                       const std::optional<std::string>& wanted, std::string& error);
+
+// Keeps in the user's state folder which project was checked last. It is a convenience: where it cannot be kept, the
+// one before stays.
+void RememberLastProject(const std::filesystem::path& folder);
+
+// The folder of the project that this user checked last; absolute. Errors: nothing, and error is one sentence, when
+// there is none or it has gone.
+std::optional<std::filesystem::path> LastProjectFolder(std::string& error);
+
 }  // namespace norvex::service

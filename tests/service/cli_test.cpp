@@ -256,6 +256,18 @@ TEST_F(Norvex, ExplainsWrongUseInOneSentence) {
     }
 }
 
+TEST_F(Norvex, NamesTheCommandsWhenItDoesNotKnowOne) {
+    const ProcessResult slip = Run({"chek", "house.ifc"});
+    EXPECT_EQ(slip.exitCode, 2);
+    ExpectOneSentence(slip.err);
+    EXPECT_NE(slip.err.find("There is no command \"chek\"; perhaps \"check\" is meant. There is: check, "),
+              std::string::npos)
+        << slip.err;
+    const ProcessResult word = Run({"house.ifc"});
+    EXPECT_EQ(word.exitCode, 2);
+    EXPECT_NE(word.err.find("There is no command \"house.ifc\". There is: check, "), std::string::npos) << word.err;
+}
+
 TEST_F(Norvex, ExplainsItself) {
     const ProcessResult help = Run({"check", "--help"});
     EXPECT_EQ(help.exitCode, 0);
