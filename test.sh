@@ -9,6 +9,11 @@ tools/install_packages.sh test
 mkdir -p build
 jobs=$(nproc)
 
+# A locale with a decimal comma, for tests that numbers do not follow it.
+export LOCPATH=$PWD/build/locale
+mkdir -p "$LOCPATH"
+[ -d "$LOCPATH/de_DE.UTF-8" ] || localedef -i de_DE -f UTF-8 "$LOCPATH/de_DE.UTF-8"
+
 # run_suite PRESET TARGET ctest-selection...
 run_suite() {
     local preset=$1 target=$2
