@@ -4,12 +4,49 @@
 #include "platform/Export.h"
 #include "platform/text/CString.h"
 
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <string>
 #include <string_view>
 
 namespace norvex::kernel {
 
-// Writes a file by the host's path in one step: whoever reads it meanwhile sees the old content or the new one. Its
-// folder must exist. Returns false when it could not be written; an old content is then still there.
+// A file that is written whole or not at all: under another name beside it, ending in ".part", and renamed once its
+// bytes are on the disk. Whoever reads it meanwhile sees the old content or the new one, and after a loss of power
+// there is one of the two. What is no regular file, such as a pipe or a device, is written directly. One thread at a
+// time.
+class NORVEX_PLATFORM_API WholeFile {
+  public:
+    WholeFile() = default;
+    WholeFile(const WholeFile&) = delete;
+    WholeFile& operator=(const WholeFile&) = delete;
+    // Removes what was not committed.
+    ~WholeFile();
+
+    // Requires: not called before. Returns a sentence when the file cannot be written.
+    std::optional<std::string> Open(const std::filesystem::path& path);
+    // Requires: Open succeeded; once. Returns a sentence when the file could not be written; what was there before
+    // stays then.
+    std::optional<std::string> Commit(std::string_view bytes);
+    // As Commit, but never in place of another file: isTaken tells that there is one by now, which stays; nothing was
+    // written then.
+    std::optional<std::string> CommitNew(std::string_view bytes, bool& isTaken);
+
+  private:
+    enum class Replace : std::uint8_t { Yes, No };
+
+    // Returns 0 or the error number.
+    int Publish(std::string_view bytes, Replace replace);
+    std::string Failure(int code) const;
+
+    std::filesystem::path m_path;
+    std::filesystem::path m_temporary;  // empty: written directly
+    int m_descriptor = -1;
+};
+
+// Writes a whole file by the host's path. Its folder must exist. Returns false when it could not be written; an old
+// content is then still there.
 NORVEX_PLATFORM_API bool WriteWholeFile(const CString& path, std::string_view bytes);
 
 }  // namespace norvex::kernel

@@ -1,0 +1,117 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "report/resultfile/XmlWriter.h"
+
+#include <libxml/xmlwriter.h>
+#include <unicode/utf8.h>
+
+#include <fmt/format.h>
+#include <new>
+
+namespace norvex::report {
+namespace {
+
+// What XML 1.0 calls a character.
+bool IsXmlCharacter(UChar32 character) {
+    return character == '\t' || character == '\n' || character == '\r' || (character >= 0x20 && character <= 0xD7FF) ||
+           (character >= 0xE000 && character <= 0xFFFD) || character >= 0x10000;
+}
+
+const xmlChar* Characters(const char* text) {
+    return reinterpret_cast<const xmlChar*>(text);
+}
+
+// Writing into memory fails for one reason only.
+void Check(int result) {
+    if (result < 0) {
+        throw std::bad_alloc();
+    }
+}
+
+}  // namespace
+
+std::string XmlText(std::string_view text) {
+    std::string out;
+    out.reserve(text.size());
+    const auto size = static_cast<std::int64_t>(text.size());
+    for (std::int64_t position = 0; position < size;) {
+        const std::int64_t start = position;
+        UChar32 character = 0;
+        U8_NEXT(reinterpret_cast<const std::uint8_t*>(text.data()), position, size, character);
+        const std::string_view bytes =
+            text.substr(static_cast<std::size_t>(start), static_cast<std::size_t>(position - start));
+        if (character == '\\') {
+            out += "\\\\";
+        } else if (character >= 0 && IsXmlCharacter(character)) {
+            out += bytes;
+        } else {
+            for (const char byte : bytes) {
+                out += fmt::format("\\x{:02X}", static_cast<unsigned char>(byte));
+            }
+        }
+    }
+    return out;
+}
+
+XmlWriter::XmlWriter() : m_buffer(xmlBufferCreate()), m_writer(nullptr) {
+    m_writer = m_buffer == nullptr ? nullptr : xmlNewTextWriterMemory(m_buffer, 0);
+    if (m_writer == nullptr) {
+        xmlBufferFree(m_buffer);
+        throw std::bad_alloc();
+    }
+    Check(xmlTextWriterSetIndent(m_writer, 1));
+    Check(xmlTextWriterSetIndentString(m_writer, Characters("  ")));
+    Check(xmlTextWriterStartDocument(m_writer, nullptr, "UTF-8", nullptr));
+}
+
+XmlWriter::~XmlWriter() {
+    if (m_writer != nullptr) {
+        xmlFreeTextWriter(m_writer);
+    }
+    xmlBufferFree(m_buffer);
+}
+
+XmlWriter& XmlWriter::Start(const char* element) {
+    Check(xmlTextWriterStartElement(m_writer, Characters(element)));
+    return *this;
+}
+
+XmlWriter& XmlWriter::Attribute(const char* name, std::string_view value) {
+    Check(xmlTextWriterWriteAttribute(m_writer, Characters(name), Characters(XmlText(value).c_str())));
+    return *this;
+}
+
+XmlWriter& XmlWriter::Number(const char* name, std::uint64_t value) {
+    return Attribute(name, std::to_string(value));
+}
+
+XmlWriter& XmlWriter::Flag(const char* name, bool value) {
+    return Attribute(name, value ? "true" : "false");
+}
+
+XmlWriter& XmlWriter::Optional(const char* name, std::string_view value) {
+    return value.empty() ? *this : Attribute(name, value);
+}
+
+XmlWriter& XmlWriter::Text(std::string_view text) {
+    Check(xmlTextWriterWriteString(m_writer, Characters(XmlText(text).c_str())));
+    return *this;
+}
+
+XmlWriter& XmlWriter::End() {
+    Check(xmlTextWriterEndElement(m_writer));
+    return *this;
+}
+
+XmlWriter& XmlWriter::Leaf(const char* element, std::string_view text) {
+    return Start(element).Text(text).End();
+}
+
+std::string XmlWriter::Finish() {
+    Check(xmlTextWriterEndDocument(m_writer));
+    xmlFreeTextWriter(m_writer);
+    m_writer = nullptr;
+    return {reinterpret_cast<const char*>(xmlBufferContent(m_buffer)),
+            static_cast<std::size_t>(xmlBufferLength(m_buffer))};
+}
+
+}  // namespace norvex::report
