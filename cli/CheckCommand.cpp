@@ -30,6 +30,7 @@ constexpr const char* kExamples =
     "  norvex check house.ifc --html report.html               findings and plan, for a browser\n"
     "  norvex check house.ifc --json result.json --quiet       for a build server\n"
     "  norvex check house.ifc --json - | jq .totals\n"
+    "  norvex check house.ifc --sarif result.sarif             for a code review tool\n"
     "  norvex check house.ifc --fail-on confirmed              suspicions and reminders do not fail the build\n\n";
 
 struct CheckOptions {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "cli/CheckOutputs.h"
 
+#include <fmt/format.h>
 #include <sstream>
 #include <utility>
 
@@ -9,6 +10,8 @@
 #include "report/CheckReport.h"
 #include "report/RunPage.h"
 #include "report/page/WritePage.h"
+#include "report/resultfile/WriteResultFiles.h"
+#include "report/sarif/CheckSarif.h"
 
 namespace norvex::cli {
 namespace {
@@ -20,9 +23,12 @@ std::string PageText(const service::RunReport& report, const ifc::BuildingModel&
     return std::move(text).str();
 }
 
-// Returns false, having said so, when the file could not be written.
-bool CommitFile(WholeFile& file, const std::string& text) {
-    const std::optional<std::string> failure = file.Commit(text);
+report::Times TimesOf(const OutputOptions& options) {
+    return options.timing ? report::Times::Show : report::Times::Omit;
+}
+
+// Returns whether nothing failed, having said so otherwise.
+bool Succeeded(const std::optional<std::string>& failure) {
     if (failure) {
         Complain(*failure);
     }
@@ -33,21 +39,48 @@ bool CommitFile(WholeFile& file, const std::string& text) {
 
 void AddOutputOptions(CLI::App& command, OutputOptions& options) {
     command
+        .add_option("--format", options.format,
+                    "What standard output gets: text for people, json, or sarif. Default: text")
+        ->type_name("FORMAT");
+    command
         .add_option("--json", options.json,
                     "Write the whole report as JSON to FILE; - writes it to standard output in place of the text")
+        ->type_name("FILE");
+    command
+        .add_option(
+            "--sarif", options.sarif,
+            "Write the findings as a SARIF 2.1.0 log, for code review tools and build servers, to FILE; - writes "
+            "it to standard output in place of the text")
         ->type_name("FILE");
     command
         .add_option("--html", options.html,
                     "Write a page with the findings and a plan of each floor to FILE; any browser opens it")
         ->type_name("FILE");
+    command.add_flag("--outcomes", options.outcomes,
+                     "List every rule on every floor, also with --quiet and when the list is long");
+    command.add_flag("--timing", options.timing,
+                     "List how long each rule took on each floor, and put times into JSON and SARIF");
     command.add_flag("--quiet,-q", options.quiet, "No progress; only findings and the last line");
     AddNoColour(command, options.noColour);
 }
 
 std::optional<std::string> CheckOutputs::Open() {
+    if (m_options.format != "text" && m_options.format != "json" && m_options.format != "sarif") {
+        return fmt::format("There is no format \"{}\"; there is: text, json, sarif.", m_options.format);
+    }
+    m_format = m_options.format;
+    for (const auto& [path, format] : {std::pair(&m_options.json, "json"), std::pair(&m_options.sarif, "sarif")}) {
+        if (*path == "-" && m_format != "text" && m_format != format) {
+            return fmt::format("Standard output takes one report, but both {} and {} are to go there.", m_format,
+                               format);
+        }
+        m_format = *path == "-" ? format : m_format;
+    }
     std::optional<std::string> failure;
-    if (m_options.json && m_options.json != "-") {
-        failure = m_json.Open(*m_options.json);
+    for (const auto& [path, file] : {std::pair(&m_options.json, &m_json), std::pair(&m_options.sarif, &m_sarif)}) {
+        if (*path && *path != "-" && !failure) {
+            failure = file->Open(**path);
+        }
     }
     if (m_options.html && !failure) {
         failure = m_html.Open(*m_options.html);
@@ -55,20 +88,31 @@ std::optional<std::string> CheckOutputs::Open() {
     return failure;
 }
 
-bool CheckOutputs::Deliver(const service::RunReport& report, const ifc::BuildingModel& model,
-                           const service::IfcFloors& floors) {
-    if (m_options.html && !CommitFile(m_html, PageText(report, model, floors))) {
-        return false;
+std::string CheckOutputs::StandardText(const service::RunReport& report) const {
+    if (m_format == "json") {
+        return report::CheckJson(report, TimesOf(m_options));
     }
-    if (m_options.json == "-") {
-        return WriteOut(report::CheckJson(report));
-    }
-    if (m_options.json && !CommitFile(m_json, report::CheckJson(report))) {
-        return false;
+    if (m_format == "sarif") {
+        return report::CheckSarif(report, TimesOf(m_options));
     }
     report::TextStyle style = StyleOfOutput(m_options.noColour);
     style.brief = m_options.quiet;
-    return WriteOut(report::CheckText(report, style));
+    return report::CheckText(report, style, {.allOutcomes = m_options.outcomes, .times = TimesOf(m_options)});
+}
+
+bool CheckOutputs::Deliver(const service::RunReport& report, const ifc::BuildingModel& model,
+                           const service::IfcFloors& floors) {
+    bool isDelivered = Succeeded(report::WriteResultFiles(report).failure);
+    if (m_options.html) {
+        isDelivered = Succeeded(m_html.Commit(PageText(report, model, floors))) && isDelivered;
+    }
+    if (m_options.json && m_options.json != "-") {
+        isDelivered = Succeeded(m_json.Commit(report::CheckJson(report, TimesOf(m_options)))) && isDelivered;
+    }
+    if (m_options.sarif && m_options.sarif != "-") {
+        isDelivered = Succeeded(m_sarif.Commit(report::CheckSarif(report, TimesOf(m_options)))) && isDelivered;
+    }
+    return WriteOut(StandardText(report)) && isDelivered;
 }
 
 }  // namespace norvex::cli

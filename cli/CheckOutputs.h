@@ -14,8 +14,12 @@ namespace norvex::cli {
 
 // Where the report of a check goes, and how it looks there.
 struct OutputOptions {
-    std::optional<std::string> json;  // "-": standard output, in place of the text
+    std::string format = "text";      // of standard output: text, json or sarif
+    std::optional<std::string> json;  // "-": standard output, as of the next two
+    std::optional<std::string> sarif;
     std::optional<std::string> html;
+    bool outcomes = false;
+    bool timing = false;
     bool quiet = false;
     bool noColour = false;
 };
@@ -29,16 +33,20 @@ class CheckOutputs {
     explicit CheckOutputs(const OutputOptions& options) : m_options(options) {}
 
     // Opens the files that are wanted, so that one that cannot be written is known before the check. Returns a sentence
-    // when there is one.
+    // when there is one, or when the options want two reports in one place.
     std::optional<std::string> Open();
 
-    // Requires: Open succeeded. Writes the report where it is wanted. Returns false, having said so, when it could not
-    // be delivered.
+    // Requires: Open succeeded. Writes the project's result files, and the report where it is wanted. Returns false,
+    // having said so, when not all of it could be delivered; what could be is.
     bool Deliver(const service::RunReport& report, const ifc::BuildingModel& model, const service::IfcFloors& floors);
 
   private:
+    std::string StandardText(const service::RunReport& report) const;
+
     const OutputOptions& m_options;
+    std::string m_format;  // of standard output
     WholeFile m_json;
+    WholeFile m_sarif;
     WholeFile m_html;
 };
 

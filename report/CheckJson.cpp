@@ -54,7 +54,10 @@ Json ScopeJson(const RunReport& report) {
                          {"category", rule.category},
                          {"version", rule.version},
                          {"module", rule.module},
-                         {"specialties", rule.specialties}});
+                         {"md5", rule.md5},
+                         {"specialties", rule.specialties},
+                         {"why", rule.why},
+                         {"howToFix", rule.howToFix}});
     }
     return {{"narrowed", report.narrowed},
             {"floors", std::move(floors)},
@@ -62,12 +65,26 @@ Json ScopeJson(const RunReport& report) {
             {"rules", std::move(rules)}};
 }
 
-Json OutcomesJson(const RunReport& report) {
+// A text, or null for an empty one.
+Json TextOrNull(std::string_view text) {
+    return text.empty() ? Json() : Json(text);
+}
+
+Json RunJson(const RunReport& report, Times times) {
+    Json run = {{"number", report.run == 0 ? Json() : Json(report.run)}, {"resumed", report.resumed}};
+    if (times == Times::Show) {
+        run["startedAt"] = TextOrNull(report.startedAt);
+    }
+    return run;
+}
+
+Json OutcomesJson(const RunReport& report, Times times) {
+    constexpr double kMicrosecondsPerMillisecond = 1000.0;
     Json outcomes = Json::array();
     for (const service::TaskRecord& task : report.tasks) {
         outcomes.push_back({{"rule", task.rule},
                             {"floor", task.floor},
-                            {"specialty", task.specialty.empty() ? Json() : Json(task.specialty)},
+                            {"specialty", TextOrNull(task.specialty)},
                             {"outcome", service::OutcomeName(task.outcome)},
                             {"examined", task.examined},
                             {"notExamined", task.notExamined},
@@ -75,14 +92,28 @@ Json OutcomesJson(const RunReport& report) {
                             {"reminders", task.reminders},
                             {"trusted", task.trusted},
                             {"reason", task.reason}});
+        if (times == Times::Show) {
+            outcomes.back()["milliseconds"] = static_cast<double>(task.duration.count()) / kMicrosecondsPerMillisecond;
+        }
     }
     return outcomes;
+}
+
+Json AcceptanceJson(const service::Acceptance& acceptance) {
+    return {{"entry", acceptance.entry},
+            {"reason", acceptance.reason},
+            {"person", acceptance.person},
+            {"addedOn", acceptance.addedOn},
+            {"expiresOn", TextOrNull(acceptance.expiresOn)}};
 }
 
 Json FindingJson(const service::FindingRecord& finding) {
     Json objects = Json::array();
     for (const service::FoundObject& object : finding.objects) {
-        objects.push_back({{"handle", object.handle}, {"globalId", object.globalId}, {"name", object.name}});
+        objects.push_back({{"handle", object.handle},
+                           {"globalId", object.globalId},
+                           {"name", object.name},
+                           {"subCategory", object.subCategory}});
     }
     Json place;
     if (finding.place) {
@@ -96,11 +127,46 @@ Json FindingJson(const service::FindingRecord& finding) {
             {"subCategory", finding.subCategory},
             {"severity", service::SeverityName(finding.severity)},
             {"trusted", finding.trusted},
+            {"acceptance", finding.acceptance ? AcceptanceJson(*finding.acceptance) : Json()},
             {"sentence", finding.sentence},
             {"location", finding.location},
             {"featureCode", finding.featureCode},
+            {"occurrence", finding.occurrence},
+            {"novelty", TextOrNull(service::NoveltyName(finding.novelty))},
             {"place", std::move(place)},
             {"objects", std::move(objects)}};
+}
+
+Json FindingsJson(const std::vector<service::FindingRecord>& findings) {
+    Json entries = Json::array();
+    for (const service::FindingRecord& finding : findings) {
+        entries.push_back(FindingJson(finding));
+    }
+    return entries;
+}
+
+Json ComparisonJson(const service::Comparison& comparison, Times times) {
+    Json json = {{"run", comparison.run}};
+    if (times == Times::Show) {
+        json["startedAt"] = TextOrNull(comparison.startedAt);
+    }
+    json["gone"] = FindingsJson(comparison.gone);
+    json["hidden"] = FindingsJson(comparison.hidden);
+    json["notVisited"] = comparison.notVisited;
+    json["remarks"] = comparison.remarks;
+    return json;
+}
+
+Json AcceptancesJson(const RunReport& report) {
+    Json entries = Json::array();
+    for (const service::AcceptanceRecord& record : report.acceptances) {
+        Json entry = AcceptanceJson(record.acceptance);
+        entry["target"] = record.target;
+        entry["state"] = service::AcceptanceStateName(record.state);
+        entry["findings"] = record.findings;
+        entries.push_back(std::move(entry));
+    }
+    return entries;
 }
 
 Json TotalsJson(const RunReport& report) {
@@ -131,22 +197,21 @@ Json TotalsJson(const RunReport& report) {
 
 }  // namespace
 
-std::string CheckJson(const RunReport& report) {
-    Json findings = Json::array();
-    for (const service::FindingRecord& finding : report.findings) {
-        findings.push_back(FindingJson(finding));
-    }
+std::string CheckJson(const RunReport& report, Times times) {
     return DocumentText({{"format", "norvex-check"},
                          {"formatVersion", kFormatVersion},
                          {"tool", {{"name", "norvex"}, {"version", report.toolVersion}}},
                          {"model", ModelJson(report.model)},
                          {"projectFolder", report.projectFolder},
+                         {"run", RunJson(report, times)},
                          {"scope", ScopeJson(report)},
                          {"complete", report.incomplete.empty()},
                          {"incomplete", report.incomplete},
-                         {"outcomes", OutcomesJson(report)},
-                         {"findings", std::move(findings)},
+                         {"outcomes", OutcomesJson(report, times)},
+                         {"findings", FindingsJson(report.findings)},
                          {"totals", TotalsJson(report)},
+                         {"comparison", report.comparison ? ComparisonJson(*report.comparison, times) : Json()},
+                         {"acceptances", AcceptancesJson(report)},
                          {"diagnostics", DiagnosticsJson(report.model)}});
 }
 

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <fmt/format.h>
 #include <algorithm>
+#include <chrono>
+#include <map>
+#include <utility>
 #include <vector>
 
 #include "report/CheckReport.h"
@@ -19,6 +22,9 @@ using service::TaskRecord;
 
 // Notices shown before the rest is only counted.
 constexpr std::size_t kShownNotices = 10;
+
+// Rules on floors shown one by one before what went well is only counted: two screens full.
+constexpr std::size_t kShownOutcomes = 60;
 
 Tone ToneOf(Severity severity) {
     switch (severity) {
@@ -129,8 +135,13 @@ struct RuleOnFloor {
     std::size_t examined = 0;
     std::size_t notExamined = 0;
     std::size_t findings = 0;
+    bool hasTrusted = false;
+    std::chrono::microseconds duration{0};
     std::string details;
 };
+
+// By names of rule and floor.
+using Outcomes = std::map<std::pair<std::string, std::string>, RuleOnFloor>;
 
 int Gravity(Outcome outcome) {
     switch (outcome) {
@@ -157,6 +168,8 @@ void Add(const TaskRecord& task, RuleOnFloor& sum) {
     sum.examined += task.examined;
     sum.notExamined += task.notExamined;
     sum.findings += task.findings;
+    sum.hasTrusted = sum.hasTrusted || task.trusted > 0;
+    sum.duration += task.duration;
     std::string detail = SpecialtyLabel(task.specialty);
     detail += detail.empty() ? "" : " ";
     detail += service::OutcomeName(task.outcome);
@@ -179,20 +192,36 @@ void Add(const TaskRecord& task, RuleOnFloor& sum) {
     sum.details += (sum.details.empty() ? "" : "; ") + detail;
 }
 
-std::string ExaminedText(const RunReport& report, const TextStyle& style) {
+Outcomes OutcomesOf(const RunReport& report) {
+    Outcomes outcomes;
+    for (const TaskRecord& task : report.tasks) {
+        Add(task, outcomes[{task.rule, task.floor}]);
+    }
+    return outcomes;
+}
+
+// Whether a person should see it even when there is much to see.
+bool NeedsAttention(const RuleOnFloor& sum) {
+    return (sum.outcome != Outcome::Passed && sum.outcome != Outcome::NotApplicable) || sum.notExamined > 0 ||
+           sum.findings > 0 || sum.hasTrusted;
+}
+
+std::string ExaminedText(const RunReport& report, Outcomes& outcomes, const TextStyle& style, bool showsAll) {
     Table table({{"Rule"},
                  {"Floor"},
                  {"Outcome"},
                  {"Examined", Table::Align::Right},
                  {"Findings", Table::Align::Right},
                  {"By specialty"}});
+    const bool isCut = !showsAll && report.rules.size() * report.floors.size() > kShownOutcomes;
+    std::size_t passed = 0;
+    std::size_t notApplicable = 0;
     for (const service::RuleRecord& rule : report.rules) {
         for (const service::FloorRecord& floor : report.floors) {
-            RuleOnFloor sum;
-            for (const TaskRecord& task : report.tasks) {
-                if (task.rule == rule.name && task.floor == floor.name) {
-                    Add(task, sum);
-                }
+            const RuleOnFloor& sum = outcomes[{rule.name, floor.name}];
+            if (isCut && !NeedsAttention(sum)) {
+                ++(sum.outcome == Outcome::Passed ? passed : notApplicable);
+                continue;
             }
             table.AddRow({{ShortNameOf(report, rule.name)},
                           {floor.name},
@@ -202,8 +231,43 @@ std::string ExaminedText(const RunReport& report, const TextStyle& style) {
                           {sum.details}});
         }
     }
-    const std::string text = table.ToText(style);
+    std::string text = table.ToText(style);
+    if (passed + notApplicable > 0) {
+        text += fmt::format("  {} passed, {} not applicable; --outcomes lists them.\n",
+                            Counted(passed, "other rule on a floor", "other rules on floors"), notApplicable);
+    }
     return text.empty() ? "" : Heading("What was examined", style) + text;
+}
+
+std::vector<Table::Cell> TimeRow(const std::string& rule, const std::string& floor, const RuleOnFloor& sum) {
+    constexpr double kMicrosecondsPerMillisecond = 1000.0;
+    constexpr double kMicrosecondsPerSecond = 1000000.0;
+    const auto microseconds = static_cast<double>(sum.duration.count());
+    const auto examined = static_cast<double>(sum.examined);
+    return {{fmt::format("{:.1f}", microseconds / kMicrosecondsPerMillisecond)},
+            {std::to_string(sum.examined)},
+            {microseconds > 0 ? fmt::format("{:.0f}", examined * kMicrosecondsPerSecond / microseconds) : "-"},
+            {rule},
+            {floor}};
+}
+
+std::string TimesText(const RunReport& report, Outcomes& outcomes, const TextStyle& style) {
+    Table table({{"Milliseconds", Table::Align::Right},
+                 {"Examined", Table::Align::Right},
+                 {"Entities/s", Table::Align::Right},
+                 {"Rule"},
+                 {"Floor"}});
+    RuleOnFloor all;
+    for (const service::RuleRecord& rule : report.rules) {
+        for (const service::FloorRecord& floor : report.floors) {
+            const RuleOnFloor& sum = outcomes[{rule.name, floor.name}];
+            table.AddRow(TimeRow(ShortNameOf(report, rule.name), floor.name, sum));
+            all.examined += sum.examined;
+            all.duration += sum.duration;
+        }
+    }
+    table.AddRow(TimeRow("all", "all", all));
+    return Heading("Time that rules took", style) + table.ToText(style);
 }
 
 std::string TotalsText(const RunReport& report, const TextStyle& style) {
@@ -260,12 +324,16 @@ std::string VerdictText(const RunReport& report, const TextStyle& style) {
 
 }  // namespace
 
-std::string CheckText(const RunReport& report, const TextStyle& style) {
-    if (style.brief) {
-        return FindingsText(report, style) + VerdictText(report, style);
+std::string CheckText(const RunReport& report, const TextStyle& style, const TextContent& content) {
+    Outcomes outcomes = OutcomesOf(report);
+    std::string out = (style.brief ? "" : ModelText(report, style)) + FindingsText(report, style);
+    if (!style.brief || content.allOutcomes) {
+        out += ExaminedText(report, outcomes, style, content.allOutcomes);
     }
-    return ModelText(report, style) + FindingsText(report, style) + ExaminedText(report, style) +
-           TotalsText(report, style) + VerdictText(report, style);
+    if (content.times == Times::Show) {
+        out += TimesText(report, outcomes, style);
+    }
+    return out + (style.brief ? "" : TotalsText(report, style)) + VerdictText(report, style);
 }
 
 }  // namespace norvex::report

@@ -80,6 +80,32 @@ std::string_view OutcomeName(Outcome outcome) {
     return "";
 }
 
+std::string_view NoveltyName(Novelty novelty) {
+    switch (novelty) {
+        case Novelty::Unknown:
+            return "";
+        case Novelty::New:
+            return "new";
+        case Novelty::Persisting:
+            return "persisting";
+    }
+    return "";
+}
+
+std::string_view AcceptanceStateName(AcceptanceState state) {
+    switch (state) {
+        case AcceptanceState::Hides:
+            return "hides";
+        case AcceptanceState::Stale:
+            return "stale";
+        case AcceptanceState::NotLookedAt:
+            return "not looked at";
+        case AcceptanceState::Expired:
+            return "expired";
+    }
+    return "";
+}
+
 const std::vector<CString>& Specialties() {
     static const std::vector<CString> specialties = [] {
         std::vector<CString> words;

@@ -20,6 +20,10 @@ const CString& WordOfSeverity(Severity severity);
 // "confirmed", "suspected" or "remind"; for programs and people alike.
 std::string_view SeverityName(Severity severity);
 std::string_view OutcomeName(Outcome outcome);
+// "new" or "persisting"; empty when there was nothing to compare with.
+std::string_view NoveltyName(Novelty novelty);
+// "hides", "stale", "not looked at" or "expired".
+std::string_view AcceptanceStateName(AcceptanceState state);
 
 // The five specialties, in the order in which a run takes them.
 const std::vector<CString>& Specialties();

@@ -25,20 +25,6 @@ constexpr const char* kNamespace = "urn:norvexdata:result:1";
 // Grows with the namespace, when an element or attribute changes its meaning or goes.
 constexpr std::uint64_t kFormatVersion = 1;
 
-std::string_view StateName(service::AcceptanceState state) {
-    switch (state) {
-        case service::AcceptanceState::Hides:
-            return "hides";
-        case service::AcceptanceState::Stale:
-            return "stale";
-        case service::AcceptanceState::NotLookedAt:
-            return "not looked at";
-        case service::AcceptanceState::Expired:
-            return "expired";
-    }
-    return "";
-}
-
 // Counts of one category, of which by error kind.
 struct Sums {
     std::size_t examined = 0;
@@ -226,9 +212,7 @@ void WriteFinding(XmlWriter& xml, const FindingRecord& finding) {
         .Attribute("featureCode", finding.featureCode)
         .Number("occurrence", finding.occurrence)
         .Flag("trusted", finding.trusted);
-    if (finding.novelty != service::Novelty::Unknown) {
-        xml.Attribute("novelty", finding.novelty == service::Novelty::New ? "new" : "persisting");
-    }
+    xml.Optional("novelty", service::NoveltyName(finding.novelty));
     xml.Leaf("sentence", finding.sentence).Leaf("location", finding.location);
     // XML Schema has other words than we for what is no number, and nobody can go there.
     if (finding.place && std::isfinite(finding.place->x + finding.place->y + finding.place->z)) {
@@ -279,7 +263,7 @@ void WriteAcceptances(XmlWriter& xml, const RunReport& report) {
     for (const service::AcceptanceRecord& record : report.acceptances) {
         xml.Start("acceptance");
         WriteAcceptance(xml, record.acceptance);
-        xml.Attribute("state", StateName(record.state))
+        xml.Attribute("state", service::AcceptanceStateName(record.state))
             .Number("findings", record.findings)
             .Leaf("target", record.target)
             .Leaf("reason", record.acceptance.reason)

@@ -1,0 +1,125 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <gtest/gtest.h>
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include "report/CheckReport.h"
+#include "tests/report/SampleReport.h"
+
+namespace {
+
+using Json = nlohmann::json;
+using norvex::report::CheckJson;
+using norvex::report::CheckText;
+using norvex::report::TextStyle;
+using norvex::report::Times;
+using norvex::service::Outcome;
+using norvex::service::RunReport;
+using norvex::test::SampleReport;
+
+Json JsonOf(const RunReport& report, Times times = Times::Omit) {
+    return Json::parse(CheckJson(report, times));
+}
+
+// Two rules on so many floors; all passed but for one that crashed.
+RunReport ManyFloors(int count) {
+    RunReport report;
+    report.rules.resize(2);
+    report.rules[0].name = "CCheckOne";
+    report.rules[1].name = "CCheckTwo";
+    for (int floor = 0; floor < count; ++floor) {
+        report.floors.emplace_back().name = fmt::format("F{}", floor);
+        for (const auto& rule : report.rules) {
+            report.tasks.push_back({.rule = rule.name,
+                                    .floor = report.floors.back().name,
+                                    .specialty = "消防",
+                                    .outcome = Outcome::Passed,
+                                    .examined = 10,
+                                    .reason = {},
+                                    .duration = std::chrono::milliseconds{5}});
+        }
+    }
+    report.tasks.back().outcome = Outcome::Crashed;
+    return report;
+}
+
+TEST(CheckJson, TellsRunIdentityNoveltyAndAcceptance) {
+    const Json json = JsonOf(SampleReport());
+    EXPECT_EQ(json["run"], (Json{{"number", 12}, {"resumed", false}}));
+    EXPECT_EQ(json["scope"]["rules"][0]["md5"], std::string(32, 'b'));
+    EXPECT_EQ(json["scope"]["rules"][0]["howToFix"], "Remove the pipe that is drawn twice.");
+    const Json& findings = json["findings"];
+    EXPECT_EQ(findings[0]["novelty"], "new");
+    EXPECT_EQ(findings[1]["novelty"], "persisting");
+    EXPECT_EQ(findings[2]["novelty"], nullptr);
+    EXPECT_EQ(findings[1]["occurrence"], 1);
+    EXPECT_EQ(findings[0]["acceptance"], nullptr);
+    EXPECT_EQ(findings[2]["acceptance"]["person"], "Li \"Wei\"");
+    EXPECT_EQ(findings[2]["acceptance"]["expiresOn"], "2027-01-01");
+    EXPECT_EQ(findings[0]["objects"][0]["subCategory"], "水管");
+    EXPECT_EQ(json["comparison"]["run"], 11);
+    EXPECT_EQ(json["comparison"]["gone"][0]["sentence"], "A ring that is gone.");
+    EXPECT_EQ(json["comparison"]["hidden"].size(), 1U);
+    EXPECT_EQ(json["comparison"]["notVisited"], 3);
+    EXPECT_EQ(json["acceptances"][1]["state"], "expired");
+    EXPECT_EQ(json["acceptances"][1]["findings"], 2);
+    RunReport first = SampleReport();
+    first.run = 0;
+    first.comparison.reset();
+    EXPECT_EQ(JsonOf(first)["run"]["number"], nullptr);
+    EXPECT_EQ(JsonOf(first)["comparison"], nullptr);
+}
+
+TEST(CheckJson, TellsTimesOnlyWhenAsked) {
+    RunReport slower = SampleReport();
+    slower.startedAt = "2027-01-01T00:00:00Z";
+    slower.comparison->startedAt = "2026-12-31T00:00:00Z";
+    for (auto& task : slower.tasks) {
+        task.duration *= 2;
+    }
+    EXPECT_EQ(CheckJson(slower), CheckJson(SampleReport()));
+    const Json timed = JsonOf(SampleReport(), Times::Show);
+    EXPECT_EQ(timed["run"]["startedAt"], "2026-03-01T08:30:00Z");
+    EXPECT_EQ(timed["outcomes"][0]["milliseconds"], 2.5);
+    EXPECT_EQ(timed["comparison"]["startedAt"], "2026-02-27T08:30:00Z");
+}
+
+TEST(CheckText, ListsTimesAndRatesWhenAsked) {
+    const RunReport report = ManyFloors(2);
+    EXPECT_EQ(CheckText(report, TextStyle()).find("Milliseconds"), std::string::npos);
+    const std::string text = CheckText(report, TextStyle(), {.allOutcomes = false, .times = Times::Show});
+    EXPECT_NE(text.find("Time that rules took\n"
+                        "  Milliseconds  Examined  Entities/s  Rule       Floor\n"
+                        "           5.0        10        2000  CCheckOne  F0\n"
+                        "           5.0        10        2000  CCheckOne  F1\n"
+                        "           5.0        10        2000  CCheckTwo  F0\n"
+                        "           5.0        10        2000  CCheckTwo  F1\n"
+                        "          20.0        40        2000  all        all\n"),
+              std::string::npos)
+        << text;
+}
+
+TEST(CheckText, CutsALongListOfOutcomesToWhatNeedsAttention) {
+    const std::string few = CheckText(ManyFloors(30), TextStyle());
+    EXPECT_NE(few.find("CCheckOne  F29"), std::string::npos);
+    const std::string many = CheckText(ManyFloors(31), TextStyle());
+    EXPECT_EQ(many.find("CCheckOne  F"), std::string::npos);
+    EXPECT_NE(many.find("CCheckTwo  F30    crashed"), std::string::npos) << many;
+    EXPECT_NE(many.find("  61 other rules on floors passed, 0 not applicable; --outcomes lists them.\n"),
+              std::string::npos)
+        << many;
+    const std::string all = CheckText(ManyFloors(31), TextStyle(), {.allOutcomes = true, .times = Times::Omit});
+    EXPECT_NE(all.find("CCheckOne  F29"), std::string::npos);
+    EXPECT_EQ(all.find("--outcomes"), std::string::npos);
+}
+
+TEST(CheckText, ListsOutcomesOfABriefReportWhenAsked) {
+    TextStyle brief;
+    brief.brief = true;
+    EXPECT_EQ(CheckText(ManyFloors(2), brief).find("What was examined"), std::string::npos);
+    EXPECT_NE(CheckText(ManyFloors(2), brief, {.allOutcomes = true, .times = Times::Omit}).find("What was examined"),
+              std::string::npos);
+}
+
+}  // namespace
