@@ -17,6 +17,10 @@ namespace {
 constexpr double kSameLength = 0.001;
 // A part is split anew when its walks have wasted this many steps for each of its edges: a split costs about as much.
 constexpr std::uint64_t kWastePerEdge = 4;
+// The whole network is split when one walk has wasted as many steps as it has edges, divided by this.
+constexpr std::uint64_t kWholeByWaste = 4;
+// Steps are erased from lists of up to this length: they are short against the walk that has just passed.
+constexpr Index kShortList = 8;
 // A walk shorter than this arrives before a look back from its end would pay.
 constexpr std::uint64_t kStepsBeforeLook = 32;
 // Up to this many unlisted nodes are compared with all others one by one; a search leaves one.
@@ -28,18 +32,20 @@ LoopFinder::LoopFinder(const std::vector<CCheckPipeLineNode*>& nodes, const std:
                        bool apart)
     : m_nodes(nodes), m_edges(edges), m_listedNodes(nodes.size()) {
     ReadEdges();
-    RemoveBranchEdge();
     GroupNearNodes(apart);
     StripTrees();
-    SplitAll();
+    MakeWhole();
 }
 
 void LoopFinder::AppendLoops(std::vector<std::vector<ZrOwEntity*>>& loops) {
     std::vector<ZrOwEntity*> loop;
     for (Index edge = 0; edge < m_edges.size(); ++edge) {
-        FindLoop(edge, loop);
-        if (!loop.empty()) {
-            loops.push_back(loop);
+        if (m_remains[edge]) {
+            loop.clear();
+            FindLoop(edge, loop);
+            if (!loop.empty()) {
+                loops.push_back(loop);
+            }
         }
     }
 }
@@ -48,14 +54,20 @@ void LoopFinder::ReadEdges() {
     const std::size_t count = m_edges.size();
     m_start.resize(count);
     m_end.resize(count);
+    m_pipes.resize(count);
     m_remains.resize(count);
+    // Lists do not change while loops are looked for, so that taking the edges at dead ends away once does for all.
+    // Nothing is near a point that is not finite, so no step leads on from there and no walk arrives.
+    const auto leadsOn = [](CCheckPipeLineNode* node) {
+        return node != nullptr && node->GetConnectEdgeNum() != 1 && IsFinite(Access::Point(*node));
+    };
     for (std::size_t edge = 0; edge < count; ++edge) {
-        const Index start = NumberOf(Access::Start(*m_edges[edge]));
-        const Index end = NumberOf(Access::End(*m_edges[edge]));
-        m_start[edge] = start;
-        m_end[edge] = end;
-        // Nothing is near a point that is not finite, so no step leads on from there and no walk arrives.
-        m_remains[edge] = start != kNone && end != kNone && IsFinite(PointOf(start)) && IsFinite(PointOf(end));
+        CCheckPipeLineNode* const start = Access::Start(*m_edges[edge]);
+        CCheckPipeLineNode* const end = Access::End(*m_edges[edge]);
+        m_start[edge] = NumberOf(start);
+        m_end[edge] = NumberOf(end);
+        m_pipes[edge] = m_edges[edge]->GetPipeEnt();
+        m_remains[edge] = leadsOn(start) && leadsOn(end);
     }
 }
 
@@ -80,16 +92,6 @@ Index LoopFinder::NumberOf(const CCheckPipeLineEdge* edge) const {
     }
     const Index position = Access::Position(const_cast<CCheckPipeLineEdge&>(*edge));
     return position < m_edges.size() && m_edges[position] == edge ? position : kNone;
-}
-
-void LoopFinder::RemoveBranchEdge() {
-    // Lists do not change while loops are looked for, so that doing this once does for all.
-    for (std::size_t edge = 0; edge < m_edges.size(); ++edge) {
-        if (m_remains[edge] &&
-            (m_nodes[m_start[edge]]->GetConnectEdgeNum() == 1 || m_nodes[m_end[edge]]->GetConnectEdgeNum() == 1)) {
-            m_remains[edge] = 0;
-        }
-    }
 }
 
 void LoopFinder::GroupNearNodes(bool apart) {
@@ -200,7 +202,7 @@ void LoopFinder::StripTrees() {
     }
 }
 
-void LoopFinder::SplitAll() {
+void LoopFinder::MakeWhole() {
     std::vector<Index> edges;
     for (Index edge = 0; edge < m_edges.size(); ++edge) {
         if (m_remains[edge]) {
@@ -210,50 +212,42 @@ void LoopFinder::SplitAll() {
     if (edges.empty()) {
         return;
     }
-    m_partOf.resize(m_edges.size(), kNone);
-    m_blockOf.resize(m_edges.size());
-    m_startStop.resize(m_edges.size());
-    m_endStop.resize(m_edges.size());
+    m_seats.resize(m_edges.size());
     m_isBridge.resize(m_edges.size());
     m_walkable.resize(m_edges.size());
     m_stopOf.resize(m_nodes.size());
     m_stopPart.resize(m_nodes.size(), kNone);
-    const Lists lists = ListsOfGraph(edges);
-    Split(std::move(edges), lists);
+    const auto count = static_cast<Index>(edges.size());
+    const std::shared_ptr<Batch> batch = std::make_shared<Batch>();
+    batch->edges = std::move(edges);
+    for (const Index edge : batch->edges) {
+        m_seats[edge].part = 0;
+    }
+    m_parts.push_back({batch, 0, 0, 0, count, count, count, 0, true, true, kNone});
+    m_blocks = 1;
+    MakeStops(*batch, 0);
+    ReadLists(*batch);
+    CountDegrees(*batch);
+    FindMutual(*batch);
+    FixStops(*batch);
 }
 
-LoopFinder::Lists LoopFinder::ListsOfGraph(const std::vector<Index>& edges) {
-    std::vector<unsigned char> wanted(m_nodes.size());
-    for (const Index edge : edges) {
-        wanted[m_start[edge]] = 1;
-        wanted[m_end[edge]] = 1;
-    }
-    for (const auto& [site, nodes] : m_siteNodes) {
-        for (const Index node : nodes) {
-            wanted[node] = 1;
-        }
-    }
-    Lists lists;
-    lists.steps.reserve(2 * edges.size());
-    for (Index node = 0; node < m_nodes.size(); ++node) {
-        if (!wanted[node]) {
-            continue;
-        }
-        lists.nodes.push_back(node);
-        lists.begin.push_back(static_cast<Index>(lists.steps.size()));
-        for (const boost::shared_ptr<CCheckPipeLineEdge>& listed : Access::List(*m_nodes[node])) {
+void LoopFinder::ReadLists(Batch& batch) {
+    batch.steps.reserve(2 * batch.edges.size());
+    for (Stop& stop : batch.stops) {
+        stop.begin = static_cast<Index>(batch.steps.size());
+        for (const boost::shared_ptr<CCheckPipeLineEdge>& listed : Access::List(*m_nodes[stop.node])) {
             const Index edge = NumberOf(listed.get());
             if (edge == kNone || !m_remains[edge]) {
                 continue;
             }
-            const Index far = FarNode(node, edge);
+            const Index far = FarNode(stop.node, edge);
             if (far != kNone) {
-                lists.steps.push_back({edge, far});
+                batch.steps.push_back({edge, m_stopOf[far]});
             }
         }
+        stop.end = static_cast<Index>(batch.steps.size());
     }
-    lists.begin.push_back(static_cast<Index>(lists.steps.size()));
-    return lists;
 }
 
 void LoopFinder::Split(std::vector<Index>&& edges, const Lists& lists) {
@@ -273,7 +267,7 @@ void LoopFinder::Split(std::vector<Index>&& edges, const Lists& lists) {
     batch->edges.resize(total);
     for (std::size_t position = 0; position < edges.size(); ++position) {
         const Index part = partOf[position];
-        m_partOf[edges[position]] = part;
+        m_seats[edges[position]].part = part;
         if (part != kNone) {
             batch->edges[m_parts[part].lastEdge++] = edges[position];
         }
@@ -281,7 +275,9 @@ void LoopFinder::Split(std::vector<Index>&& edges, const Lists& lists) {
     MakeStops(*batch, firstPart);
     MakeSteps(*batch, lists);
     CountDegrees(*batch);
+    FindMutual(*batch);
     ListHubSteps(*batch, firstPart);
+    FixStops(*batch);
 }
 
 std::vector<Index> LoopFinder::PartsOf(const std::vector<Index>& edges) {
@@ -320,10 +316,10 @@ std::vector<Index> LoopFinder::PartsOf(const std::vector<Index>& edges) {
         if (candidate.part == kNone) {
             candidate.part = static_cast<Index>(m_parts.size());
             const Index hub = candidate.hubs == 1 ? candidate.hub : kNone;
-            m_parts.push_back({nullptr, 0, 0, 0, 0, candidate.edges, candidate.edges, 0, true, hub});
+            m_parts.push_back({nullptr, 0, 0, 0, 0, candidate.edges, candidate.edges, 0, false, true, hub});
         }
         partOf[position] = candidate.part;
-        m_blockOf[edge] = m_blocks + block;
+        m_seats[edge].block = m_blocks + block;
         m_isBridge[edge] = blocks.isBridge[block];
     }
     m_blocks += static_cast<Index>(blocks.isBridge.size());
@@ -333,16 +329,16 @@ std::vector<Index> LoopFinder::PartsOf(const std::vector<Index>& edges) {
 void LoopFinder::MakeStops(Batch& batch, Index firstPart) {
     for (Index number = firstPart; number < m_parts.size(); ++number) {
         Part& part = m_parts[number];
-        part.firstStop = static_cast<Index>(batch.stops.nodes.size());
+        part.firstStop = static_cast<Index>(batch.stops.size());
         for (Index position = part.firstEdge; position < part.lastEdge; ++position) {
             const Index edge = batch.edges[position];
-            m_startStop[edge] = StopFor(batch, m_start[edge], number);
-            m_endStop[edge] = StopFor(batch, m_end[edge], number);
+            m_seats[edge].startStop = StopFor(batch, m_start[edge], number);
+            m_seats[edge].endStop = StopFor(batch, m_end[edge], number);
         }
-        part.lastStop = static_cast<Index>(batch.stops.nodes.size());
+        part.lastStop = static_cast<Index>(batch.stops.size());
     }
-    batch.marks.resize(batch.stops.nodes.size());
-    batch.looks.resize(batch.stops.nodes.size());
+    batch.marks.resize(batch.stops.size());
+    batch.looks.resize(batch.stops.size());
 }
 
 Index LoopFinder::StopFor(Batch& batch, Index node, Index part) {
@@ -350,11 +346,8 @@ Index LoopFinder::StopFor(Batch& batch, Index node, Index part) {
         if (m_joins[SiteOf(node)] && m_siteNodes.count(SiteOf(node)) != 0) {
             AddSiteStops(batch, node, part);
         } else {
-            m_stopPart[node] = part;
-            m_stopOf[node] = static_cast<Index>(batch.stops.nodes.size());
-            batch.siteStop.push_back(m_stopOf[node]);
-            batch.nextOfSite.push_back(m_stopOf[node]);
-            batch.stops.nodes.push_back(node);
+            const auto made = static_cast<Index>(batch.stops.size());
+            AddStop(batch, node, part, made, made);
         }
     }
     return m_stopOf[node];
@@ -362,79 +355,78 @@ Index LoopFinder::StopFor(Batch& batch, Index node, Index part) {
 
 void LoopFinder::AddSiteStops(Batch& batch, Index node, Index part) {
     // All nodes of the site at once: each may list edges that name only another of them.
-    const auto first = static_cast<Index>(batch.stops.nodes.size());
+    const auto first = static_cast<Index>(batch.stops.size());
     for (const Index member : m_siteNodes.at(SiteOf(node))) {
-        m_stopPart[member] = part;
-        m_stopOf[member] = static_cast<Index>(batch.stops.nodes.size());
-        batch.siteStop.push_back(first);
-        batch.nextOfSite.push_back(m_stopOf[member] + 1);
-        batch.stops.nodes.push_back(member);
+        AddStop(batch, member, part, first, static_cast<Index>(batch.stops.size()) + 1);
     }
-    batch.nextOfSite.back() = first;
+    batch.stops.back().nextOfSite = first;
+}
+
+void LoopFinder::AddStop(Batch& batch, Index node, Index part, Index site, Index next) {
+    m_stopPart[node] = part;
+    m_stopOf[node] = static_cast<Index>(batch.stops.size());
+    batch.stops.push_back({node, site, next, 0, 0, 0, 0, 0, 0});
 }
 
 void LoopFinder::MakeSteps(Batch& batch, const Lists& lists) {
-    Lists& stops = batch.stops;
     const auto stopOf = [this](Index node, Index edge) {
-        return m_start[edge] == node ? m_startStop[edge] : m_end[edge] == node ? m_endStop[edge] : m_stopOf[node];
+        const Seat& seat = m_seats[edge];
+        return m_start[edge] == node ? seat.startStop : m_end[edge] == node ? seat.endStop : m_stopOf[node];
     };
-    stops.begin.resize(stops.nodes.size() + 1);
     for (std::size_t list = 0; list < lists.nodes.size(); ++list) {
         for (Index position = lists.begin[list]; position < lists.begin[list + 1]; ++position) {
             const Index edge = lists.steps[position].edge;
             if (m_remains[edge]) {
-                ++stops.begin[stopOf(lists.nodes[list], edge)];
+                ++batch.stops[stopOf(lists.nodes[list], edge)].end;
             }
         }
     }
     Index total = 0;
-    for (Index& begin : stops.begin) {
-        total += begin;
-        begin = total;
+    for (Stop& stop : batch.stops) {
+        const Index steps = stop.end;
+        stop.begin = stop.end = total;
+        total += steps;
     }
-    stops.steps.resize(total);
-    // Each list is filled from its end, which leaves its beginning behind; so the steps are taken backwards.
-    for (std::size_t list = lists.nodes.size(); list-- > 0;) {
-        for (Index position = lists.begin[list + 1]; position-- > lists.begin[list];) {
+    batch.steps.resize(total);
+    for (std::size_t list = 0; list < lists.nodes.size(); ++list) {
+        for (Index position = lists.begin[list]; position < lists.begin[list + 1]; ++position) {
             const auto [edge, far] = lists.steps[position];
             if (m_remains[edge]) {
-                const Index farStop = far == m_end[edge] ? m_endStop[edge] : m_startStop[edge];
-                stops.steps[--stops.begin[stopOf(lists.nodes[list], edge)]] = {edge, farStop};
+                const Index farStop = far == m_end[edge] ? m_seats[edge].endStop : m_seats[edge].startStop;
+                batch.steps[batch.stops[stopOf(lists.nodes[list], edge)].end++] = {edge, farStop};
             }
         }
     }
 }
 
 void LoopFinder::CountDegrees(Batch& batch) {
-    const Lists& stops = batch.stops;
-    batch.degree.resize(stops.nodes.size());
-    batch.combined.resize(stops.nodes.size());
-    batch.named.resize(stops.nodes.size());
     for (const Index edge : batch.edges) {
-        for (const Index stop : {m_startStop[edge], m_endStop[edge]}) {
-            ++batch.named[stop];
-            ++batch.degree[batch.siteStop[stop]];
-            batch.combined[batch.siteStop[stop]] ^= edge;
+        for (const Index number : {m_seats[edge].startStop, m_seats[edge].endStop}) {
+            Stop& stop = batch.stops[number];
+            ++stop.named;
+            Stop& site = batch.stops[stop.site];
+            ++site.degree;
+            site.combined ^= edge;
         }
     }
-    batch.onward.resize(stops.steps.size());
+}
+
+void LoopFinder::FindMutual(const Batch& batch) {
     // Per edge of the batch: walked from its start's site, and from its end's.
     for (const Index edge : batch.edges) {
         m_walkable[edge] = 0;
     }
-    for (std::size_t stop = 0; stop < stops.nodes.size(); ++stop) {
-        for (Index position = stops.begin[stop]; position < stops.begin[stop + 1]; ++position) {
-            const Index edge = stops.steps[position].edge;
-            batch.onward[position] = position + 1;
-            const Index site = batch.siteStop[stop];
-            const bool fromStart = site == batch.siteStop[m_startStop[edge]];
-            const bool fromEnd = site == batch.siteStop[m_endStop[edge]];
+    for (const Stop& stop : batch.stops) {
+        for (Index position = stop.begin; position < stop.end; ++position) {
+            const Index edge = batch.steps[position].edge;
+            const bool fromStart = stop.site == batch.stops[m_seats[edge].startStop].site;
+            const bool fromEnd = stop.site == batch.stops[m_seats[edge].endStop].site;
             m_walkable[edge] = static_cast<unsigned char>(m_walkable[edge] | (fromStart ? 1 : 0) | (fromEnd ? 2 : 0));
         }
     }
     for (const Index edge : batch.edges) {
         if (m_walkable[edge] != 3) {
-            m_parts[m_partOf[edge]].mutual = false;
+            m_parts[m_seats[edge].part].mutual = false;
         }
     }
 }
@@ -444,20 +436,41 @@ void LoopFinder::ListHubSteps(Batch& batch, Index firstPart) {
         if (m_parts[part].hub == kNone) {
             continue;
         }
-        const Index first = batch.siteStop[m_stopOf[m_parts[part].hub]];
-        Index stop = first;
+        const Index first = batch.stops[m_stopOf[m_parts[part].hub]].site;
+        Index number = first;
         do {
-            for (Index position = batch.stops.begin[stop]; position < batch.stops.begin[stop + 1]; ++position) {
-                batch.hubSteps.push_back({stop, m_blockOf[batch.stops.steps[position].edge], position});
+            Stop& stop = batch.stops[number];
+            stop.fixed = 1;
+            for (Index position = stop.begin; position < stop.end; ++position) {
+                batch.hubSteps.push_back({number, m_seats[batch.steps[position].edge].block, position});
             }
-            stop = batch.nextOfSite[stop];
-        } while (stop != first);
+            number = stop.nextOfSite;
+        } while (number != first);
     }
     std::sort(batch.hubSteps.begin(), batch.hubSteps.end());
 }
 
+void LoopFinder::FixStops(Batch& batch) {
+    bool any = false;
+    for (Stop& stop : batch.stops) {
+        if (stop.end - stop.begin > kShortList) {
+            stop.fixed = 1;
+        }
+        any = any || stop.fixed;
+    }
+    if (!any) {
+        return;
+    }
+    batch.onward.resize(batch.steps.size());
+    for (const Stop& stop : batch.stops) {
+        for (Index position = stop.begin; stop.fixed && position < stop.end; ++position) {
+            batch.onward[position] = position + 1;
+        }
+    }
+}
+
 void LoopFinder::SplitAgain(Index number) {
-    const std::shared_ptr<Batch> old = std::move(m_parts[number].batch);
+    std::shared_ptr<Batch> old = std::move(m_parts[number].batch);
     const Part& part = m_parts[number];
     std::vector<Index> edges;
     edges.reserve(part.remaining);
@@ -467,65 +480,71 @@ void LoopFinder::SplitAgain(Index number) {
         }
     }
     Lists lists;
-    for (Index stop = part.firstStop; stop < part.lastStop; ++stop) {
-        lists.nodes.push_back(old->stops.nodes[stop]);
+    for (Index position = part.firstStop; position < part.lastStop; ++position) {
+        const Stop& stop = old->stops[position];
+        lists.nodes.push_back(stop.node);
         lists.begin.push_back(static_cast<Index>(lists.steps.size()));
-        for (Index position = old->stops.begin[stop]; position < old->stops.begin[stop + 1]; ++position) {
-            const Step& step = old->stops.steps[position];
+        for (Index next = stop.begin; next < stop.end; ++next) {
+            const Step& step = old->steps[next];
             if (m_remains[step.edge]) {
-                lists.steps.push_back({step.edge, old->stops.nodes[step.far]});
+                lists.steps.push_back({step.edge, old->stops[step.far].node});
             }
         }
     }
     lists.begin.push_back(static_cast<Index>(lists.steps.size()));
+    old.reset();
     Split(std::move(edges), lists);
 }
 
 void LoopFinder::FindLoop(Index edge, std::vector<ZrOwEntity*>& loop) {
-    loop.clear();
-    if (!m_remains[edge]) {
-        return;
-    }
-    const Index part = m_partOf[edge];
+    const Index number = m_seats[edge].part;
     const std::uint64_t visitedBefore = m_work.edgesVisited;
-    std::vector<Index> path;
-    FindPath(edge, path);
-    m_parts[part].waste += m_work.edgesVisited - visitedBefore - path.size();
-    if (!path.empty()) {
-        if (path.size() != 1 || !IsSamePipeTwice(path.front(), edge)) {
-            for (const Index step : path) {
-                loop.push_back(m_edges[step]->GetPipeEnt());
+    FindPath(edge);
+    const std::uint64_t waste = m_work.edgesVisited - visitedBefore - m_path.size();
+    m_parts[number].waste += waste;
+    if (!m_path.empty()) {
+        if (m_path.size() != 1 || !IsSamePipeTwice(m_path.front(), edge)) {
+            loop.reserve(m_path.size() + 1);
+            for (const Index step : m_path) {
+                loop.push_back(m_pipes[step]);
                 RemoveEdge(step);
             }
-            loop.push_back(m_edges[edge]->GetPipeEnt());
+            loop.push_back(m_pipes[edge]);
         }
         RemoveEdge(edge);
     }
-    if (m_parts[part].waste > kWastePerEdge * m_parts[part].edgesAtSplit && m_parts[part].remaining != 0) {
-        SplitAgain(part);
+    if (m_parts[number].remaining != 0 && IsWasteful(m_parts[number], waste)) {
+        SplitAgain(number);
     }
 }
 
-void LoopFinder::FindPath(Index edge, std::vector<Index>& path) {
-    const Part& part = m_parts[m_partOf[edge]];
+bool LoopFinder::IsWasteful(const Part& part, std::uint64_t walkWaste) const {
+    return part.waste > kWastePerEdge * part.edgesAtSplit ||
+           (part.whole && walkWaste * kWholeByWaste > part.edgesAtSplit);
+}
+
+void LoopFinder::FindPath(Index edge) {
+    m_path.clear();
+    const Part& part = m_parts[m_seats[edge].part];
     Batch& batch = *part.batch;
     ++m_work.searches;
     const Index visited = 2 * ++m_walk;
     const Index arriving = visited + 1;
     // Once no node of the hub is left to enter, what lies beyond it is out of reach, unless the walk ends at the hub.
     const bool hubCounts = part.hub != kNone && SiteOf(m_end[edge]) != part.hub;
-    const Index hubStop = hubCounts ? batch.siteStop[m_stopOf[part.hub]] : kNone;
+    const Index hubStop = hubCounts ? batch.stops[m_stopOf[part.hub]].site : kNone;
     Index hubNodesLeft = hubCounts ? NodesToEnter(batch, hubStop) : 0;
 
-    const auto enter = [&](Index stop, Index cameBy) {
-        batch.marks[stop] = visited;
-        if (hubCounts && batch.siteStop[stop] == hubStop && batch.named[stop] != 0) {
+    const auto enter = [&](Index number, Index cameBy) {
+        const Stop& stop = batch.stops[number];
+        batch.marks[number] = visited;
+        if (hubCounts && stop.site == hubStop && stop.named != 0) {
             --hubNodesLeft;
         }
-        m_frames.push_back({stop, batch.stops.begin[stop], cameBy});
+        m_frames.push_back({number, stop.begin, cameBy});
     };
     m_frames.clear();
-    enter(m_startStop[edge], edge);
+    enter(m_seats[edge].startStop, edge);
     MarkArrivals(edge, arriving);
     const std::uint64_t before = m_work.edgesVisited;
     std::uint64_t lookAt = part.mutual ? before + kStepsBeforeLook : ~std::uint64_t{0};
@@ -539,46 +558,58 @@ void LoopFinder::FindPath(Index edge, std::vector<Index>& path) {
             lookAt = before + 2 * (m_work.edgesVisited - before);
         }
         Frame& frame = m_frames.back();
-        const Index end = batch.stops.begin[frame.stop + 1];
-        const bool atPassedHub = hubCounts && hubNodesLeft == 0 && batch.siteStop[frame.stop] == hubStop;
-        frame.next = atPassedHub ? OnwardInBlock(batch, frame.stop, m_blockOf[edge], frame.next)
-                                 : Onward(batch, frame.next, end);
-        if (frame.next == end) {
+        const Stop& stop = batch.stops[frame.stop];
+        const bool atPassedHub = hubCounts && hubNodesLeft == 0 && stop.site == hubStop;
+        frame.next = atPassedHub ? OnwardInBlock(batch, frame.stop, m_seats[edge].block, frame.next)
+                                 : Onward(batch, stop, frame.next);
+        if (frame.next >= stop.end) {
             m_frames.pop_back();
             continue;
         }
-        const Step step = batch.stops.steps[frame.next++];
+        const Step step = batch.steps[frame.next++];
         ++m_work.edgesVisited;
         if (step.edge == frame.cameBy) {
             continue;
         }
-        if (hubCounts && m_blockOf[step.edge] != m_blockOf[edge] && (hubNodesLeft == 0 || m_isBridge[step.edge])) {
+        if (hubCounts && m_seats[step.edge].block != m_seats[edge].block &&
+            (hubNodesLeft == 0 || m_isBridge[step.edge])) {
             continue;
         }
         const Index mark = batch.marks[step.far];
         if (mark == arriving) {
-            path.push_back(step.edge);
+            m_path.push_back(step.edge);
             for (std::size_t depth = m_frames.size(); depth-- > 1;) {
-                path.push_back(m_frames[depth].cameBy);
+                m_path.push_back(m_frames[depth].cameBy);
             }
             return;
         }
-        if (mark != visited && (look == 0 || batch.looks[batch.siteStop[step.far]] >= look)) {
+        if (mark != visited && (look == 0 || batch.looks[batch.stops[step.far].site] >= look)) {
             enter(step.far, step.edge);
         }
     }
 }
 
-Index LoopFinder::Onward(Batch& batch, Index position, Index end) {
+Index LoopFinder::Onward(Batch& batch, const Stop& stop, Index position) {
+    if (stop.fixed) {
+        return OnwardFixed(batch, position, stop.end);
+    }
+    while (position < stop.end && !m_remains[batch.steps[position].edge]) {
+        ++position;
+        ++m_work.edgesVisited;
+    }
+    return position;
+}
+
+Index LoopFinder::OnwardFixed(Batch& batch, Index position, Index end) {
     Index found = position;
-    while (found < end && !m_remains[batch.stops.steps[found].edge]) {
+    while (found < end && !m_remains[batch.steps[found].edge]) {
         found = batch.onward[found];
         ++m_work.edgesVisited;
     }
     // Whoever comes by next goes straight on.
     while (position < found) {
         const Index next = batch.onward[position];
-        if (m_remains[batch.stops.steps[position].edge]) {
+        if (m_remains[batch.steps[position].edge]) {
             break;
         }
         batch.onward[position] = found;
@@ -590,29 +621,28 @@ Index LoopFinder::Onward(Batch& batch, Index position, Index end) {
 Index LoopFinder::OnwardInBlock(const Batch& batch, Index stop, Index block, Index position) {
     auto found = std::lower_bound(batch.hubSteps.begin(), batch.hubSteps.end(), HubStep{stop, block, position});
     for (; found != batch.hubSteps.end() && found->stop == stop && found->block == block; ++found) {
-        if (m_remains[batch.stops.steps[found->position].edge]) {
+        if (m_remains[batch.steps[found->position].edge]) {
             return found->position;
         }
         ++m_work.edgesVisited;
     }
-    return batch.stops.begin[stop + 1];
+    return batch.stops[stop].end;
 }
 
 bool LoopFinder::LookBack(Index edge, std::uint64_t steps) {
-    Batch& batch = *m_parts[m_partOf[edge]].batch;
+    Batch& batch = *m_parts[m_seats[edge].part].batch;
     const Index look = ++m_look;
     const std::uint64_t limit = m_work.edgesVisited + steps;
-    const Index origin = batch.siteStop[m_endStop[edge]];
+    const Index origin = batch.stops[m_seats[edge].endStop].site;
     batch.looks[origin] = look;
     m_ahead.assign(1, origin);
     for (std::size_t done = 0; done < m_ahead.size(); ++done) {
         const Index site = m_ahead[done];
-        Index stop = site;
+        Index number = site;
         do {
-            const Index end = batch.stops.begin[stop + 1];
-            for (Index next = Onward(batch, batch.stops.begin[stop], end); next < end;
-                 next = Onward(batch, next + 1, end)) {
-                const Index far = batch.siteStop[batch.stops.steps[next].far];
+            const Stop& stop = batch.stops[number];
+            for (Index next = Onward(batch, stop, stop.begin); next < stop.end; next = Onward(batch, stop, next + 1)) {
+                const Index far = batch.stops[batch.steps[next].far].site;
                 if (++m_work.edgesVisited > limit) {
                     return false;
                 }
@@ -621,51 +651,53 @@ bool LoopFinder::LookBack(Index edge, std::uint64_t steps) {
                     m_ahead.push_back(far);
                 }
             }
-            stop = batch.nextOfSite[stop];
-        } while (stop != site);
+            number = stop.nextOfSite;
+        } while (number != site);
     }
     return true;
 }
 
 Index LoopFinder::NodesToEnter(const Batch& batch, Index site) {
     Index nodes = 0;
-    Index stop = site;
+    Index number = site;
     do {
-        nodes += batch.named[stop] != 0 ? 1 : 0;
-        stop = batch.nextOfSite[stop];
-    } while (stop != site);
+        nodes += batch.stops[number].named != 0 ? 1 : 0;
+        number = batch.stops[number].nextOfSite;
+    } while (number != site);
     return nodes;
 }
 
 bool LoopFinder::IsPassed(const Batch& batch, Index site) const {
-    Index stop = site;
+    Index number = site;
     do {
-        if (batch.marks[stop] != 2 * m_walk && batch.named[stop] != 0) {
+        if (batch.marks[number] != 2 * m_walk && batch.stops[number].named != 0) {
             return false;
         }
-        stop = batch.nextOfSite[stop];
-    } while (stop != site);
+        number = batch.stops[number].nextOfSite;
+    } while (number != site);
     return true;
 }
 
 void LoopFinder::MarkArrivals(Index edge, Index mark) {
-    const Index part = m_partOf[edge];
-    Batch& batch = *m_parts[part].batch;
+    Batch& batch = *m_parts[m_seats[edge].part].batch;
     const auto site = m_siteNodes.find(SiteOf(m_end[edge]));
     if (site == m_siteNodes.end()) {
-        batch.marks[m_endStop[edge]] = mark;
+        batch.marks[m_seats[edge].endStop] = mark;
         return;
     }
-    for (const Index node : site->second) {
-        if (IsNear(node, m_end[edge])) {
-            batch.marks[m_stopOf[node]] = mark;
+    // A part that holds one node of a site holds them all, in a ring.
+    const Index first = batch.stops[m_seats[edge].endStop].site;
+    Index number = first;
+    do {
+        if (IsNear(batch.stops[number].node, m_end[edge])) {
+            batch.marks[number] = mark;
         }
-    }
+        number = batch.stops[number].nextOfSite;
+    } while (number != first);
 }
 
 bool LoopFinder::IsSamePipeTwice(Index left, Index right) const {
-    const double difference =
-        std::abs(m_edges[left]->GetPipeEnt()->GetLength()) - std::abs(m_edges[right]->GetPipeEnt()->GetLength());
+    const double difference = std::abs(m_pipes[left]->GetLength()) - std::abs(m_pipes[right]->GetLength());
     return std::abs(difference) < kSameLength;
 }
 
@@ -673,31 +705,49 @@ void LoopFinder::RemoveEdge(Index edge) {
     if (!m_remains[edge]) {
         return;
     }
-    Batch& batch = *m_parts[m_partOf[edge]].batch;
+    Batch& batch = *m_parts[m_seats[edge].part].batch;
     TakeOut(edge, batch);
-    for (const Index first : {batch.siteStop[m_startStop[edge]], batch.siteStop[m_endStop[edge]]}) {
+    for (const Index first : {batch.stops[m_seats[edge].startStop].site, batch.stops[m_seats[edge].endStop].site}) {
         // What hangs on by one edge now is a dead end, unless blocks meet where it hangs.
-        for (Index stop = first; batch.degree[stop] == 1;) {
-            const Index last = batch.combined[stop];
-            const Index start = batch.siteStop[m_startStop[last]];
-            const Index other = start == stop ? batch.siteStop[m_endStop[last]] : start;
-            if (m_joins[SiteOf(batch.stops.nodes[other])]) {
+        for (Index site = first; batch.stops[site].degree == 1;) {
+            const Index last = batch.stops[site].combined;
+            const Index start = batch.stops[m_seats[last].startStop].site;
+            const Index other = start == site ? batch.stops[m_seats[last].endStop].site : start;
+            if (m_joins[SiteOf(batch.stops[other].node)]) {
                 break;
             }
             TakeOut(last, batch);
-            stop = other;
+            site = other;
         }
     }
 }
 
 void LoopFinder::TakeOut(Index edge, Batch& batch) {
+    const Seat seat = m_seats[edge];
     m_remains[edge] = 0;
-    --m_parts[m_partOf[edge]].remaining;
-    for (const Index stop : {m_startStop[edge], m_endStop[edge]}) {
-        --batch.named[stop];
-        --batch.degree[batch.siteStop[stop]];
-        batch.combined[batch.siteStop[stop]] ^= edge;
+    --m_parts[seat.part].remaining;
+    for (const Index number : {seat.startStop, seat.endStop}) {
+        Stop& stop = batch.stops[number];
+        --stop.named;
+        if (!stop.fixed) {
+            EraseStep(batch, stop, edge);
+        }
+        Stop& site = batch.stops[stop.site];
+        --site.degree;
+        site.combined ^= edge;
     }
+}
+
+void LoopFinder::EraseStep(Batch& batch, Stop& stop, Index edge) {
+    // Callers may have listed an edge twice.
+    Index kept = stop.begin;
+    for (Index position = stop.begin; position < stop.end; ++position) {
+        const Step step = batch.steps[position];
+        if (step.edge != edge) {
+            batch.steps[kept++] = step;
+        }
+    }
+    stop.end = kept;
 }
 
 }  // namespace norvex::pipenet

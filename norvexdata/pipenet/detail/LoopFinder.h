@@ -30,8 +30,9 @@ namespace norvex::pipenet {
 // enter. When that look runs out, the walk goes on only where the look has been. So what a walk wastes is bounded by
 // the smaller of the pocket it has strayed into and the rest around its end.
 //
-// Edges are only ever taken away, so a part found earlier stays safe; it is merely coarser than need be. Walks charge
-// what they waste to their part, which is split anew when the waste outgrows it.
+// Edges are only ever taken away, so a part found earlier stays safe; it is merely coarser than need be. The coarsest is
+// the whole network without its dead ends, and walks begin with that. They charge what they waste to their part, which
+// is split, and split again, when the waste outgrows it.
 class LoopFinder {
   public:
     // The nodes and edges of a graph. apart: no two of the nodes are near each other.
@@ -55,6 +56,25 @@ class LoopFinder {
         std::vector<Index> begin;
         std::vector<Step> steps;
     };
+    // A node as seen from one part.
+    struct Stop {
+        Index node;
+        // The stop that stands for its site.
+        Index site;
+        // The next stop of its site, in a ring.
+        Index nextOfSite;
+        // Its range of steps.
+        Index begin;
+        Index end;
+        // Where the stop stands for its site: the part's remaining edges there, and their numbers combined by exclusive
+        // or.
+        Index degree;
+        Index combined;
+        // Ends of the part's remaining edges that name its node. A walk enters no other nodes.
+        Index named : 31;
+        // Steps whose edge is gone stay where they are, and are skipped with the help of Batch::onward.
+        Index fixed : 1;
+    };
     // A step from a node of a hub, to be found by its block.
     struct HubStep {
         Index stop;
@@ -63,30 +83,21 @@ class LoopFinder {
 
         auto operator<=>(const HubStep&) const = default;
     };
-    // The parts that came out of one split. A stop is a node as seen from one part.
+    // The parts that came out of one split.
     struct Batch {
         // Ordered by part, ascending inside one.
         std::vector<Index> edges;
-        // One list per stop, ordered by part.
-        Lists stops;
+        // Ordered by part.
+        std::vector<Stop> stops;
+        std::vector<Step> steps;
         // Per stop: the number of the last walk that came by, doubled, plus one where that walk would arrive.
         std::vector<Index> marks;
-        // Per stop: the stop that stands for its site.
-        std::vector<Index> siteStop;
-        // Per stop that stands for a site: the part's remaining edges there, and their numbers combined by exclusive
-        // or.
-        std::vector<Index> degree;
-        std::vector<Index> combined;
-        // Per stop: ends of the part's remaining edges that name its node. A walk enters no other nodes.
-        std::vector<Index> named;
-        // Per step: where to look on from a step whose edge is gone.
+        // Per stop that stands for a site: the number of the last look back from an end that came by.
+        std::vector<Index> looks;
+        // Per step of a fixed stop: where to look on when its edge is gone. Empty without such stops.
         std::vector<Index> onward;
         // Ascending.
         std::vector<HubStep> hubSteps;
-        // Per stop that stands for a site: the number of the last look back from an end that came by.
-        std::vector<Index> looks;
-        // Per stop: the next stop of its site, in a ring.
-        std::vector<Index> nextOfSite;
     };
     struct Part {
         std::shared_ptr<Batch> batch;
@@ -98,6 +109,8 @@ class LoopFinder {
         Index remaining;
         Index edgesAtSplit;
         std::uint64_t waste;
+        // Not split yet.
+        bool whole;
         // Every edge can be walked from both of its sites, so that what an end can be reached from is found from the
         // end.
         bool mutual;
@@ -108,6 +121,13 @@ class LoopFinder {
         Index stop;
         Index next;
         Index cameBy;
+    };
+    // Where an edge is.
+    struct Seat {
+        Index part = kNone;
+        Index block = 0;
+        Index startStop = 0;
+        Index endStop = 0;
     };
 
     // Reading the graph.
@@ -122,31 +142,35 @@ class LoopFinder {
     const AcGePoint3d& PointOf(Index node) const { return Access::Point(*m_nodes[node]); }
 
     // Taking edges away before any walk.
-    void RemoveBranchEdge();
     void StripTrees();
-    void SplitAll();
 
     // Parts.
-    Lists ListsOfGraph(const std::vector<Index>& edges);
+    void MakeWhole();
+    void ReadLists(Batch& batch);
     void Split(std::vector<Index>&& edges, const Lists& lists);
     void SplitAgain(Index part);
     std::vector<Index> PartsOf(const std::vector<Index>& edges);
     void MakeStops(Batch& batch, Index firstPart);
     void MakeSteps(Batch& batch, const Lists& lists);
     Index StopFor(Batch& batch, Index node, Index part);
+    void AddStop(Batch& batch, Index node, Index part, Index site, Index next);
     void AddSiteStops(Batch& batch, Index node, Index part);
     void CountDegrees(Batch& batch);
+    void FindMutual(const Batch& batch);
+    void FixStops(Batch& batch);
     void ListHubSteps(Batch& batch, Index firstPart);
 
     // Walks.
     void FindLoop(Index edge, std::vector<ZrOwEntity*>& loop);
-    // Leaves path empty when there is none.
-    void FindPath(Index edge, std::vector<Index>& path);
+    // Leaves m_path empty when there is none.
+    void FindPath(Index edge);
     void MarkArrivals(Index edge, Index mark);
-    // The first position from here on whose edge remains, or end.
-    Index Onward(Batch& batch, Index position, Index end);
+    // The first position of the stop's steps, from here on, whose edge remains; the end without one.
+    Index Onward(Batch& batch, const Stop& stop, Index position);
+    Index OnwardFixed(Batch& batch, Index position, Index end);
     // The same for steps of one block from a node of a hub.
     Index OnwardInBlock(const Batch& batch, Index stop, Index block, Index position);
+    bool IsWasteful(const Part& part, std::uint64_t walkWaste) const;
     // Looks back from the end of the edge over at most so many steps. Returns whether the look ran out before.
     bool LookBack(Index edge, std::uint64_t steps);
     // Number of nodes of the site that some remaining edge names.
@@ -156,6 +180,7 @@ class LoopFinder {
     bool IsSamePipeTwice(Index left, Index right) const;
     void RemoveEdge(Index edge);
     void TakeOut(Index edge, Batch& batch);
+    static void EraseStep(Batch& batch, Stop& stop, Index edge);
 
     std::vector<CCheckPipeLineNode*> m_nodes;
     const std::vector<CCheckPipeLineEdge*>& m_edges;
@@ -166,10 +191,8 @@ class LoopFinder {
     // Per edge: its nodes, and what is known of it.
     std::vector<Index> m_start;
     std::vector<Index> m_end;
-    std::vector<Index> m_partOf;
-    std::vector<Index> m_blockOf;
-    std::vector<Index> m_startStop;
-    std::vector<Index> m_endStop;
+    std::vector<Seat> m_seats;
+    std::vector<ZrOwPolyLine*> m_pipes;
     std::vector<unsigned char> m_remains;
     std::vector<unsigned char> m_isBridge;
     // Scratch: walked from the start, plus twice walked from the end.
@@ -189,6 +212,7 @@ class LoopFinder {
     std::vector<Index> m_stopPart;
 
     std::vector<Frame> m_frames;
+    std::vector<Index> m_path;
     std::vector<Index> m_ahead;
     Index m_walk = 0;
     Index m_look = 0;
