@@ -1,17 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "norvexdata/pipenet/CheckPipeLineNode.h"
 
-#include <algorithm>
-
 #include "norvexdata/pipenet/CheckPipeLineEdge.h"
+#include "norvexdata/pipenet/detail/EdgeList.h"
 #include "norvexdata/pipenet/detail/NetworkObjects.h"
 
-namespace {
-
-// Lists up to this length are looked through; a set pays off beyond it.
-constexpr std::size_t kShortList = 16;
-
-}  // namespace
+using norvex::pipenet::Access;
+using norvex::pipenet::EdgeList;
 
 CCheckPipeLineNode::CCheckPipeLineNode(const AcGePoint3d& point) : m_point(point) {
 }
@@ -19,38 +14,35 @@ CCheckPipeLineNode::CCheckPipeLineNode(const AcGePoint3d& point) : m_point(point
 CCheckPipeLineNode::~CCheckPipeLineNode() = default;
 
 void CCheckPipeLineNode::AppendEdge(boost::shared_ptr<CCheckPipeLineEdge> edge) {
-    const CCheckPipeLineEdge* added = edge.get();
-    if (IsListed(added)) {
+    EdgeList& list = List();
+    if (list.Contains(edge.get())) {
         return;
     }
-    if (m_pool != nullptr && m_pool->Keeper() == nullptr && norvex::pipenet::Access::Pool(*edge) == m_pool) {
+    if (m_pool != nullptr && m_pool->Keeper() == nullptr && Access::Pool(*edge) == m_pool) {
         // The last graph is gone and both lie in one pool, which lives as long as either: a counted link would keep the
         // pool alive by itself.
         edge = boost::shared_ptr<CCheckPipeLineEdge>(boost::shared_ptr<CCheckPipeLineEdge>(), edge.get());
     }
-    m_edges.push_back(std::move(edge));
-    if (m_listed) {
-        m_listed->insert(added);
-    }
+    list.Append(std::move(edge));
+}
+
+int CCheckPipeLineNode::GetConnectEdgeNum() const {
+    return Access::ListSize(*this);
 }
 
 std::vector<boost::shared_ptr<CCheckPipeLineEdge>>& CCheckPipeLineNode::GetConnectEdgeVec() {
-    m_handedOut = 1;
-    m_listed.reset();
-    return m_edges;
+    return List().HandOut();
 }
 
-bool CCheckPipeLineNode::IsListed(const CCheckPipeLineEdge* edge) {
-    if (m_handedOut || m_edges.size() <= kShortList) {
-        return std::any_of(m_edges.begin(), m_edges.end(), [edge](const boost::shared_ptr<CCheckPipeLineEdge>& listed) {
-            return listed.get() == edge;
-        });
-    }
-    if (!m_listed) {
-        m_listed = std::make_unique<std::unordered_set<const CCheckPipeLineEdge*>>();
-        for (const boost::shared_ptr<CCheckPipeLineEdge>& listed : m_edges) {
-            m_listed->insert(listed.get());
+EdgeList& CCheckPipeLineNode::List() {
+    if (!m_list) {
+        m_list = std::make_unique<EdgeList>();
+        if (m_listedCount != 0) {
+            const auto pool = m_pool->shared_from_this();
+            for (norvex::pipenet::Index entry = 0; entry < m_listedCount; ++entry) {
+                m_list->Append({pool, m_pool->Listed(m_firstListed + entry)});
+            }
         }
     }
-    return m_listed->count(edge) != 0;
+    return *m_list;
 }

@@ -4,7 +4,6 @@
 #include <boost/shared_ptr.hpp>
 #include <cstdint>
 #include <memory>
-#include <unordered_set>
 #include <vector>
 
 #include "norvexdata/Export.h"
@@ -13,6 +12,7 @@
 class CCheckPipeLineEdge;
 
 namespace norvex::pipenet {
+class EdgeList;
 class ObjectPool;
 struct Access;
 }  // namespace norvex::pipenet
@@ -34,7 +34,7 @@ class NORVEXDATA_API CCheckPipeLineNode {
     // handed out for changing; from then on the list is looked through.
     void AppendEdge(boost::shared_ptr<CCheckPipeLineEdge> edge);
     // Number of edges that end here.
-    int GetConnectEdgeNum() const { return static_cast<int>(m_edges.size()); }
+    int GetConnectEdgeNum() const;
     // The edges that end here, in the order in which they were appended; callers may change it. The reference is good
     // while the node lives.
     std::vector<boost::shared_ptr<CCheckPipeLineEdge>>& GetConnectEdgeVec();
@@ -42,18 +42,18 @@ class NORVEXDATA_API CCheckPipeLineNode {
   private:
     friend struct norvex::pipenet::Access;
 
-    bool IsListed(const CCheckPipeLineEdge* edge);
+    norvex::pipenet::EdgeList& List();
 
-    std::vector<boost::shared_ptr<CCheckPipeLineEdge>> m_edges;
     AcGePoint3d m_point;
     // The pool that this node lies in; null for a node made one by one.
     norvex::pipenet::ObjectPool* m_pool = nullptr;
-    // Everything in m_edges, for a long list that was never handed out.
-    std::unique_ptr<std::unordered_set<const CCheckPipeLineEdge*>> m_listed;
+    // The edges that end here; null while they are those that a search has listed, or none.
+    std::unique_ptr<norvex::pipenet::EdgeList> m_list;
+    // Until then: the node's range of the pool's lists.
+    std::uint32_t m_firstListed = 0;
+    std::uint32_t m_listedCount = 0;
     // Position in the node list of the graph that created the node.
     std::uint32_t m_index = 0;
     // Graphs, other than those of its pool, that keep the node.
-    std::uint32_t m_adopters : 31 = 0;
-    // The list was handed out, so that it may change at any time without the node being told.
-    std::uint32_t m_handedOut : 1 = 0;
+    std::uint32_t m_adopters = 0;
 };

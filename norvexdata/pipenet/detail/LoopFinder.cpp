@@ -21,6 +21,8 @@ constexpr std::uint64_t kWastePerEdge = 4;
 constexpr std::uint64_t kWholeByWaste = 4;
 // Steps are erased from lists of up to this length: they are short against the walk that has just passed.
 constexpr Index kShortList = 8;
+// Edges of a path whose memory is on its way while an earlier one is taken out.
+constexpr std::size_t kReadAhead = 8;
 // A walk shorter than this arrives before a look back from its end would pay.
 constexpr std::uint64_t kStepsBeforeLook = 32;
 // Up to this many unlisted nodes are compared with all others one by one; a search leaves one.
@@ -59,7 +61,7 @@ void LoopFinder::ReadEdges() {
     // Lists do not change while loops are looked for, so that taking the edges at dead ends away once does for all.
     // Nothing is near a point that is not finite, so no step leads on from there and no walk arrives.
     const auto leadsOn = [](CCheckPipeLineNode* node) {
-        return node != nullptr && node->GetConnectEdgeNum() != 1 && IsFinite(Access::Point(*node));
+        return node != nullptr && Access::ListSize(*node) != 1 && IsFinite(Access::Point(*node));
     };
     for (std::size_t edge = 0; edge < count; ++edge) {
         CCheckPipeLineNode* const start = Access::Start(*m_edges[edge]);
@@ -234,19 +236,32 @@ void LoopFinder::MakeWhole() {
 
 void LoopFinder::ReadLists(Batch& batch) {
     batch.steps.reserve(2 * batch.edges.size());
+    const ObjectPool* const pool = Access::Pool(*m_edges.front());
     for (Stop& stop : batch.stops) {
         stop.begin = static_cast<Index>(batch.steps.size());
-        for (const boost::shared_ptr<CCheckPipeLineEdge>& listed : Access::List(*m_nodes[stop.node])) {
-            const Index edge = NumberOf(listed.get());
-            if (edge == kNone || !m_remains[edge]) {
-                continue;
+        CCheckPipeLineNode& node = *m_nodes[stop.node];
+        if (const EdgeList* list = Access::List(node)) {
+            for (const boost::shared_ptr<CCheckPipeLineEdge>& listed : list->Edges()) {
+                ReadEntry(batch, stop.node, NumberOf(listed.get()));
             }
-            const Index far = FarNode(stop.node, edge);
-            if (far != kNone) {
-                batch.steps.push_back({edge, m_stopOf[far]});
+        } else if (Access::Pool(node) == pool && pool != nullptr) {
+            // The pool's edges come first in the graph's list, in the order of making.
+            for (Index entry = 0; entry < Access::ListedCount(node); ++entry) {
+                ReadEntry(batch, stop.node, pool->ListedNumber(Access::FirstListed(node) + entry));
             }
         }
         stop.end = static_cast<Index>(batch.steps.size());
+    }
+}
+
+inline void LoopFinder::ReadEntry(Batch& batch, Index node, Index edge) {
+    if (edge == kNone || !m_remains[edge]) {
+        return;
+    }
+    const Index far = FarNode(node, edge);
+    if (far != kNone) {
+        batch.steps.push_back({edge, m_stopOf[far]});
+        MarkWalkable(edge, SiteOf(node) == SiteOf(m_start[edge]), SiteOf(node) == SiteOf(m_end[edge]));
     }
 }
 
@@ -275,6 +290,7 @@ void LoopFinder::Split(std::vector<Index>&& edges, const Lists& lists) {
     MakeStops(*batch, firstPart);
     MakeSteps(*batch, lists);
     CountDegrees(*batch);
+    FindWalkable(*batch);
     FindMutual(*batch);
     ListHubSteps(*batch, firstPart);
     FixStops(*batch);
@@ -411,19 +427,24 @@ void LoopFinder::CountDegrees(Batch& batch) {
     }
 }
 
-void LoopFinder::FindMutual(const Batch& batch) {
-    // Per edge of the batch: walked from its start's site, and from its end's.
+void LoopFinder::FindWalkable(const Batch& batch) {
     for (const Index edge : batch.edges) {
         m_walkable[edge] = 0;
     }
     for (const Stop& stop : batch.stops) {
         for (Index position = stop.begin; position < stop.end; ++position) {
             const Index edge = batch.steps[position].edge;
-            const bool fromStart = stop.site == batch.stops[m_seats[edge].startStop].site;
-            const bool fromEnd = stop.site == batch.stops[m_seats[edge].endStop].site;
-            m_walkable[edge] = static_cast<unsigned char>(m_walkable[edge] | (fromStart ? 1 : 0) | (fromEnd ? 2 : 0));
+            MarkWalkable(edge, stop.site == batch.stops[m_seats[edge].startStop].site,
+                         stop.site == batch.stops[m_seats[edge].endStop].site);
         }
     }
+}
+
+inline void LoopFinder::MarkWalkable(Index edge, bool fromStart, bool fromEnd) {
+    m_walkable[edge] = static_cast<unsigned char>(m_walkable[edge] | (fromStart ? 1 : 0) | (fromEnd ? 2 : 0));
+}
+
+void LoopFinder::FindMutual(const Batch& batch) {
     for (const Index edge : batch.edges) {
         if (m_walkable[edge] != 3) {
             m_parts[m_seats[edge].part].mutual = false;
@@ -505,9 +526,12 @@ void LoopFinder::FindLoop(Index edge, std::vector<ZrOwEntity*>& loop) {
     if (!m_path.empty()) {
         if (m_path.size() != 1 || !IsSamePipeTwice(m_path.front(), edge)) {
             loop.reserve(m_path.size() + 1);
-            for (const Index step : m_path) {
-                loop.push_back(m_pipes[step]);
-                RemoveEdge(step);
+            for (std::size_t position = 0; position < m_path.size(); ++position) {
+                const Index soon = m_path[std::min(position + kReadAhead, m_path.size() - 1)];
+                __builtin_prefetch(&m_seats[soon]);
+                __builtin_prefetch(&m_pipes[soon]);
+                loop.push_back(m_pipes[m_path[position]]);
+                RemoveEdge(m_path[position]);
             }
             loop.push_back(m_pipes[edge]);
         }
@@ -528,63 +552,89 @@ void LoopFinder::FindPath(Index edge) {
     const Part& part = m_parts[m_seats[edge].part];
     Batch& batch = *part.batch;
     ++m_work.searches;
-    const Index visited = 2 * ++m_walk;
-    const Index arriving = visited + 1;
-    // Once no node of the hub is left to enter, what lies beyond it is out of reach, unless the walk ends at the hub.
-    const bool hubCounts = part.hub != kNone && SiteOf(m_end[edge]) != part.hub;
-    const Index hubStop = hubCounts ? batch.stops[m_stopOf[part.hub]].site : kNone;
-    Index hubNodesLeft = hubCounts ? NodesToEnter(batch, hubStop) : 0;
-
-    const auto enter = [&](Index number, Index cameBy) {
-        const Stop& stop = batch.stops[number];
-        batch.marks[number] = visited;
-        if (hubCounts && stop.site == hubStop && stop.named != 0) {
-            --hubNodesLeft;
-        }
-        m_frames.push_back({number, stop.begin, cameBy});
-    };
+    ++m_walk;
+    Walk walk{2 * m_walk, 2 * m_walk + 1, m_seats[edge].block, kNone, 0, 0};
+    if (part.hub != kNone && SiteOf(m_end[edge]) != part.hub) {
+        walk.hub = batch.stops[m_stopOf[part.hub]].site;
+        walk.hubNodesLeft = NodesToEnter(batch, walk.hub);
+    }
     m_frames.clear();
-    enter(m_seats[edge].startStop, edge);
-    MarkArrivals(edge, arriving);
+    Enter(batch, walk, m_seats[edge].startStop, edge);
+    MarkArrivals(edge, walk.arriving);
     const std::uint64_t before = m_work.edgesVisited;
     std::uint64_t lookAt = part.mutual ? before + kStepsBeforeLook : ~std::uint64_t{0};
-    // The last look that ran out. Later ones that did not have only been where that one has.
-    Index look = 0;
     while (!m_frames.empty()) {
         if (m_work.edgesVisited >= lookAt) {
             if (LookBack(edge, m_work.edgesVisited - before)) {
-                look = m_look;
+                walk.look = m_look;
             }
             lookAt = before + 2 * (m_work.edgesVisited - before);
         }
         Frame& frame = m_frames.back();
         const Stop& stop = batch.stops[frame.stop];
-        const bool atPassedHub = hubCounts && hubNodesLeft == 0 && stop.site == hubStop;
-        frame.next = atPassedHub ? OnwardInBlock(batch, frame.stop, m_seats[edge].block, frame.next)
-                                 : Onward(batch, stop, frame.next);
-        if (frame.next >= stop.end) {
+        const Index found =
+            stop.fixed || walk.hub != kNone ? NextOfMany(batch, walk, frame) : NextOfFew(batch, walk, frame);
+        if (found == stop.end) {
             m_frames.pop_back();
             continue;
         }
-        const Step step = batch.steps[frame.next++];
-        ++m_work.edgesVisited;
-        if (step.edge == frame.cameBy) {
-            continue;
-        }
-        if (hubCounts && m_seats[step.edge].block != m_seats[edge].block &&
-            (hubNodesLeft == 0 || m_isBridge[step.edge])) {
-            continue;
-        }
-        const Index mark = batch.marks[step.far];
-        if (mark == arriving) {
+        frame.next = found + 1;
+        const Step step = batch.steps[found];
+        if (batch.marks[step.far] == walk.arriving) {
             m_path.push_back(step.edge);
             for (std::size_t depth = m_frames.size(); depth-- > 1;) {
                 m_path.push_back(m_frames[depth].cameBy);
             }
             return;
         }
-        if (mark != visited && (look == 0 || batch.looks[batch.stops[step.far].site] >= look)) {
-            enter(step.far, step.edge);
+        Enter(batch, walk, step.far, step.edge);
+    }
+}
+
+inline void LoopFinder::Enter(Batch& batch, Walk& walk, Index number, Index cameBy) {
+    const Stop& stop = batch.stops[number];
+    batch.marks[number] = walk.visited;
+    if (stop.site == walk.hub && stop.named != 0) {
+        --walk.hubNodesLeft;
+    }
+    m_frames.push_back({number, stop.begin, cameBy});
+}
+
+inline bool LoopFinder::LeadsOn(const Batch& batch, const Walk& walk, const Step& step) {
+    const Index mark = batch.marks[step.far];
+    return mark == walk.arriving ||
+           (mark != walk.visited && (walk.look == 0 || batch.looks[batch.stops[step.far].site] >= walk.look));
+}
+
+inline Index LoopFinder::NextOfFew(const Batch& batch, const Walk& walk, const Frame& frame) {
+    const Index end = batch.stops[frame.stop].end;
+    for (Index position = frame.next; position < end; ++position) {
+        const Step step = batch.steps[position];
+        if (step.edge != frame.cameBy && LeadsOn(batch, walk, step) && m_remains[step.edge]) {
+            m_work.edgesVisited += position - frame.next + 1;
+            return position;
+        }
+    }
+    m_work.edgesVisited += end - frame.next;
+    return end;
+}
+
+Index LoopFinder::NextOfMany(Batch& batch, const Walk& walk, const Frame& frame) {
+    const Stop& stop = batch.stops[frame.stop];
+    const bool hubCounts = walk.hub != kNone;
+    const bool atPassedHub = hubCounts && walk.hubNodesLeft == 0 && stop.site == walk.hub;
+    for (Index position = frame.next;; ++position) {
+        position = atPassedHub ? OnwardInBlock(batch, frame.stop, walk.block, position)
+                               : Onward(batch, stop, position);
+        if (position == stop.end) {
+            return position;
+        }
+        const Step step = batch.steps[position];
+        ++m_work.edgesVisited;
+        const bool inBlock = !hubCounts || m_seats[step.edge].block == walk.block ||
+                             (walk.hubNodesLeft != 0 && !m_isBridge[step.edge]);
+        if (step.edge != frame.cameBy && inBlock && LeadsOn(batch, walk, step)) {
+            return position;
         }
     }
 }

@@ -122,6 +122,21 @@ class LoopFinder {
         Index next;
         Index cameBy;
     };
+    // One walk from the start of an edge to near its end.
+    struct Walk {
+        // Marks of stops where it has been, and where it would arrive.
+        Index visited;
+        Index arriving;
+        // Of the edge that it is to close with.
+        Index block;
+        // The hub's stop that stands for its site, and the number of its nodes that can still be entered. Once there is
+        // none, what lies beyond the hub is out of reach, so that only the edge's own block can lead on. kNone without a
+        // hub, or when the walk ends there.
+        Index hub;
+        Index hubNodesLeft;
+        // The last look back that ran out; 0 without one. Later ones that did not have only been where that one has.
+        Index look;
+    };
     // Where an edge is.
     struct Seat {
         Index part = kNone;
@@ -147,6 +162,7 @@ class LoopFinder {
     // Parts.
     void MakeWhole();
     void ReadLists(Batch& batch);
+    void ReadEntry(Batch& batch, Index node, Index edge);
     void Split(std::vector<Index>&& edges, const Lists& lists);
     void SplitAgain(Index part);
     std::vector<Index> PartsOf(const std::vector<Index>& edges);
@@ -156,6 +172,8 @@ class LoopFinder {
     void AddStop(Batch& batch, Index node, Index part, Index site, Index next);
     void AddSiteStops(Batch& batch, Index node, Index part);
     void CountDegrees(Batch& batch);
+    void FindWalkable(const Batch& batch);
+    void MarkWalkable(Index edge, bool fromStart, bool fromEnd);
     void FindMutual(const Batch& batch);
     void FixStops(Batch& batch);
     void ListHubSteps(Batch& batch, Index firstPart);
@@ -165,6 +183,13 @@ class LoopFinder {
     // Leaves m_path empty when there is none.
     void FindPath(Index edge);
     void MarkArrivals(Index edge, Index mark);
+    void Enter(Batch& batch, Walk& walk, Index number, Index cameBy);
+    // Whether the walk arrives with the step, or enters a new node that may get it there.
+    static bool LeadsOn(const Batch& batch, const Walk& walk, const Step& step);
+    // The position of the next step to follow from the node of the frame; the end of the stop's steps without one.
+    Index NextOfFew(const Batch& batch, const Walk& walk, const Frame& frame);
+    // The same for a fixed stop, or with a hub.
+    Index NextOfMany(Batch& batch, const Walk& walk, const Frame& frame);
     // The first position of the stop's steps, from here on, whose edge remains; the end without one.
     Index Onward(Batch& batch, const Stop& stop, Index position);
     Index OnwardFixed(Batch& batch, Index position, Index end);
@@ -195,7 +220,7 @@ class LoopFinder {
     std::vector<ZrOwPolyLine*> m_pipes;
     std::vector<unsigned char> m_remains;
     std::vector<unsigned char> m_isBridge;
-    // Scratch: walked from the start, plus twice walked from the end.
+    // Can be walked from the start's site, plus twice from the end's.
     std::vector<unsigned char> m_walkable;
 
     // Per node: a node that stands for its site. Empty while every site is a single node.

@@ -15,6 +15,15 @@ CCheckPipeLineEdge* ObjectPool::MakeEdge(ZrOwPolyLine* pipe) {
     return edge;
 }
 
+void ObjectPool::AddList(CCheckPipeLineNode& node, Index room) {
+    Access::FirstListed(node) = static_cast<Index>(m_lists.size());
+    m_lists.resize(m_lists.size() + room);
+}
+
+void ObjectPool::Append(CCheckPipeLineNode& node, Index edge) {
+    m_lists[Access::FirstListed(node) + Access::ListedCount(node)++] = edge;
+}
+
 void ObjectPool::Cut() {
     m_keeper = nullptr;
     m_edges.ForEach([](CCheckPipeLineEdge& edge) { Access::CutPooled(edge); });
@@ -33,7 +42,8 @@ NetworkKeeper::~NetworkKeeper() {
             Access::DropList(*node);
         }
     }
-    if (m_pool) {
+    // Without another holder the objects go now.
+    if (m_pool && m_pool.use_count() > 1) {
         m_pool->Cut();
     }
 }
@@ -88,9 +98,8 @@ void Access::SetKeeper(CCheckPipeLineEdge& edge, const boost::shared_ptr<Network
 
 void Access::DropList(CCheckPipeLineNode& node) {
     // Taken out first, because the last reference to another pool may be among the entries.
-    std::vector<boost::shared_ptr<CCheckPipeLineEdge>> dropped;
-    dropped.swap(node.m_edges);
-    node.m_listed.reset();
+    const std::unique_ptr<EdgeList> dropped = std::move(node.m_list);
+    node.m_listedCount = 0;
 }
 
 LoopWork LastLoopWork(const CCheckPipeLineGraph& graph) {

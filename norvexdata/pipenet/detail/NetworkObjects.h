@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <bit>
 #include <boost/enable_shared_from_this.hpp>
 #include <boost/shared_ptr.hpp>
 #include <cstdint>
@@ -10,6 +11,7 @@
 #include <vector>
 
 #include "norvexdata/pipenet/CheckPipeLineGraph.h"
+#include "norvexdata/pipenet/detail/EdgeList.h"
 
 // Who owns what in a network.
 //
@@ -18,8 +20,9 @@
 //   edge  ..> its nodes, weakly
 //
 // Objects made one by one have counts of their own, and nothing points back up, so they form no cycle. Objects of a
-// search lie in a pool and share the pool's count, which makes a million of them small and quick; there a node's list
-// holds the pool that holds the node. The keeper breaks that circle when the last graph that shares it is gone.
+// search lie in a pool and share the pool's count, which makes a million of them small and quick. The pool also has
+// their lists, as plain numbers; the list of a node that a caller asks for becomes one of shared pointers, which hold
+// the pool that holds the node. The keeper breaks that circle when the last graph that shares it is gone.
 namespace norvex::pipenet {
 
 // Position in a list of nodes, edges or the like.
@@ -54,6 +57,17 @@ class Chunks {
         Object* made = new (chunk.objects + chunk.size) Object(argument);
         ++chunk.size;
         return made;
+    }
+
+    Object* At(std::size_t number) {
+        // Chunks double from the smallest to the largest, and stay at that.
+        constexpr std::size_t kDoubling = std::bit_width(kLargest / kSmallest) - 1;
+        constexpr std::size_t kInDoubling = kSmallest * ((std::size_t{1} << kDoubling) - 1);
+        if (number >= kInDoubling) {
+            return m_chunks[kDoubling + (number - kInDoubling) / kLargest].objects + (number - kInDoubling) % kLargest;
+        }
+        const auto chunk = static_cast<std::size_t>(std::bit_width(number / kSmallest + 1)) - 1;
+        return m_chunks[chunk].objects + (number - kSmallest * ((std::size_t{1} << chunk) - 1));
     }
 
     template <class Visit>
@@ -92,6 +106,13 @@ class ObjectPool : public boost::enable_shared_from_this<ObjectPool> {
 
     CCheckPipeLineNode* MakeNode(const AcGePoint3d& point);
     CCheckPipeLineEdge* MakeEdge(ZrOwPolyLine* pipe);
+    // Adds an empty list for the node, with room for so many entries.
+    void AddList(CCheckPipeLineNode& node, Index room);
+    // Appends an edge of this pool, given by its number in the order of making.
+    void Append(CCheckPipeLineNode& node, Index edge);
+    // The edge of an entry of the lists, and its number.
+    CCheckPipeLineEdge* Listed(Index entry) { return m_edges.At(m_lists[entry]); }
+    Index ListedNumber(Index entry) const { return m_lists[entry]; }
     // Null once no graph is left.
     NetworkKeeper* Keeper() const { return m_keeper; }
     // The last graph is gone: takes the links between the objects away, except what other graphs still use.
@@ -100,6 +121,8 @@ class ObjectPool : public boost::enable_shared_from_this<ObjectPool> {
   private:
     Chunks<CCheckPipeLineNode> m_nodes;
     Chunks<CCheckPipeLineEdge> m_edges;
+    // The lists of the nodes, one after the other, as numbers of edges.
+    std::vector<Index> m_lists;
     NetworkKeeper* m_keeper;
 };
 
@@ -127,7 +150,13 @@ class NetworkKeeper : public boost::enable_shared_from_this<NetworkKeeper> {
 
 // The private fields of the fixed classes, for the code of this room.
 struct Access {
-    static std::vector<boost::shared_ptr<CCheckPipeLineEdge>>& List(CCheckPipeLineNode& node) { return node.m_edges; }
+    // Null while the node's edges are a range of its pool's lists, or none.
+    static const EdgeList* List(const CCheckPipeLineNode& node) { return node.m_list.get(); }
+    static Index& FirstListed(CCheckPipeLineNode& node) { return node.m_firstListed; }
+    static Index& ListedCount(CCheckPipeLineNode& node) { return node.m_listedCount; }
+    static int ListSize(const CCheckPipeLineNode& node) {
+        return node.m_list ? static_cast<int>(node.m_list->Edges().size()) : static_cast<int>(node.m_listedCount);
+    }
     static const AcGePoint3d& Point(const CCheckPipeLineNode& node) { return node.m_point; }
     static Index& Position(CCheckPipeLineNode& node) { return node.m_index; }
     static Index& Position(CCheckPipeLineEdge& edge) { return edge.m_index; }

@@ -259,8 +259,13 @@ void PipeSearch::Grow(CCheckPipeLineNode& seed, CCheckPipeLineGraph& graph) {
             continue;
         }
         const End end = frame.found ? m_found[frame.next] : m_ends[frame.next];
+        CCheckPipeLineNode& node = *frame.node;
         ++frame.next;
-        Follow(end, *frame.node, graph);
+        // A run of pipes needs no way back.
+        if (frame.next == frame.end && !frame.found) {
+            m_frames.pop_back();
+        }
+        Follow(end, node, graph);
     }
     Access::SetSearched(graph);
 }
@@ -280,7 +285,7 @@ void PipeSearch::Open(CCheckPipeLineNode& node, Index place) {
         const Index first = m_places[place].firstEnd;
         m_frames.push_back({&node, first, first, first + m_places[place].endCount, false});
     }
-    Access::List(node).reserve(m_frames.back().end - m_frames.back().next);
+    m_pool->AddList(node, m_frames.back().end - m_frames.back().next);
 }
 
 void PipeSearch::FindPipes(const AcGePoint3d& point) {
@@ -302,14 +307,14 @@ void PipeSearch::Follow(const End& end, CCheckPipeLineNode& node, CCheckPipeLine
     Pipe& entry = m_pipes[end.pipe];
     if (entry.edge != kNone) {
         if (entry.edge >= m_firstEdge) {
-            Access::List(node).emplace_back(m_pool, Access::Edges(graph)[entry.edge - m_firstEdge]);
+            m_pool->Append(node, entry.edge - m_firstEdge);
         }
         return;
     }
     CCheckPipeLineEdge* edge = m_pool->MakeEdge(entry.pipe);
     Access::Add(graph, edge);
     entry.edge = m_firstEdge + Access::Position(*edge);
-    Access::List(node).emplace_back(m_pool, edge);
+    m_pool->Append(node, Access::Position(*edge));
     Access::SetPooledStart(*edge, &node);
 
     const Index far = end.far != kNone ? end.far : LookUpPlace(edge->GetSearchPoint(Access::Point(node)));
