@@ -112,6 +112,9 @@ class HalfTrusting : public INorvexService {
         records = &m_records;
     }
     bool IsErrorTrusted(const std::string&) override { return false; }
+    void RegisterRule(INorvexRule*) override {}
+    void ReportFinding(const NS_NORVEX::Finding&) override {}
+    bool ReportProgress(int, int) override { return true; }
 
   private:
     CZRArray<NS_NORVEX::ComponentInfo> m_records;

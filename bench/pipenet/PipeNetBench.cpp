@@ -22,8 +22,9 @@ std::size_t peak = 0;
 
 }  // namespace
 
-void* operator new(std::size_t size) {
-    void* memory = std::malloc(size);
+namespace {
+
+void* Count(void* memory) {
     if (memory == nullptr) {
         throw std::bad_alloc();
     }
@@ -35,15 +36,37 @@ void* operator new(std::size_t size) {
     return memory;
 }
 
-void operator delete(void* memory) noexcept {
+void Release(void* memory) {
     if (counting && memory != nullptr) {
         current -= malloc_usable_size(memory) + 8;
     }
     std::free(memory);
 }
 
+}  // namespace
+
+void* operator new(std::size_t size) {
+    return Count(std::malloc(size));
+}
+
+void* operator new(std::size_t size, std::align_val_t alignment) {
+    return Count(std::aligned_alloc(static_cast<std::size_t>(alignment), size));
+}
+
+void operator delete(void* memory) noexcept {
+    Release(memory);
+}
+
 void operator delete(void* memory, std::size_t) noexcept {
-    operator delete(memory);
+    Release(memory);
+}
+
+void operator delete(void* memory, std::align_val_t) noexcept {
+    Release(memory);
+}
+
+void operator delete(void* memory, std::size_t, std::align_val_t) noexcept {
+    Release(memory);
 }
 
 namespace norvex::bench {

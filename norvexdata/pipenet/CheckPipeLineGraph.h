@@ -9,6 +9,7 @@
 #include "norvexdata/pipenet/CheckPipeLineEdge.h"
 #include "norvexdata/pipenet/CheckPipeLineNode.h"
 #include "norvexdata/pipenet/LoopWork.h"
+#include "platform/kernel/LargeMemory.h"
 
 class ZrOwEntity;
 
@@ -60,8 +61,8 @@ class NORVEXDATA_API CCheckPipeLineGraph {
 
     // Keeps every object below alive; shared by copies.
     boost::shared_ptr<norvex::pipenet::NetworkKeeper> m_keeper;
-    std::vector<CCheckPipeLineEdge*> m_edges;
-    std::vector<CCheckPipeLineNode*> m_nodes;
+    norvex::kernel::LargeVector<CCheckPipeLineEdge*> m_edges;
+    norvex::kernel::LargeVector<CCheckPipeLineNode*> m_nodes;
     // Answers GetNode and GetEdge; made on first use.
     mutable std::unique_ptr<norvex::pipenet::GraphIndex> m_lookup;
     norvex::pipenet::LoopWork m_loopWork;

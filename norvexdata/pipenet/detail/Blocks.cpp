@@ -13,7 +13,7 @@ struct Graph {
         Index other;
     };
 
-    Graph(const std::vector<Link>& links, std::vector<Index>& numberOf) {
+    Graph(const kernel::LargeVector<Link>& links, kernel::LargeVector<Index>& numberOf) {
         for (const Link& link : links) {
             numberOf[link.first] = numberOf[link.second] = kNone;
         }
@@ -44,9 +44,9 @@ struct Graph {
         }
     }
 
-    std::vector<Index> vertices;
-    std::vector<Index> begin;
-    std::vector<Arc> arcs;
+    kernel::LargeVector<Index> vertices;
+    kernel::LargeVector<Index> begin;
+    kernel::LargeVector<Arc> arcs;
 };
 
 // Depth-first search that closes a block whenever nothing below a link reaches above the link's upper vertex.
@@ -133,14 +133,14 @@ class BlockSearch {
     const Graph& m_graph;
     Blocks& m_blocks;
     // Per vertex: when it was entered, counted from 1, and the earliest vertex reached from below it.
-    std::vector<Index> m_order;
-    std::vector<Index> m_low;
+    kernel::LargeVector<Index> m_order;
+    kernel::LargeVector<Index> m_low;
     Index m_count = 0;
-    std::vector<Frame> m_frames;
-    std::vector<Index> m_open;
+    kernel::LargeVector<Frame> m_frames;
+    kernel::LargeVector<Index> m_open;
 };
 
-Index RootOf(std::vector<Index>& parent, Index block) {
+Index RootOf(kernel::LargeVector<Index>& parent, Index block) {
     while (parent[block] != block) {
         parent[block] = parent[parent[block]];
         block = parent[block];
@@ -150,13 +150,13 @@ Index RootOf(std::vector<Index>& parent, Index block) {
 
 }  // namespace
 
-Blocks FindBlocks(const std::vector<Link>& links, std::vector<Index>& numberOf,
-                  const std::vector<unsigned char>& joins) {
+Blocks FindBlocks(const kernel::LargeVector<Link>& links, kernel::LargeVector<Index>& numberOf,
+                  const kernel::LargeVector<unsigned char>& joins) {
     Blocks blocks;
     const Graph graph(links, numberOf);
     BlockSearch(graph, links.size(), blocks).Run();
 
-    std::vector<Index> parent(blocks.isBridge.size());
+    kernel::LargeVector<Index> parent(blocks.isBridge.size());
     for (Index block = 0; block < parent.size(); ++block) {
         parent[block] = block;
     }

@@ -17,11 +17,11 @@ struct Link {
 // The blocks (biconnected parts) of a graph. A link from a vertex to itself is a block of its own.
 struct Blocks {
     // Per link.
-    std::vector<Index> blockOf;
+    kernel::LargeVector<Index> blockOf;
     // Per block: it is a single link between two vertices.
-    std::vector<unsigned char> isBridge;
+    kernel::LargeVector<unsigned char> isBridge;
     // Per block: the blocks that meet at joining vertices, directly or through others, are one part.
-    std::vector<Index> partOfBlock;
+    kernel::LargeVector<Index> partOfBlock;
     Index parts = 0;
     // Each joining vertex of the graph, with the part of the blocks that meet there.
     std::vector<std::pair<Index, Index>> joined;
@@ -29,7 +29,7 @@ struct Blocks {
 
 // Linear in the number of links, and without recursion. numberOf is scratch, one entry per vertex; joins tells per
 // vertex whether blocks that meet there are one part.
-Blocks FindBlocks(const std::vector<Link>& links, std::vector<Index>& numberOf,
-                  const std::vector<unsigned char>& joins);
+Blocks FindBlocks(const kernel::LargeVector<Link>& links, kernel::LargeVector<Index>& numberOf,
+                  const kernel::LargeVector<unsigned char>& joins);
 
 }  // namespace norvex::pipenet

@@ -38,6 +38,11 @@ class CellGrid {
         : m_reach(reach * (1.0 + 1e-9)), m_scale(1.0 / std::max(kSmallestCell, kReachesPerCell * reach)) {}
 
     Cell Of(const AcGePoint3d& point) const { return {Along(point.x), Along(point.y), Along(point.z)}; }
+    // Whether the point surely has nothing in reach outside its cell. Quicker than asking for the lowest and the
+    // highest corner; false says nothing.
+    bool IsWellInside(const AcGePoint3d& point) const {
+        return IsWellInside(point.x) && IsWellInside(point.y) && IsWellInside(point.z);
+    }
     // The cells of the lowest and the highest corner of the box within reach of the point.
     Cell Low(const AcGePoint3d& point) const {
         return {Along(point.x - m_reach), Along(point.y - m_reach), Along(point.z - m_reach)};
@@ -78,6 +83,22 @@ class CellGrid {
         const auto truncated = static_cast<std::int64_t>(scaled);
         return truncated - (scaled < static_cast<double>(truncated) ? 1 : 0);
     }
+
+    bool IsWellInside(double coordinate) const {
+        const double scaled = coordinate * m_scale + kOffset;
+        if (!(std::abs(scaled) < kPreciseUpTo)) {
+            return false;
+        }
+        const double truncated = static_cast<double>(static_cast<std::int64_t>(scaled));
+        // Below zero, a fraction counts from the cell's other side.
+        const double fraction = std::abs(scaled - truncated);
+        const double margin = m_reach * m_scale + kRounding;
+        return fraction > margin && fraction < 1.0 - margin;
+    }
+
+    // Up to here the fraction of a scaled coordinate is right within the rounding allowed for, a dozen times over.
+    static constexpr double kPreciseUpTo = 1 << 28;
+    static constexpr double kRounding = 1e-6;
 
     double m_reach;
     double m_scale;

@@ -25,8 +25,9 @@ class EdgeList {
     // Constant time on average; once the list was handed out, every entry has to be looked at.
     bool Contains(const CCheckPipeLineEdge* edge) {
         if (m_handedOut || m_edges.size() <= kShort) {
-            return std::any_of(m_edges.begin(), m_edges.end(),
-                               [edge](const boost::shared_ptr<CCheckPipeLineEdge>& entry) { return entry.get() == edge; });
+            return std::any_of(
+                m_edges.begin(), m_edges.end(),
+                [edge](const boost::shared_ptr<CCheckPipeLineEdge>& entry) { return entry.get() == edge; });
         }
         if (!m_known) {
             m_known = std::make_unique<std::unordered_set<const CCheckPipeLineEdge*>>();

@@ -30,8 +30,8 @@ constexpr std::size_t kFewNodes = 4;
 
 }  // namespace
 
-LoopFinder::LoopFinder(const std::vector<CCheckPipeLineNode*>& nodes, const std::vector<CCheckPipeLineEdge*>& edges,
-                       bool apart)
+LoopFinder::LoopFinder(const kernel::LargeVector<CCheckPipeLineNode*>& nodes,
+                       const kernel::LargeVector<CCheckPipeLineEdge*>& edges, bool apart)
     : m_nodes(nodes), m_edges(edges), m_listedNodes(nodes.size()) {
     ReadEdges();
     GroupNearNodes(apart);
@@ -108,7 +108,7 @@ void LoopFinder::GroupNearNodes(bool apart) {
         }
     } else {
         PointGrid grid;
-        std::vector<Index> nodeOf;
+        kernel::LargeVector<Index> nodeOf;
         for (Index node = 0; node < m_nodes.size(); ++node) {
             bool known = false;
             grid.ForEachNear(PointOf(node), [&](Index number) {
@@ -178,8 +178,8 @@ Index LoopFinder::FarNode(Index node, Index edge) const {
 }
 
 void LoopFinder::StripTrees() {
-    std::vector<Index> degree(m_nodes.size());
-    std::vector<Index> combined(m_nodes.size());
+    kernel::LargeVector<Index> degree(m_nodes.size());
+    kernel::LargeVector<Index> combined(m_nodes.size());
     for (Index edge = 0; edge < m_edges.size(); ++edge) {
         if (m_remains[edge]) {
             for (const Index site : {SiteOf(m_start[edge]), SiteOf(m_end[edge])}) {
@@ -205,7 +205,7 @@ void LoopFinder::StripTrees() {
 }
 
 void LoopFinder::MakeWhole() {
-    std::vector<Index> edges;
+    kernel::LargeVector<Index> edges;
     for (Index edge = 0; edge < m_edges.size(); ++edge) {
         if (m_remains[edge]) {
             edges.push_back(edge);
@@ -265,10 +265,10 @@ inline void LoopFinder::ReadEntry(Batch& batch, Index node, Index edge) {
     }
 }
 
-void LoopFinder::Split(std::vector<Index>&& edges, const Lists& lists) {
+void LoopFinder::Split(kernel::LargeVector<Index>&& edges, const Lists& lists) {
     m_work.edgesSplit += edges.size();
     const auto firstPart = static_cast<Index>(m_parts.size());
-    const std::vector<Index> partOf = PartsOf(edges);
+    const kernel::LargeVector<Index> partOf = PartsOf(edges);
     if (m_parts.size() == firstPart) {
         return;
     }
@@ -296,8 +296,8 @@ void LoopFinder::Split(std::vector<Index>&& edges, const Lists& lists) {
     FixStops(*batch);
 }
 
-std::vector<Index> LoopFinder::PartsOf(const std::vector<Index>& edges) {
-    std::vector<Link> links;
+kernel::LargeVector<Index> LoopFinder::PartsOf(const kernel::LargeVector<Index>& edges) {
+    kernel::LargeVector<Link> links;
     links.reserve(edges.size());
     for (const Index edge : edges) {
         links.push_back({SiteOf(m_start[edge]), SiteOf(m_end[edge])});
@@ -320,7 +320,7 @@ std::vector<Index> LoopFinder::PartsOf(const std::vector<Index>& edges) {
         candidates[part].hub = site;
         ++candidates[part].hubs;
     }
-    std::vector<Index> partOf(edges.size(), kNone);
+    kernel::LargeVector<Index> partOf(edges.size(), kNone);
     for (std::size_t position = 0; position < edges.size(); ++position) {
         const Index edge = edges[position];
         const Index block = blocks.blockOf[position];
@@ -493,7 +493,7 @@ void LoopFinder::FixStops(Batch& batch) {
 void LoopFinder::SplitAgain(Index number) {
     std::shared_ptr<Batch> old = std::move(m_parts[number].batch);
     const Part& part = m_parts[number];
-    std::vector<Index> edges;
+    kernel::LargeVector<Index> edges;
     edges.reserve(part.remaining);
     for (Index position = part.firstEdge; position < part.lastEdge; ++position) {
         if (m_remains[old->edges[position]]) {
@@ -624,15 +624,14 @@ Index LoopFinder::NextOfMany(Batch& batch, const Walk& walk, const Frame& frame)
     const bool hubCounts = walk.hub != kNone;
     const bool atPassedHub = hubCounts && walk.hubNodesLeft == 0 && stop.site == walk.hub;
     for (Index position = frame.next;; ++position) {
-        position = atPassedHub ? OnwardInBlock(batch, frame.stop, walk.block, position)
-                               : Onward(batch, stop, position);
+        position = atPassedHub ? OnwardInBlock(batch, frame.stop, walk.block, position) : Onward(batch, stop, position);
         if (position == stop.end) {
             return position;
         }
         const Step step = batch.steps[position];
         ++m_work.edgesVisited;
-        const bool inBlock = !hubCounts || m_seats[step.edge].block == walk.block ||
-                             (walk.hubNodesLeft != 0 && !m_isBridge[step.edge]);
+        const bool inBlock =
+            !hubCounts || m_seats[step.edge].block == walk.block || (walk.hubNodesLeft != 0 && !m_isBridge[step.edge]);
         if (step.edge != frame.cameBy && inBlock && LeadsOn(batch, walk, step)) {
             return position;
         }

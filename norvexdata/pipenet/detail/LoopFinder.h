@@ -30,14 +30,14 @@ namespace norvex::pipenet {
 // enter. When that look runs out, the walk goes on only where the look has been. So what a walk wastes is bounded by
 // the smaller of the pocket it has strayed into and the rest around its end.
 //
-// Edges are only ever taken away, so a part found earlier stays safe; it is merely coarser than need be. The coarsest is
-// the whole network without its dead ends, and walks begin with that. They charge what they waste to their part, which
-// is split, and split again, when the waste outgrows it.
+// Edges are only ever taken away, so a part found earlier stays safe; it is merely coarser than need be. The coarsest
+// is the whole network without its dead ends, and walks begin with that. They charge what they waste to their part,
+// which is split, and split again, when the waste outgrows it.
 class LoopFinder {
   public:
     // The nodes and edges of a graph. apart: no two of the nodes are near each other.
-    LoopFinder(const std::vector<CCheckPipeLineNode*>& nodes, const std::vector<CCheckPipeLineEdge*>& edges,
-               bool apart);
+    LoopFinder(const kernel::LargeVector<CCheckPipeLineNode*>& nodes,
+               const kernel::LargeVector<CCheckPipeLineEdge*>& edges, bool apart);
 
     void AppendLoops(std::vector<std::vector<ZrOwEntity*>>& loops);
     const LoopWork& Work() const { return m_work; }
@@ -51,10 +51,10 @@ class LoopFinder {
     };
     // Lists of nodes, one after the other.
     struct Lists {
-        std::vector<Index> nodes;
+        kernel::LargeVector<Index> nodes;
         // One more than nodes: where each list begins in steps.
-        std::vector<Index> begin;
-        std::vector<Step> steps;
+        kernel::LargeVector<Index> begin;
+        kernel::LargeVector<Step> steps;
     };
     // A node as seen from one part.
     struct Stop {
@@ -86,18 +86,18 @@ class LoopFinder {
     // The parts that came out of one split.
     struct Batch {
         // Ordered by part, ascending inside one.
-        std::vector<Index> edges;
+        kernel::LargeVector<Index> edges;
         // Ordered by part.
-        std::vector<Stop> stops;
-        std::vector<Step> steps;
+        kernel::LargeVector<Stop> stops;
+        kernel::LargeVector<Step> steps;
         // Per stop: the number of the last walk that came by, doubled, plus one where that walk would arrive.
-        std::vector<Index> marks;
+        kernel::LargeVector<Index> marks;
         // Per stop that stands for a site: the number of the last look back from an end that came by.
-        std::vector<Index> looks;
+        kernel::LargeVector<Index> looks;
         // Per step of a fixed stop: where to look on when its edge is gone. Empty without such stops.
-        std::vector<Index> onward;
+        kernel::LargeVector<Index> onward;
         // Ascending.
-        std::vector<HubStep> hubSteps;
+        kernel::LargeVector<HubStep> hubSteps;
     };
     struct Part {
         std::shared_ptr<Batch> batch;
@@ -130,8 +130,8 @@ class LoopFinder {
         // Of the edge that it is to close with.
         Index block;
         // The hub's stop that stands for its site, and the number of its nodes that can still be entered. Once there is
-        // none, what lies beyond the hub is out of reach, so that only the edge's own block can lead on. kNone without a
-        // hub, or when the walk ends there.
+        // none, what lies beyond the hub is out of reach, so that only the edge's own block can lead on. kNone without
+        // a hub, or when the walk ends there.
         Index hub;
         Index hubNodesLeft;
         // The last look back that ran out; 0 without one. Later ones that did not have only been where that one has.
@@ -163,9 +163,9 @@ class LoopFinder {
     void MakeWhole();
     void ReadLists(Batch& batch);
     void ReadEntry(Batch& batch, Index node, Index edge);
-    void Split(std::vector<Index>&& edges, const Lists& lists);
+    void Split(kernel::LargeVector<Index>&& edges, const Lists& lists);
     void SplitAgain(Index part);
-    std::vector<Index> PartsOf(const std::vector<Index>& edges);
+    kernel::LargeVector<Index> PartsOf(const kernel::LargeVector<Index>& edges);
     void MakeStops(Batch& batch, Index firstPart);
     void MakeSteps(Batch& batch, const Lists& lists);
     Index StopFor(Batch& batch, Index node, Index part);
@@ -207,38 +207,38 @@ class LoopFinder {
     void TakeOut(Index edge, Batch& batch);
     static void EraseStep(Batch& batch, Stop& stop, Index edge);
 
-    std::vector<CCheckPipeLineNode*> m_nodes;
-    const std::vector<CCheckPipeLineEdge*>& m_edges;
+    kernel::LargeVector<CCheckPipeLineNode*> m_nodes;
+    const kernel::LargeVector<CCheckPipeLineEdge*>& m_edges;
     // Nodes of edges that are in no node list, with their numbers.
     std::unordered_map<const CCheckPipeLineNode*, Index> m_unlisted;
     std::size_t m_listedNodes;
 
     // Per edge: its nodes, and what is known of it.
-    std::vector<Index> m_start;
-    std::vector<Index> m_end;
-    std::vector<Seat> m_seats;
-    std::vector<ZrOwPolyLine*> m_pipes;
-    std::vector<unsigned char> m_remains;
-    std::vector<unsigned char> m_isBridge;
+    kernel::LargeVector<Index> m_start;
+    kernel::LargeVector<Index> m_end;
+    kernel::LargeVector<Seat> m_seats;
+    kernel::LargeVector<ZrOwPolyLine*> m_pipes;
+    kernel::LargeVector<unsigned char> m_remains;
+    kernel::LargeVector<unsigned char> m_isBridge;
     // Can be walked from the start's site, plus twice from the end's.
-    std::vector<unsigned char> m_walkable;
+    kernel::LargeVector<unsigned char> m_walkable;
 
     // Per node: a node that stands for its site. Empty while every site is a single node.
-    std::vector<Index> m_site;
+    kernel::LargeVector<Index> m_site;
     // Per site: several nodes, or an edge from the site to itself.
-    std::vector<unsigned char> m_joins;
+    kernel::LargeVector<unsigned char> m_joins;
     // The nodes of each site of several nodes.
     std::unordered_map<Index, std::vector<Index>> m_siteNodes;
 
     std::vector<Part> m_parts;
     Index m_blocks = 0;
     // Scratch per node: its stop in the part that was worked on last, and that part.
-    std::vector<Index> m_stopOf;
-    std::vector<Index> m_stopPart;
+    kernel::LargeVector<Index> m_stopOf;
+    kernel::LargeVector<Index> m_stopPart;
 
-    std::vector<Frame> m_frames;
-    std::vector<Index> m_path;
-    std::vector<Index> m_ahead;
+    kernel::LargeVector<Frame> m_frames;
+    kernel::LargeVector<Index> m_path;
+    kernel::LargeVector<Index> m_ahead;
     Index m_walk = 0;
     Index m_look = 0;
     LoopWork m_work;

@@ -12,6 +12,7 @@
 
 #include "norvexdata/pipenet/CheckPipeLineGraph.h"
 #include "norvexdata/pipenet/detail/EdgeList.h"
+#include "platform/kernel/LargeMemory.h"
 
 // Who owns what in a network.
 //
@@ -44,7 +45,7 @@ class Chunks {
     ~Chunks() {
         ForEach([](Object& object) { object.~Object(); });
         for (Chunk& chunk : m_chunks) {
-            std::allocator<Object>().deallocate(chunk.objects, chunk.capacity);
+            kernel::LargeAllocator<Object>().deallocate(chunk.objects, chunk.capacity);
         }
     }
 
@@ -88,12 +89,12 @@ class Chunks {
 
     // Small networks stay small; large ones waste at most one chunk.
     static constexpr std::size_t kSmallest = 8;
-    static constexpr std::size_t kLargest = 8192;
+    static constexpr std::size_t kLargest = 65536;
 
     void AddChunk() {
         const std::size_t capacity = m_chunks.empty() ? kSmallest : std::min(kLargest, m_chunks.back().capacity * 2);
         m_chunks.reserve(m_chunks.size() + 1);
-        m_chunks.push_back({std::allocator<Object>().allocate(capacity), 0, capacity});
+        m_chunks.push_back({kernel::LargeAllocator<Object>().allocate(capacity), 0, capacity});
     }
 
     std::vector<Chunk> m_chunks;
@@ -122,7 +123,7 @@ class ObjectPool : public boost::enable_shared_from_this<ObjectPool> {
     Chunks<CCheckPipeLineNode> m_nodes;
     Chunks<CCheckPipeLineEdge> m_edges;
     // The lists of the nodes, one after the other, as numbers of edges.
-    std::vector<Index> m_lists;
+    kernel::LargeVector<Index> m_lists;
     NetworkKeeper* m_keeper;
 };
 
@@ -173,8 +174,12 @@ struct Access {
     static bool Release(CCheckPipeLineNode& node) { return --node.m_adopters == 0; }
     static bool IsAdopted(const CCheckPipeLineNode& node) { return node.m_adopters != 0; }
     static void DropList(CCheckPipeLineNode& node);
-    static const std::vector<CCheckPipeLineNode*>& Nodes(const CCheckPipeLineGraph& graph) { return graph.m_nodes; }
-    static const std::vector<CCheckPipeLineEdge*>& Edges(const CCheckPipeLineGraph& graph) { return graph.m_edges; }
+    static const kernel::LargeVector<CCheckPipeLineNode*>& Nodes(const CCheckPipeLineGraph& graph) {
+        return graph.m_nodes;
+    }
+    static const kernel::LargeVector<CCheckPipeLineEdge*>& Edges(const CCheckPipeLineGraph& graph) {
+        return graph.m_edges;
+    }
     // Appends an object of the graph's pool to its list.
     static void Add(CCheckPipeLineGraph& graph, CCheckPipeLineNode* node) {
         node->m_index = static_cast<Index>(graph.m_nodes.size());

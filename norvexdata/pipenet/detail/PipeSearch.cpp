@@ -46,14 +46,14 @@ void ReadEarly(const ZrOwEntity* entity) {
 PipeSearch::PipeSearch(const std::vector<ZrOwEntity*>& pending)
     : m_grid(ReachOf(AcGeContext::gTol)),
       m_selfEqual(AcGePoint3d::kOrigin.isEqualTo(AcGePoint3d::kOrigin, AcGeContext::gTol)) {
-    const std::vector<Index> placeOfEnd = GatherPlaces(pending);
+    const kernel::LargeVector<Index> placeOfEnd = GatherPlaces(pending);
     DropRepetitions();
     ListEnds(placeOfEnd);
 }
 
-std::vector<Index> PipeSearch::GatherPlaces(const std::vector<ZrOwEntity*>& pending) {
+kernel::LargeVector<Index> PipeSearch::GatherPlaces(const std::vector<ZrOwEntity*>& pending) {
     m_pipes.resize(pending.size());
-    std::vector<Index> placeOfEnd(2 * pending.size(), kNone);
+    kernel::LargeVector<Index> placeOfEnd(2 * pending.size(), kNone);
     std::size_t slots = 64;
     while (slots < 2 * pending.size()) {
         slots *= 2;
@@ -133,7 +133,7 @@ void PipeSearch::DropRepetitions() {
     }
 }
 
-void PipeSearch::ListEnds(const std::vector<Index>& placeOfEnd) {
+void PipeSearch::ListEnds(const kernel::LargeVector<Index>& placeOfEnd) {
     const std::size_t pipes = m_pipes.size();
     const auto forEachEnd = [&](const auto& visit) {
         for (std::size_t pipe = 0; pipe < pipes; ++pipe) {
@@ -163,7 +163,8 @@ void PipeSearch::ListEnds(const std::vector<Index>& placeOfEnd) {
 
 PipeSearch::Spot PipeSearch::SpotOf(const AcGePoint3d& point) const {
     const Cell cell = m_grid.Of(point);
-    return {point, ShortHashOf(cell), !(m_grid.Low(point) == cell && m_grid.High(point) == cell)};
+    return {point, ShortHashOf(cell),
+            !m_grid.IsWellInside(point) && !(m_grid.Low(point) == cell && m_grid.High(point) == cell)};
 }
 
 Index PipeSearch::PlaceOf(const Spot& spot) {
@@ -202,7 +203,7 @@ std::size_t PipeSearch::SlotOf(std::uint32_t hash) const {
 }
 
 void PipeSearch::GrowSlots() {
-    std::vector<Slot> old(2 * m_slots.size());
+    kernel::LargeVector<Slot> old(2 * m_slots.size());
     old.swap(m_slots);
     for (const Slot& slot : old) {
         if (slot.place != kNone) {

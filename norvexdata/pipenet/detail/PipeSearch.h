@@ -79,9 +79,9 @@ class PipeSearch {
     static constexpr Index kNoPlace = 0x7FFFFFFF;
 
     // Returns the places of each entry's start and end; kNone twice for an entry that is no pipe.
-    std::vector<Index> GatherPlaces(const std::vector<ZrOwEntity*>& pending);
+    kernel::LargeVector<Index> GatherPlaces(const std::vector<ZrOwEntity*>& pending);
     void DropRepetitions();
-    void ListEnds(const std::vector<Index>& placeOfEnd);
+    void ListEnds(const kernel::LargeVector<Index>& placeOfEnd);
     Spot SpotOf(const AcGePoint3d& point) const;
     Index PlaceOf(const Spot& spot);
     std::size_t SlotOf(std::uint32_t hash) const;
@@ -99,14 +99,14 @@ class PipeSearch {
     CellGrid m_grid;
     // The host's tolerance is such that a point equals itself.
     bool m_selfEqual;
-    std::vector<Pipe> m_pipes;
-    std::vector<Place> m_places;
-    std::vector<Slot> m_slots;
+    kernel::LargeVector<Pipe> m_pipes;
+    kernel::LargeVector<Place> m_places;
+    kernel::LargeVector<Slot> m_slots;
     std::size_t m_usedSlots = 0;
-    std::vector<End> m_ends;
+    kernel::LargeVector<End> m_ends;
 
-    std::vector<Frame> m_frames;
-    std::vector<End> m_found;
+    kernel::LargeVector<Frame> m_frames;
+    kernel::LargeVector<End> m_found;
     boost::shared_ptr<ObjectPool> m_pool;
     Index m_seedPlace = kNone;
     // Numbers of the first edge and the first node of the graph being grown.

@@ -145,6 +145,12 @@ inline std::string CompareSearches(PipeSet& set) {
         if (!difference.empty()) {
             return difference;
         }
+        // Comparing has asked for every list, which a search keeps in another form until then.
+        loops.clear();
+        graphs[number].GetBadLoopVec(loops);
+        if (loops != wanted) {
+            return "loops of lists that were handed out";
+        }
     }
     return "";
 }

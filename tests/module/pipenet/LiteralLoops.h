@@ -223,7 +223,7 @@ inline std::string Compare(const PipeShape& shape) {
             }
         }
         for (std::size_t node = 1; node < network.nodes.size(); ++node) {
-            const auto& listed = pipenet::Access::List(*nodes[node - 1]);
+            const auto& listed = nodes[node - 1]->GetConnectEdgeVec();
             const std::vector<int>& numbers = network.nodes[node].edges;
             bool same = listed.size() == numbers.size();
             for (std::size_t entry = 0; same && entry < numbers.size(); ++entry) {
