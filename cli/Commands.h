@@ -19,5 +19,6 @@ struct Command {
 Command AddCheck(CLI::App& app);
 Command AddInspect(CLI::App& app);
 Command AddRules(CLI::App& app);
+Command AddTrust(CLI::App& app);
 
 }  // namespace norvex::cli

@@ -98,6 +98,7 @@ int Main(int argc, char** argv) {
         AddCheck(app),
         AddInspect(app),
         AddRules(app),
+        AddTrust(app),
     };
     try {
         app.parse(argc, argv);

@@ -35,26 +35,35 @@ bool UseConfiguration(const std::filesystem::path& projectFolder, const std::fil
     return true;
 }
 
-std::optional<datamng::ProjectData> LoadProjectData(const std::filesystem::path& projectFolder,
+std::optional<datamng::ProjectData> ReadProjectData(const std::filesystem::path& projectFolder,
                                                     const std::filesystem::path& applicationFolder,
-                                                    const FloorSource& source, std::string& error) {
-    const CString folder = HostPath(projectFolder);
-    datamng::ProjectReadResult loaded = datamng::LoadProject(folder, HostPath(applicationFolder / kCatalogueName));
+                                                    std::string& error) {
+    datamng::ProjectReadResult loaded =
+        datamng::LoadProject(HostPath(projectFolder), HostPath(applicationFolder / kCatalogueName));
     if (!loaded.data) {
         const std::string place = loaded.line > 0 ? fmt::format(":{}", loaded.line) : "";
         error = fmt::format("{}{}: {}", kernel::ToNativePath(loaded.path), place, loaded.sentence);
+    }
+    return std::move(loaded.data);
+}
+
+std::optional<datamng::ProjectData> LoadProjectData(const std::filesystem::path& projectFolder,
+                                                    const std::filesystem::path& applicationFolder,
+                                                    const FloorSource& source, std::string& error) {
+    std::optional<datamng::ProjectData> data = ReadProjectData(projectFolder, applicationFolder, error);
+    if (!data) {
         return std::nullopt;
     }
-    const std::string before = datamng::WriteProjectData(*loaded.data);
+    const std::string before = datamng::WriteProjectData(*data);
     for (const CString& path : source.Paths()) {
-        loaded.data->AddAttribute(path);
+        data->AddAttribute(path);
     }
-    if (datamng::WriteProjectData(*loaded.data) != before && !datamng::WriteProjectFile(folder, *loaded.data)) {
+    if (datamng::WriteProjectData(*data) != before && !datamng::WriteProjectFile(HostPath(projectFolder), *data)) {
         error = fmt::format("The project folder {} cannot be written; name another with --project DIR.",
                             projectFolder.string());
         return std::nullopt;
     }
-    return std::move(loaded.data);
+    return data;
 }
 
 }  // namespace norvex::service

@@ -16,6 +16,11 @@ namespace norvex::service {
 bool UseConfiguration(const std::filesystem::path& projectFolder, const std::filesystem::path& applicationFolder,
                       std::string& error);
 
+// The project's data as it lies there: the catalogue that ships and what the project's file adds. Errors: nothing, and
+// error is one sentence.
+std::optional<datamng::ProjectData> ReadProjectData(const std::filesystem::path& projectFolder,
+                                                    const std::filesystem::path& applicationFolder, std::string& error);
+
 // The project's data: the catalogue that ships, what the project's file adds, and the categories of the model. Writes
 // the file anew when the model holds more than it says. Errors: nothing, and error is one sentence.
 std::optional<datamng::ProjectData> LoadProjectData(const std::filesystem::path& projectFolder,

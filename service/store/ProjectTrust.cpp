@@ -182,8 +182,8 @@ void FillInUnit(sqlite::Connection& connection, TrustEntry& entry) {
     }
 }
 
-// Adds the entry, in place of expired ones with the same target. Returns: the entry in force that already accepts the
-// same thing, or nothing when the entry was added; `id` is then its id.
+// Adds the entry, in place of expired ones with the same target. Returns: the entry that already accepts the same thing
+// and that this one cannot outlast, or nothing when the entry was added; `id` is then its id.
 std::optional<TrustEntry> AddUnlessThere(sqlite::Connection& connection, TrustEntry entry, std::string_view today,
                                          TrustId& id) {
     std::vector<TrustEntry> expired;
@@ -191,7 +191,8 @@ std::optional<TrustEntry> AddUnlessThere(sqlite::Connection& connection, TrustEn
         if (!SameTarget(entry, other)) {
             continue;
         }
-        if (IsInForce(other, today)) {
+        // What has expired does not come into force by another entry that has expired too.
+        if (IsInForce(other, today) || !IsInForce(entry, today)) {
             return std::move(other);
         }
         expired.push_back(std::move(other));
@@ -271,7 +272,7 @@ Result<std::vector<TrustListing>> ProjectStore::PruneTrust(std::string_view pers
         const std::string today = clock_->Today();
         std::vector<TrustListing> pruned;
         for (TrustListing& listing : Listings(database_->Connection(), today)) {
-            if (listing.expired || listing.effect == TrustEffect::Stale) {
+            if (IsIdle(listing)) {
                 rows::MarkTrustRemoved(database_->Connection(), listing.entry.id, today, person,
                                        listing.expired ? "expired" : "stale");
                 pruned.push_back(std::move(listing));

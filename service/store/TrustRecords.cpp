@@ -136,6 +136,10 @@ std::string TargetText(const TrustEntry& entry) {
     return {};
 }
 
+bool IsIdle(const TrustListing& listing) {
+    return listing.expired || listing.effect == TrustEffect::Stale;
+}
+
 std::vector<std::string> TrustNotices(const std::vector<TrustListing>& listings) {
     std::vector<std::string> notices;
     const auto signature = [](const TrustEntry& entry) {

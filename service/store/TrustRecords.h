@@ -97,6 +97,9 @@ bool Hides(const TrustEntry& entry, const UnitKey& unit, const Finding& finding)
 // Returns: the entry in words, such as `sub-category "给水管" on floor "3层" of rule CCheckPipeLink`.
 std::string TargetText(const TrustEntry& entry);
 
+// Whether the entry does nothing any more: it has expired, or it is stale.
+bool IsIdle(const TrustListing& listing);
+
 // One sentence for each entry that a person must hear of: first those that have expired, then the stale ones.
 std::vector<std::string> TrustNotices(const std::vector<TrustListing>& listings);
 
