@@ -6,6 +6,7 @@ set -euo pipefail
 cd "$(dirname "$0")"
 
 tools/install_packages.sh test
+tools/install_packages.sh browser
 mkdir -p build
 jobs=$(nproc)
 
@@ -29,6 +30,11 @@ run_suite() {
 }
 
 run_suite release all -LE 'long|browser'
+echo "== release: report pages in a browser"
+ctest --test-dir build/release --verbose --no-tests=error -L browser -LE long >build/browser.test.log 2>&1 ||
+    { grep -vE '^[0-9]+: (ok|  )' build/browser.test.log | tail -n 200 >&2; exit 1; }
+grep -E 'SKIPPED|# SKIP' build/browser.test.log | sort -u || true
+tail -n 12 build/browser.test.log | grep -E 'tests passed|tests failed|Total Test time'
 echo "== release: every public header compiles on its own"
 cmake --build build/release --target all_verify_interface_header_sets >>build/release.log 2>&1 || { tail -n 80 build/release.log >&2; exit 1; }
 # The rule of the install test would have to be built with the same sanitizers.

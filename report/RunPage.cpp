@@ -48,6 +48,36 @@ static_assert(static_cast<int>(page::ElementKind::Other) == static_cast<int>(ifc
 static_assert(static_cast<int>(page::Severity::Remind) == static_cast<int>(service::Severity::Remind));
 static_assert(static_cast<int>(page::Outcome::Cancelled) == static_cast<int>(service::Outcome::Cancelled));
 
+page::Change ChangeOf(service::Novelty novelty) {
+    switch (novelty) {
+        case service::Novelty::New:
+            return page::Change::New;
+        case service::Novelty::Persisting:
+            return page::Change::Persisting;
+        case service::Novelty::Unknown:
+            break;
+    }
+    return page::Change::None;
+}
+
+page::TrustState StateOf(service::AcceptanceState state) {
+    switch (state) {
+        case service::AcceptanceState::Hides:
+            return page::TrustState::Trusted;
+        case service::AcceptanceState::Stale:
+            return page::TrustState::Stale;
+        case service::AcceptanceState::Expired:
+            return page::TrustState::Expired;
+        case service::AcceptanceState::NotLookedAt:
+            break;
+    }
+    return page::TrustState::NotLookedAt;
+}
+
+page::Trust TrustOf(page::TrustState state, const service::Acceptance& acceptance) {
+    return {state, acceptance.reason, acceptance.person, acceptance.addedOn, acceptance.expiresOn};
+}
+
 class Maker {
   public:
     Maker(const service::RunReport& report, const ifc::BuildingModel& building,
@@ -62,17 +92,28 @@ class Maker {
                                            m_building.storeys[storey].elevation});
         }
         for (const service::RuleRecord& rule : m_report.rules) {
-            m_page.model.rules.push_back({rule.name, rule.title, "", ""});
+            m_page.model.rules.push_back({rule.name, rule.title, rule.why, rule.howToFix});
         }
         AddElements();
-        for (const service::FindingRecord& finding : m_report.findings) {
-            m_page.model.findings.push_back(FindingOf(finding));
+        for (const service::FindingRecord& record : m_report.findings) {
+            page::Finding finding = FindingOf(record);
+            finding.objects = ObjectsByHandle(record);
+            m_page.model.findings.push_back(std::move(finding));
         }
         for (const service::TaskRecord& task : m_report.tasks) {
             m_page.model.outcomes.push_back({RuleIndex(task.rule), FloorIndex(task.floor), task.specialty,
                                              static_cast<page::Outcome>(task.outcome), task.examined, task.notExamined,
                                              task.reason});
         }
+        Compare();
+        for (const service::AcceptanceRecord& record : m_report.acceptances) {
+            m_page.model.trustEntries.push_back(
+                {record.target, TrustOf(StateOf(record.state), record.acceptance), record.findings});
+        }
+        for (const service::Notice& notice : m_report.model.notices) {
+            m_page.model.notices.push_back({notice.severity, notice.line, notice.sentence});
+        }
+        m_page.model.noticeCount = m_report.model.noticeCount;
         TakeTotals();
         return std::move(m_page);
     }
@@ -84,6 +125,9 @@ class Maker {
         run.projectName = m_report.model.project;
         run.schema = m_report.model.schema;
         run.toolVersion = m_report.toolVersion;
+        run.number = m_report.run;
+        run.startedAt = m_report.startedAt;
+        run.resumed = m_report.resumed;
         run.incomplete = m_report.incomplete;
         run.narrowed = m_report.narrowed;
         run.partial = std::any_of(m_report.tasks.begin(), m_report.tasks.end(), [](const service::TaskRecord& task) {
@@ -130,17 +174,57 @@ class Maker {
         finding.sentence = record.sentence;
         finding.location = record.location;
         finding.featureCode = record.featureCode;
-        for (const service::FoundObject& object : record.objects) {
-            const auto found = m_byHandle.find(object.handle);
-            if (found != m_byHandle.end()) {
-                finding.objects.push_back(found->second);
-            }
-        }
         if (record.place) {
             finding.place = page::Point{record.place->x, record.place->y, record.place->z};
         }
-        finding.trust.state = record.trusted ? page::TrustState::Trusted : page::TrustState::None;
+        if (record.trusted) {
+            finding.trust = TrustOf(page::TrustState::Trusted, record.acceptance.value_or(service::Acceptance{}));
+        } else if (record.acceptance) {
+            finding.trust = TrustOf(page::TrustState::Expired, *record.acceptance);
+        }
+        finding.change = ChangeOf(record.novelty);
         return finding;
+    }
+
+    std::vector<std::uint32_t> ObjectsByHandle(const service::FindingRecord& record) const {
+        std::vector<std::uint32_t> objects;
+        for (const service::FoundObject& object : record.objects) {
+            const auto found = m_byHandle.find(object.handle);
+            if (found != m_byHandle.end()) {
+                objects.push_back(found->second);
+            }
+        }
+        return objects;
+    }
+
+    // Handles of an earlier run may mean other objects of this model.
+    std::vector<std::uint32_t> ObjectsByGlobalId(const service::FindingRecord& record) const {
+        std::vector<std::uint32_t> objects;
+        const std::vector<page::Element>& elements = m_page.model.elements;
+        for (const service::FoundObject& object : record.objects) {
+            const auto found = std::find_if(elements.begin(), elements.end(), [&](const page::Element& element) {
+                return !object.globalId.empty() && element.globalId == object.globalId;
+            });
+            if (found != elements.end()) {
+                objects.push_back(static_cast<std::uint32_t>(found - elements.begin()));
+            }
+        }
+        return objects;
+    }
+
+    void Compare() {
+        if (!m_report.comparison) {
+            return;
+        }
+        const service::Comparison& comparison = *m_report.comparison;
+        m_page.model.comparison = page::Comparison{comparison.run, comparison.startedAt, comparison.hidden.size(),
+                                                   comparison.notVisited, comparison.remarks};
+        for (const service::FindingRecord& record : comparison.gone) {
+            page::Finding finding = FindingOf(record);
+            finding.change = page::Change::Gone;
+            finding.objects = ObjectsByGlobalId(record);
+            m_page.model.findings.push_back(std::move(finding));
+        }
     }
 
     // From what the run counted while it ran, not from the list: the page compares the two.
@@ -154,6 +238,7 @@ class Maker {
         for (const service::TaskRecord& task : m_report.tasks) {
             totals.trusted += task.trusted;
         }
+        totals.gone = m_report.comparison ? m_report.comparison->gone.size() : 0;
         totals.elements = m_report.model.elements;
         totals.withoutFloor = m_report.model.elementsWithoutStorey;
     }

@@ -20,8 +20,7 @@ struct RunPage {
 
 // `floors` are the floors of the whole building: one for each storey, in their order, then perhaps one for what has no
 // storey. A finding's objects are found by their handles; those that the building does not hold are left out.
-// Left for whoever knows more: the time of the run, what it is compared with, changes, what trust entries say, and the
-// rules' reasons and remedies.
+// A finding that is gone keeps the number that it had in the earlier run, and its objects are found by their GlobalIds.
 RunPage MakeRunPage(const service::RunReport& report, const ifc::BuildingModel& building,
                     const std::vector<service::FloorRecord>& floors);
 

@@ -20,7 +20,7 @@ inline constexpr std::uint32_t kNoIndex = 0xFFFFFFFFU;
 // From the gravest to the mildest: ERR_CONFIRMED, ERR_SUSPECTED, ERR_REMIND.
 enum class Severity : std::uint8_t { Confirmed, Suspected, Remind };
 
-// Against the run that RunInfo::comparedRun names.
+// Against the run that PageModel::comparison names.
 enum class Change : std::uint8_t {
     None,        // nothing was compared
     New,         // not in the run before
@@ -30,9 +30,10 @@ enum class Change : std::uint8_t {
 
 enum class TrustState : std::uint8_t {
     None,
-    Trusted,  // accepted: shown, but not counted as open
-    Expired,  // was accepted until a day that has passed: open again
-    Stale,    // an entry that matches nothing any more
+    Trusted,      // accepted: shown, but not counted as open
+    Expired,      // was accepted until a day that has passed: open again
+    Stale,        // an entry that matches nothing any more
+    NotLookedAt,  // an entry of which nobody can tell: this run looked at nothing that it speaks of
 };
 
 enum class Outcome : std::uint8_t { Passed, Failed, NotApplicable, Skipped, Crashed, Cancelled };
@@ -62,13 +63,32 @@ struct RunInfo {
     std::string modelName;    // file name without folders
     std::string projectName;  // as the model names it
     std::string schema;       // IFC4 ...
-    std::string time;         // when the run was made, as it is to be shown; the page asks no clock
     std::string toolVersion;  // without the tool's name
-    std::string comparedRun;  // how a person knows the run before; empty: nothing was compared
+    std::int64_t number = 0;  // of the run in its project; 0: it has none
+    std::string startedAt;    // UTC, "2026-03-01T08:30:00Z"; empty: not known
     // Why the run cannot vouch for its whole scope: one sentence each. Empty: it can.
     std::vector<std::string> incomplete;
     bool partial = false;   // cancelled or crashed before its end
     bool narrowed = false;  // asked for less than the whole model
+    bool resumed = false;   // went on where an interrupted run ended
+    // Why there are no elements to draw, one sentence. Empty: there are, or the model has none.
+    std::string planMissing;
+};
+
+// The run before, as far as its findings are not in PageModel::findings.
+struct Comparison {
+    std::int64_t run = 0;
+    std::string startedAt;             // UTC, as RunInfo::startedAt
+    std::size_t hidden = 0;            // its findings that nothing looks for any more, because that is trusted
+    std::size_t notVisited = 0;        // its findings where this run did not look to the end
+    std::vector<std::string> remarks;  // what makes the two runs hard to compare, one sentence each
+};
+
+// Something that the reader of the model noticed.
+struct Notice {
+    std::string severity;    // note, warning or error
+    std::uint64_t line = 0;  // 0: about the file as a whole
+    std::string sentence;
 };
 
 struct Floor {
@@ -117,7 +137,7 @@ struct Trust {
 };
 
 struct Finding {
-    std::uint32_t number = 0;        // from 1, unique; how a person names it
+    std::uint32_t number = 0;        // from 1, unique; of what is gone, the number in the run before
     std::uint32_t rule = kNoIndex;   // index into PageModel::rules; required
     std::uint32_t floor = kNoIndex;  // index into PageModel::floors
     std::string specialty;
@@ -140,7 +160,7 @@ struct OutcomeRecord {
     std::string specialty;           // empty: the rule has nothing to do with any in the run
     Outcome outcome = Outcome::Passed;
     std::size_t examined = 0;     // entities looked at
-    std::size_t notExamined = 0;  // entities that trust kept from being looked at
+    std::size_t notExamined = 0;  // entities that the rule is about but could not look at
     std::string reason;           // a clause; empty when there is nothing to add
 };
 
@@ -172,6 +192,9 @@ struct PageModel {
     std::vector<Finding> findings;
     std::vector<OutcomeRecord> outcomes;
     std::vector<TrustEntry> trustEntries;
+    std::optional<Comparison> comparison;
+    std::vector<Notice> notices;
+    std::uint64_t noticeCount = 0;  // those included that are not in the list
     Totals totals;
 };
 

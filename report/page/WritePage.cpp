@@ -13,7 +13,7 @@ namespace norvex::report::page {
 namespace {
 
 // Raised when the form of the data changes, so that a page never reads what its script does not know.
-constexpr std::uint64_t kFormat = 1;
+constexpr std::uint64_t kFormat = 2;
 
 // Elevations keep a tenth of a millimetre.
 constexpr double kElevationSteps = 10.0;
@@ -31,6 +31,8 @@ class Writer {
         WriteFindings();
         WriteOutcomes();
         WriteTrustEntries();
+        WriteComparison();
+        WriteNotices();
         WriteTotals(m_model.totals);
         ByteWriter whole;
         whole.Unsigned(kFormat);
@@ -47,14 +49,15 @@ class Writer {
     void WriteRun() {
         const RunInfo& run = m_model.run;
         for (const std::string* text :
-             {&run.modelName, &run.projectName, &run.schema, &run.time, &run.toolVersion, &run.comparedRun}) {
+             {&run.modelName, &run.projectName, &run.schema, &run.startedAt, &run.toolVersion, &run.planMissing}) {
             Text(*text);
         }
         m_out.Unsigned(run.incomplete.size());
         for (const std::string& sentence : run.incomplete) {
             Text(sentence);
         }
-        m_out.Unsigned((run.partial ? 1U : 0U) | (run.narrowed ? 2U : 0U));
+        m_out.Signed(run.number);
+        m_out.Unsigned((run.partial ? 1U : 0U) | (run.narrowed ? 2U : 0U) | (run.resumed ? 4U : 0U));
         m_out.Signed(Millimetres(m_origin.x));
         m_out.Signed(Millimetres(m_origin.y));
     }
@@ -143,6 +146,32 @@ class Writer {
             WriteTrust(entry.trust);
             m_out.Unsigned(entry.hidden);
         }
+    }
+
+    // 0 stands for no comparison.
+    void WriteComparison() {
+        m_out.Unsigned(m_model.comparison ? 1U : 0U);
+        if (!m_model.comparison) {
+            return;
+        }
+        m_out.Signed(m_model.comparison->run);
+        Text(m_model.comparison->startedAt);
+        m_out.Unsigned(m_model.comparison->hidden);
+        m_out.Unsigned(m_model.comparison->notVisited);
+        m_out.Unsigned(m_model.comparison->remarks.size());
+        for (const std::string& remark : m_model.comparison->remarks) {
+            Text(remark);
+        }
+    }
+
+    void WriteNotices() {
+        m_out.Unsigned(m_model.notices.size());
+        for (const Notice& notice : m_model.notices) {
+            Text(notice.severity);
+            m_out.Unsigned(notice.line);
+            Text(notice.sentence);
+        }
+        m_out.Unsigned(std::max<std::uint64_t>(m_model.noticeCount, m_model.notices.size()));
     }
 
     void WriteTotals(const Totals& totals) {

@@ -2,10 +2,29 @@
 // Chromium as these tests use it, and the few things that they all do.
 
 import { chromium } from "playwright-core";
+import { spawnSync } from "node:child_process";
 import { fileURLToPath, pathToFileURL } from "node:url";
 import path from "node:path";
 
 export const work = path.dirname(fileURLToPath(import.meta.url));
+
+// The style sheet's --mark, which no specialty comes near.
+export const MARK_LIGHT = [255, 61, 139];
+export const MARK_DARK = [255, 95, 162];
+
+export const firstFinding = (page) => page.locator(".row.finding").first();
+export const shownCount = async (page) => Number((await page.locator("#shown").textContent()).match(/\d+/)[0]);
+export const totalOf = async (page, state) =>
+    Number(await page.locator(`.total[data-state="${state}"] b`).textContent());
+
+// Runs a program to its end in the work folder. Its exit code must be one of those.
+export function run(program, codes, ...words) {
+    const ended = spawnSync(process.env[program], words, { cwd: work, encoding: "utf8" });
+    if (!codes.includes(ended.status)) {
+        throw new Error(`${program} ${words.join(" ")} ended with ${ended.status}: ${ended.error ?? ended.stderr}`);
+    }
+    return ended.stdout;
+}
 
 export function launch() {
     return chromium.launch({
@@ -49,10 +68,10 @@ export async function until(page, holds, argument) {
 export const shot = (page, name) => page.screenshot({ path: path.join(work, "screenshots", name + ".png") });
 
 // What is seen of an element, as pixels: how many are near a colour, where the middle one of them is, and how bright all are.
-export async function look(page, selector, colour) {
+export async function look(page, selector, colour, tolerance = 40) {
     const picture = await page.locator(selector).screenshot();
     const helper = await page.context().newPage();
-    const seen = await helper.evaluate(async ([data, [red, green, blue]]) => {
+    const seen = await helper.evaluate(async ([data, [red, green, blue], most]) => {
         const image = new Image();
         image.src = "data:image/png;base64," + data;
         await image.decode();
@@ -65,14 +84,14 @@ export async function look(page, selector, colour) {
         for (let index = 0; index < bytes.length; index += 4) {
             sum += bytes[index] + bytes[index + 1] + bytes[index + 2];
             const away = Math.abs(bytes[index] - red) + Math.abs(bytes[index + 1] - green) + Math.abs(bytes[index + 2] - blue);
-            if (away < 40) {
+            if (away < most) {
                 near.push(index / 4);
             }
         }
         const middle = near[near.length >> 1];
         const at = near.length ? { x: middle % image.width, y: Math.floor(middle / image.width) } : null;
         return { count: near.length, total: bytes.length / 4, at, brightness: sum / bytes.length * 4 / 3 };
-    }, [picture.toString("base64"), colour]);
+    }, [picture.toString("base64"), colour, tolerance]);
     await helper.close();
     return { ...seen, picture };
 }

@@ -284,7 +284,8 @@ void Describe(PageModel& model) {
     model.run.modelName = "office-building.ifc";
     model.run.projectName = "Office building, Nordstraße 12";
     model.run.schema = "IFC4";
-    model.run.time = "2024-02-29 14:05";
+    model.run.number = 12;
+    model.run.startedAt = "2024-02-29T14:05:00Z";
     model.run.toolVersion = "0.1.0";
     model.rules = Rules();
 }
@@ -312,7 +313,12 @@ SyntheticBuilding MakeShowcase() {
     builder.Cut();
     PageModel& model = builder.Model();
     Describe(model);
-    model.run.comparedRun = "run 11 of 2024-02-27";
+    model.comparison = Comparison{.run = 11,
+                                  .startedAt = "2024-02-27T08:30:00Z",
+                                  .hidden = 2,
+                                  .notVisited = 1,
+                                  .remarks = {"The configuration is another one than in run 11."}};
+    model.notices = {{"warning", 6116, "The GlobalId 0iqPoVcbmB$mgksTW4_Ep1 of #6109 is also that of #6102."}};
     model.floors[1].name = "2层南区";
     for (std::uint32_t number = 1; number <= 24; ++number) {
         model.findings.push_back(MakeFinding(model, number, SomePipes(model, number * 70, 2 + number % 5)));

@@ -75,3 +75,92 @@ TEST(RunPage, TakesTheTotalsThatTheRunCounted) {
     EXPECT_EQ(page.model.totals.trusted, 5U);
     EXPECT_EQ(page.model.rules.size(), 1U) << "a rule that the report does not list is kept";
 }
+
+TEST(RunPage, TellsNoveltyAndAcceptanceOfEachFinding) {
+    const ifc::BuildingModel building = TwoStoreys();
+    service::RunReport report;
+    report.rules.resize(1);
+    report.rules[0].name = "CCheckPipeLoop";
+    report.rules[0].why = "Water stands still in a loop.";
+    report.rules[0].howToFix = "Take one pipe away.";
+    report.findings.resize(4);
+    for (std::size_t index = 0; index < report.findings.size(); ++index) {
+        report.findings[index].number = index + 1;
+        report.findings[index].rule = "CCheckPipeLoop";
+    }
+    report.findings[0].novelty = service::Novelty::New;
+    report.findings[1].novelty = service::Novelty::Persisting;
+    report.findings[2].trusted = true;
+    report.findings[2].acceptance = service::Acceptance{7, "ring main", "Ada", "2026-03-01", "2026-09-01"};
+    report.findings[3].acceptance = service::Acceptance{8, "until delivery", "Ben", "2026-01-01", "2026-02-01"};
+    const report::RunPage page = report::MakeRunPage(report, building, {});
+    using report::page::Change;
+    using report::page::TrustState;
+    EXPECT_EQ(page.model.findings[0].change, Change::New);
+    EXPECT_EQ(page.model.findings[1].change, Change::Persisting);
+    EXPECT_EQ(page.model.findings[2].change, Change::None);
+    EXPECT_EQ(page.model.findings[2].trust.state, TrustState::Trusted);
+    EXPECT_EQ(page.model.findings[2].trust.person, "Ada");
+    EXPECT_EQ(page.model.findings[2].trust.expires, "2026-09-01");
+    EXPECT_EQ(page.model.findings[3].trust.state, TrustState::Expired) << "accepted, but it counts again";
+    EXPECT_EQ(page.model.findings[3].trust.reason, "until delivery");
+    EXPECT_EQ(page.model.rules[0].why, "Water stands still in a loop.");
+    EXPECT_EQ(page.model.rules[0].howToFix, "Take one pipe away.");
+}
+
+TEST(RunPage, ListsWhatIsGoneAndFindsItsObjectsByGlobalId) {
+    ifc::BuildingModel building = TwoStoreys();
+    building.elements[1].globalId = "2uPiRrw99b2TH5O9u3ryC0";
+    service::RunReport report;
+    report.run = 4;
+    report.startedAt = "2026-03-02T08:30:00Z";
+    report.comparison = service::Comparison{.run = 3,
+                                            .startedAt = "2026-03-01T08:30:00Z",
+                                            .gone = {},
+                                            .hidden = {},
+                                            .notVisited = 5,
+                                            .remarks = {"Another model."}};
+    service::FindingRecord& gone = report.comparison->gone.emplace_back();
+    gone.number = 9;
+    gone.rule = "CCheckPipeLoop";
+    gone.objects = {{.handle = "2F1", .globalId = "2uPiRrw99b2TH5O9u3ryC0", .name = {}}};
+    report.comparison->hidden.resize(2);
+    const report::RunPage page = report::MakeRunPage(report, building, {});
+    ASSERT_EQ(page.model.findings.size(), 1U);
+    EXPECT_EQ(page.model.findings[0].number, 9U);
+    EXPECT_EQ(page.model.findings[0].change, report::page::Change::Gone);
+    EXPECT_EQ(page.model.findings[0].objects, std::vector<std::uint32_t>{1}) << "the handle means another object now";
+    EXPECT_EQ(page.model.totals.gone, 1U);
+    EXPECT_EQ(page.model.run.number, 4);
+    EXPECT_EQ(page.model.run.startedAt, "2026-03-02T08:30:00Z");
+    ASSERT_TRUE(page.model.comparison.has_value());
+    EXPECT_EQ(page.model.comparison->run, 3);
+    EXPECT_EQ(page.model.comparison->hidden, 2U);
+    EXPECT_EQ(page.model.comparison->notVisited, 5U);
+    EXPECT_EQ(page.model.comparison->remarks, std::vector<std::string>{"Another model."});
+}
+
+TEST(RunPage, ListsEveryAcceptanceWithWhatItDoes) {
+    const ifc::BuildingModel building = TwoStoreys();
+    service::RunReport report;
+    const auto accepted = [](service::AcceptanceState state, std::size_t findings) {
+        return service::AcceptanceRecord{
+            {1, "agreed", "Ada", "2026-03-01", ""}, "rule CCheckPipeLoop", state, findings};
+    };
+    report.acceptances = {accepted(service::AcceptanceState::Hides, 2), accepted(service::AcceptanceState::Stale, 0),
+                          accepted(service::AcceptanceState::NotLookedAt, 0),
+                          accepted(service::AcceptanceState::Expired, 1)};
+    report.model.notices = {{"warning", "repeated", 12, 300, "Line 12 repeats a GlobalId."}};
+    report.model.noticeCount = 3;
+    const report::RunPage page = report::MakeRunPage(report, building, {});
+    ASSERT_EQ(page.model.trustEntries.size(), 4U);
+    using report::page::TrustState;
+    EXPECT_EQ(page.model.trustEntries[0].trust.state, TrustState::Trusted);
+    EXPECT_EQ(page.model.trustEntries[0].hidden, 2U);
+    EXPECT_EQ(page.model.trustEntries[1].trust.state, TrustState::Stale);
+    EXPECT_EQ(page.model.trustEntries[2].trust.state, TrustState::NotLookedAt);
+    EXPECT_EQ(page.model.trustEntries[3].trust.state, TrustState::Expired);
+    ASSERT_EQ(page.model.notices.size(), 1U);
+    EXPECT_EQ(page.model.notices[0].line, 12U);
+    EXPECT_EQ(page.model.noticeCount, 3U) << "those that were not kept included";
+}

@@ -12,9 +12,12 @@ function showFault(text) {
 // What is known of the run, part by part: each stays whole where the line breaks.
 function runLine() {
     const { run, totals } = report;
-    const parts = [run.project, run.schema, word("elements", { n: number(totals.elements) }), run.time,
-        run.tool && word("tool", { version: run.tool }), run.compared && word("comparedWith", { run: run.compared })]
-        .filter((part) => part);
+    const { compared } = report;
+    const parts = [run.project, run.schema, word("elements", { n: number(totals.elements) }),
+        [run.number > 0 && word("runNumber", { n: run.number }), timeText(run.startedAt), run.resumed && word("resumedRun")]
+            .filter((part) => part).join(", "),
+        compared && word("comparedWith", { run: compared.run }) + (compared.startedAt ? ", " + timeText(compared.startedAt) : ""),
+        run.tool && word("tool", { version: run.tool })].filter((part) => part);
     return parts.flatMap((part, at) => at === 0 ? [fromModel(part)] : [" · ", fromModel(part)]);
 }
 
@@ -62,7 +65,7 @@ function startFloors() {
         const floors = shownFloors();
         byId("floor-down").disabled = floors.indexOf(choice.floor) <= 0;
         byId("floor-up").disabled = floors.indexOf(choice.floor) >= floors.length - 1;
-        byId("plan-empty").textContent = byId("plan-empty").hidden ? "" : word("emptyFloor");
+        nameEmptyPlan();
     };
     byId("floor").addEventListener("change", () => goToFloor(Number(byId("floor").value)));
     byId("floor-up").addEventListener("click", () => stepFloor(1));
@@ -77,7 +80,7 @@ function floorOption(floor) {
     const open = report.findings.filter((finding) => finding.shownFloor === floor && GRAVITY.get(finding.state) < 3).length;
     const elevation = floor === NO_FLOOR ? null : report.floors[floor].elevation;
     return floorName(floor) + (elevation === null ? "" : "  (" + (elevation >= 0 ? "+" : "") + number(elevation / 1000, 2) + " m)")
-        + (open > 0 ? "  · " + number(open) : "");
+        + (open > 0 ? "  · " + counted("floorFindings", open) : "");
 }
 
 function startLegend() {
@@ -137,7 +140,7 @@ function fillSymbols() {
 // #7 opens finding 7, so that a link can name it.
 function openAddressed() {
     const wanted = Number(location.hash.slice(1));
-    const finding = report.findings.find((candidate) => candidate.number === wanted);
+    const finding = report.findings.find((candidate) => candidate.number === wanted && candidate.change !== "gone");
     if (finding) {
         select(finding);
     }

@@ -24,30 +24,39 @@ function countBy(items, keyOf) {
     return counts;
 }
 
+// What makes the answer less than whole, and what a person must only know of.
+function coverageLevel(outcomes, trust) {
+    const { run, totals, compared } = report;
+    const looked = report.outcomes.some((record) => record.outcome === "passed" || record.outcome === "failed");
+    if (!looked) {
+        return "none";
+    }
+    if (run.partial || run.narrowed || run.incomplete.length > 0 || ["crashed", "cancelled", "skipped"].some((name) => outcomes.has(name))) {
+        return "bad";
+    }
+    const leftOut = report.outcomes.some((record) => record.notExamined > 0);
+    return leftOut || totals.withoutFloor > 0 || trust.has("expired") || trust.has("stale") || compared?.hidden > 0 || compared?.notVisited > 0
+        || run.planMissing ? "note" : "good";
+}
+
 function fillCoverage() {
-    const { run, totals } = report;
+    const { totals } = report;
     const outcomes = countBy(report.outcomes, (record) => record.outcome);
     const trust = countBy(report.trustEntries, (entry) => entry.trust.state);
-    const nothing = report.outcomes.every((record) => record.outcome !== "passed" && record.outcome !== "failed");
-    const bad = nothing || run.partial || run.narrowed || run.incomplete.length > 0 || totals.withoutFloor > 0
-        || ["crashed", "cancelled", "skipped"].some((name) => outcomes.has(name));
-    byId("coverage").className = bad ? "warn" : "good";
-    byId("coverage-title").textContent = word(nothing ? "coverageNone" : bad ? "coverageBad" : "coverageGood");
-    const chips = ["crashed", "cancelled", "skipped", "notApplicable"].filter((name) => outcomes.has(name)).map((name) =>
-        chip(number(outcomes.get(name)) + " " + word(name), ALARMING.has(name)));
-    if (totals.withoutFloor > 0) {
-        chips.push(chip(totals.withoutFloor === 1 ? word("withoutFloorOne")
-            : word("withoutFloor", { n: number(totals.withoutFloor) }), true));
-    }
-    for (const state of ["expired", "stale"]) {
-        if (trust.has(state)) {
-            chips.push(chip(number(trust.get(state)) + " × " + word(state), state === "expired"));
-        }
-    }
-    byId("coverage-chips").replaceChildren(...chips);
+    const level = coverageLevel(outcomes, trust);
+    byId("coverage").className = level === "good" ? "good" : "warn";
+    byId("coverage-title").textContent = word({ none: "coverageNone", bad: "coverageBad", note: "coverageNote", good: "coverageGood" }[level]);
+    const leftOut = report.outcomes.reduce((sum, record) => sum + record.notExamined, 0);
+    const chips = [["crashedChecks", outcomes.get("crashed"), true], ["cancelledChecks", outcomes.get("cancelled"), true],
+        ["skippedChecks", outcomes.get("skipped"), true], ["withoutFloor", totals.withoutFloor, true],
+        ["expiredEntries", trust.get("expired"), true], ["staleEntries", trust.get("stale"), false],
+        ["leftOut", leftOut, true], ["notApplicableChecks", outcomes.get("notApplicable"), false],
+        ["noticesChip", report.noticeCount, false]];
+    byId("coverage-chips").replaceChildren(...chips.filter(([, count]) => count > 0)
+        .map(([key, count, alarming]) => chip(counted(key, count), alarming)));
     byId("coverage-sentences").replaceChildren(...coverageSentences());
     byId("coverage-table").replaceChildren(...coverageTables());
-    byId("coverage-toggle").hidden = report.outcomes.length === 0 && report.trustEntries.length === 0 && totals.withoutFloor === 0;
+    byId("coverage-toggle").hidden = byId("coverage-table").childElementCount === 0;
     openCoverage(!byId("coverage-table").hidden);
 }
 
@@ -60,24 +69,48 @@ function chip(text, alarming) {
 
 // One line each: what ended badly is told at once, without a click.
 function coverageSentences() {
-    const { run } = report;
+    const { run, compared } = report;
     const lines = [];
-    if (run.partial) {
-        lines.push(make("li", {}, word("partialRun")));
+    if (run.planMissing) {
+        lines.push(fromModel(run.planMissing));
+    }
+    if (run.partial && run.incomplete.length === 0) {
+        lines.push(word("partialRun"));
     }
     if (run.narrowed) {
-        lines.push(make("li", {}, word("narrowedRun")));
+        lines.push(word("narrowedRun"));
     }
-    for (const sentence of run.incomplete) {
-        lines.push(make("li", {}, fromModel(sentence)));
+    lines.push(...run.incomplete.map((sentence) => fromModel(sentence)), ...crashesNotTold(), ...whatWasLeftOut());
+    if (compared?.hidden > 0) {
+        lines.push(counted("hiddenBefore", compared.hidden, { run: compared.run }));
     }
-    const crashed = report.outcomes.filter((record) => record.outcome === "crashed");
-    for (const record of crashed) {
-        lines.push(make("li", {}, fromModel(ruleTitle(record.rule)), " · ", fromModel(floorName(record.floor)),
+    if (compared?.notVisited > 0) {
+        lines.push(counted("notVisitedBefore", compared.notVisited, { run: compared.run }));
+    }
+    lines.push(...(compared?.remarks ?? []).map((remark) => fromModel(remark)));
+    return lines.map((line) => make("li", {}, line));
+}
+
+// What rules could not look at, once for each rule and reason.
+function whatWasLeftOut() {
+    const sums = new Map();
+    for (const record of report.outcomes.filter((candidate) => candidate.notExamined > 0)) {
+        const key = record.rule + ":" + record.reason;
+        const sum = sums.get(key) ?? { ...record, notExamined: 0 };
+        sum.notExamined += record.notExamined;
+        sums.set(key, sum);
+    }
+    return [...sums.values()].map((sum) => make("span", {}, fromModel(ruleTitle(sum.rule)), ": ", counted("leftOut", sum.notExamined),
+        sum.reason ? make("span", {}, " — ", fromModel(sum.reason)) : ""));
+}
+
+// A crash of which none of the run's own sentences speaks.
+function crashesNotTold() {
+    return report.outcomes.filter((record) => record.outcome === "crashed"
+        && !report.run.incomplete.some((sentence) => sentence.includes(report.rules[record.rule].name)))
+        .map((record) => make("span", {}, fromModel(ruleTitle(record.rule)), " · ", fromModel(floorName(record.floor)),
             record.specialty ? " · " + term(record.specialty) : "", " — " + word("crashed"),
             record.reason ? make("span", {}, ": ", fromModel(record.reason)) : ""));
-    }
-    return lines;
 }
 
 function table(heads, rows) {
@@ -107,6 +140,12 @@ function coverageTables() {
             report.trustEntries.map((entry) => [make("span", { class: "tag tag-" + entry.trust.state }, word(entry.trust.state)),
                 entry.scope, number(entry.hidden), entry.trust.reason ?? "", entry.trust.person ?? "", entry.trust.date ?? "",
                 entry.trust.expires || word("never")])));
+    }
+    if (report.notices.length > 0) {
+        const more = report.noticeCount - report.notices.length;
+        parts.push(make("h3", {}, word("notices")), table([word("line"), word("reason")],
+            report.notices.map((notice) => [notice.line > 0 ? number(notice.line) : "", notice.sentence])),
+        ...more > 0 ? [make("p", { class: "soft" }, word("noticesMore", { n: number(more) }))] : []);
     }
     return parts;
 }

@@ -46,14 +46,15 @@ function findingDetails(finding) {
     const rule = report.rules[finding.rule];
     return [
         detailsHead(word("finding", { n: finding.number }), stateMark(finding.state)),
-        make("p", { class: "lead" }, fromModel(finding.sentence)),
+        make("p", { class: "lead", id: "sentence-text" }, fromModel(finding.sentence)),
         make("p", { class: "tags" }, make("span", { class: "tag state-tag state-" + finding.severity },
-            stateWord(finding.severity, 1)), ...tagsOf(finding)),
+            stateWord(finding.severity, 1)), ...tagsOf(finding),
+        copyButton("sentence", word("sentence"), finding.sentence, word("copySentence"))),
         ...noteOfChange(finding), ...noteOfTrust(finding),
         facts([[word("where"), floorName(finding.shownFloor)], [word("rule"), rule.title && rule.title !== rule.name
             ? rule.title + " (" + rule.name + ")" : rule.name],
         [word("concerns"), [finding.specialty, finding.category, finding.subCategory].filter((text) => text).map(term)
-            .join(" › ")]]),
+            .join(" › ")], [word("place"), finding.place ? placeText(finding.place) : ""]]),
         copyField("location", word("location"), finding.location),
         copyField("code", word("code"), finding.code),
         ...chapter(word("how"), rule.how), ...chapter(word("why"), rule.why),
@@ -64,7 +65,7 @@ function findingDetails(finding) {
 
 function noteOfChange(finding) {
     const key = { new: "newNote", persisting: "persistingNote", gone: "goneNote" }[finding.change];
-    return key && report.run.compared ? [make("p", { class: "note" }, word(key, { run: report.run.compared }))] : [];
+    return key && report.compared ? [make("p", { class: "note" }, word(key, { run: report.compared.run }))] : [];
 }
 
 function noteOfTrust(finding) {
@@ -90,15 +91,24 @@ function copyField(id, name, text) {
     if (!text) {
         return make("span");
     }
-    const button = make("button", { type: "button", id: "copy-" + id, "aria-label": word("copy") + " " + name }, word("copy"));
+    return make("div", { class: "copy" }, make("span", { class: "copy-name" }, name),
+        make("code", { id: id + "-text", dir: "ltr" }, text), copyButton(id, name, text));
+}
+
+function copyButton(id, name, text, face = word("copy")) {
+    const button = make("button", { type: "button", id: "copy-" + id, class: "copy-button",
+        "aria-label": word("copy") + ": " + name }, face);
     button.addEventListener("click", async () => {
         const done = await copyText(text);
-        button.textContent = word(done ? "copied" : "copy");
+        button.textContent = done ? word("copied") : face;
+        button.classList.toggle("done", done);
         say(word(done ? "copied" : "copyFailed"));
-        setTimeout(() => button.textContent = word("copy"), 1600);
+        setTimeout(() => {
+            button.textContent = face;
+            button.classList.remove("done");
+        }, 1600);
     });
-    return make("div", { class: "copy" }, make("span", { class: "copy-name" }, name),
-        make("code", { id: id + "-text", dir: "ltr" }, text), button);
+    return button;
 }
 
 // Files opened by a double click may lack the clipboard interface; the older command works there.
@@ -169,6 +179,13 @@ function objectDetails(object) {
     ];
 }
 
+// In the model's own coordinates.
+function placeText(place) {
+    const metres = (value) => number(value / 1000, 2);
+    return "x " + metres(place.x + report.origin.x) + " · y " + metres(place.y + report.origin.y) + " · z "
+        + metres(place.z) + " m";
+}
+
 function placeFacts(object) {
     const elements = report.elements;
     if (!elements.isPlaced(object)) {
@@ -187,5 +204,5 @@ function placeFacts(object) {
 
 function findingButton(finding) {
     return make("button", { type: "button", class: "object with-mark", onclick: () => select(finding) }, stateMark(finding.state),
-        make("span", {}, "#" + finding.number + " ", fromModel(finding.sentence)));
+        make("span", {}, findingName(finding) + " ", fromModel(finding.sentence)));
 }

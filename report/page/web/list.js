@@ -151,7 +151,11 @@ function makeRows() {
         groups.get(group.key).findings.push(finding);
     }
     const rows = [];
-    const sorted = [...groups.values()].sort((left, right) => left.order - right.order);
+    // By rule the group with the gravest finding comes first, as the findings do.
+    const worst = (group) => choice.group === "rule" && choice.sort === "gravity"
+        ? Math.min(...group.findings.map((finding) => GRAVITY.get(finding.state))) : 0;
+    const sorted = [...groups.values()].map((group) => ({ ...group, worst: worst(group) }))
+        .sort((left, right) => left.worst - right.worst || left.order - right.order);
     sorted.forEach((group, at) => {
         const open = !listed.closed.has(group.key);
         rows.push({ group, open, height: GROUP_HEIGHT, level: 1, place: at + 1, count: sorted.length });
@@ -268,9 +272,14 @@ function fillRow(node, row) {
     node.append(stateMark(finding.state), make("span", { class: "unseen" }, stateWord(finding.state, 1)),
         make("div", { class: "row-text" },
             fromModel(finding.sentence, { class: "sentence", title: finding.sentence }),
-            make("span", { class: "meta" }, "#" + finding.number, " · ", fromModel(floorName(finding.shownFloor)),
-                choice.group === "rule" ? null : " · ", choice.group === "rule" ? null : fromModel(ruleTitle(finding.rule)),
+            make("span", { class: "meta" }, findingName(finding), " · ", fromModel(floorName(finding.shownFloor)), ...whatText(finding),
                 ...tagsOf(finding))));
+}
+
+// The kind of error in the system's own words; the rule where the list is not grouped by it.
+function whatText(finding) {
+    const what = choice.group === "rule" ? term(finding.subCategory) : ruleTitle(finding.rule);
+    return what ? [" · ", fromModel(what)] : [];
 }
 
 function tagsOf(finding) {

@@ -5,15 +5,21 @@ const FRAME_BUDGET = 9;             // milliseconds of drawing in a frame of 16
 const SETTLED = 90;                 // milliseconds without zooming before tiles are drawn anew
 const PICK_RADIUS = 9;              // pixels around the pointer
 const CLUSTER = 38;                 // pixels; markers nearer than this share one
-const NEAR_SCALE = 0.25;            // pixels for a millimetre that a flight does not go beyond
-const FINDING_MARGIN = 90;
+const NEAR_SCALE = 0.11;            // pixels for a millimetre that a flight does not go beyond: some metres around stay in sight
+const FINDING_MARGIN = 110;
+const DIAMETER_SCALE = 0.03;        // pixels for a millimetre from which diameters are written beside pipes
+const DIAMETER_LENGTH = 64;         // pixels that a pipe must be long for it
+const MAX_DIAMETERS = 1500;         // elements in sight above which none are written
+const TIP_FINDINGS = 3;             // findings that the tip over an object names by number
+const TIP_DELAY = 60;               // milliseconds that the pointer rests
 const KEY_STEP = 80;
+const CHOSEN_DEVICE = 7;            // pixels from the middle of a chosen valve to its edge, at least
 const MAX_HALOS = 4000;             // objects of one finding that are marked one by one
 const SEVERITY_GLYPHS = { confirmed: "!", suspected: "?", remind: "i", trusted: "✓", stale: "–", gone: "×" };
 
 const plan = {
     view: new View(), grids: new Map(), tiles: null, colours: null, base: null, overlay: null, dirty: true,
-    lastZoom: 0, markers: null, pointers: new Map(), dragged: 0, cross: false, frames: 0,
+    lastZoom: 0, markers: null, pointers: new Map(), dragged: 0, cross: false, frames: 0, pointerAt: null, tipTimer: 0, onPaper: false,
 };
 
 // The colours of the style sheet as the canvas needs them: resolved for the theme that is on.
@@ -58,6 +64,7 @@ function startPlan() {
     showFloor(true);
     on("floor", () => showFloor(true));
     on("selection", () => {
+        byId("hint").hidden = true;
         resizePlan();  // the details beside it may have come or gone
         flyToSelection();
         redraw();
@@ -126,10 +133,16 @@ function showFloor(fit) {
     newTiles();
     const empty = gridOf(choice.floor).indices.length === 0;
     byId("plan-empty").hidden = !empty;
-    byId("plan-empty").textContent = empty ? word("emptyFloor") : "";
+    byId("hint").hidden ||= empty;
+    nameEmptyPlan();
     if (fit) {
         fitFloor();
     }
+}
+
+function nameEmptyPlan() {
+    const empty = byId("plan-empty");
+    empty.textContent = empty.hidden ? "" : report.run.planMissing || word("emptyFloor");
 }
 
 function boxOf(objects, place) {
@@ -206,6 +219,7 @@ function drawPlan(now) {
 function drawOverlay(context) {
     const { view, ratio } = plan;
     context.setTransform(ratio, 0, 0, ratio, 0, 0);
+    drawDiameters(context);
     drawMarkers(context);
     drawSelection(context);
     drawScaleBar(context);
@@ -214,11 +228,78 @@ function drawOverlay(context) {
     }
 }
 
+// The diameter of a pipe as people write it; empty when it is not known.
+function diameterText(object) {
+    const about = report.elements.about(object);
+    if (!(about.diameter > 0)) {
+        return "";
+    }
+    const isDuct = about.subCategory === "风管" || about.className.includes("Duct");
+    return (isDuct ? "⌀" : "DN") + number(about.diameter, about.diameter % 1 ? 1 : 0).replace(/\D(?=\d{3}\b)/g, "");
+}
+
+// Beside the pipes, where they are long enough; what would cover another text is left out.
+function drawDiameters(context) {
+    const { view, colours } = plan;
+    const elements = report.elements;
+    if (view.scale < DIAMETER_SCALE) {
+        return;
+    }
+    const inSight = gridOf(choice.floor).find(view.worldX(0), view.worldY(view.height), view.worldX(view.width), view.worldY(0));
+    if (inSight.length > MAX_DIAMETERS) {
+        return;
+    }
+    const taken = new Set();
+    context.font = "11px system-ui, sans-serif";
+    context.textAlign = "center";
+    context.textBaseline = "middle";
+    context.lineJoin = "round";
+    context.lineWidth = 3;
+    context.strokeStyle = colours.sheet;
+    context.globalAlpha = selectedObjects().length > 0 ? 0.6 : 1;
+    for (const object of inSight) {
+        const text = elements.hasEnds(object) && !choice.hiddenSpecialties.has(specialtyOf(object)) ? diameterText(object) : "";
+        if (text) {
+            drawDiameter(context, object, text, taken);
+        }
+    }
+    context.globalAlpha = 1;
+}
+
+function drawDiameter(context, object, text, taken) {
+    const { view, colours } = plan;
+    const elements = report.elements;
+    const dx = (elements.x1[object] - elements.x0[object]) * view.scale;
+    const dy = -(elements.y1[object] - elements.y0[object]) * view.scale;
+    if (Math.hypot(dx, dy) < DIAMETER_LENGTH) {
+        return;
+    }
+    const x = view.screenX((elements.x0[object] + elements.x1[object]) / 2);
+    const y = view.screenY((elements.y0[object] + elements.y1[object]) / 2);
+    const cell = Math.floor(x / 48) + ":" + Math.floor(y / 24);
+    if (taken.has(cell)) {
+        return;
+    }
+    taken.add(cell);
+    // Read from below or from the right, as on drawings.
+    let angle = Math.atan2(dy, dx);
+    angle = angle > Math.PI / 2 - 1e-6 ? angle - Math.PI : angle < -Math.PI / 2 - 1e-6 ? angle + Math.PI : angle;
+    context.save();
+    context.translate(x, y);
+    context.rotate(angle);
+    const away = -lineWidth(elements.width[object], view.scale) / 2 - 8;
+    context.strokeText(text, 0, away);
+    context.fillStyle = colours.specialties[specialtyOf(object)];
+    context.fillText(text, 0, away);
+    context.restore();
+}
+
 // Everything chosen gets a halo, wide enough to be seen from afar and dark or light at its edge, so that it stands out
 // from every specialty's colour; its own colour stays on top.
 function drawSelection(context) {
-    const objects = selectedObjects().filter((object) => report.elements.floor[object] === choice.floor
-        && report.elements.isPlaced(object)).slice(0, MAX_HALOS);
+    const { elements } = report;
+    const objects = selectedObjects().filter((object) => elements.floor[object] === choice.floor && elements.isPlaced(object))
+        .slice(0, MAX_HALOS).sort((left, right) => elements.hasEnds(right) - elements.hasEnds(left));  // a valve lies on its pipes
     for (const [colour, extra] of [[plan.colours["mark-edge"], 11], [plan.colours.mark, 8]]) {
         for (const object of objects) {
             traceHalo(context, object, extra, colour);
@@ -229,8 +310,18 @@ function drawSelection(context) {
     }
     const place = choice.finding?.place;
     if (choice.object === null && choice.finding && place) {
-        drawPin(context, plan.view.screenX(place.x), plan.view.screenY(place.y), choice.finding);
+        const at = pinPoint(place);
+        drawPin(context, at.x, at.y, choice.finding);
     }
+}
+
+// Above everything marked, so that it covers nothing of it; at the finding's own place when that is out of sight.
+function pinPoint(place) {
+    const { view } = plan;
+    const box = boxOf(selectedObjects(), null);
+    const top = box && { x: view.screenX((box.lowX + box.highX) / 2), y: view.screenY(box.highY) };
+    return top && top.y > 52 && top.y < view.height && top.x > 0 && top.x < view.width ? top
+        : { x: view.screenX(place.x), y: view.screenY(place.y) };
 }
 
 function traceHalo(context, object, extra, colour) {
@@ -248,7 +339,7 @@ function traceHalo(context, object, extra, colour) {
         return;
     }
     const mark = symbolOf(object, view.scale);
-    const radius = Math.max(3, mark.radius) + extra / 2 + 1;
+    const radius = Math.max(mark.kind === KIND.device ? CHOSEN_DEVICE : 3, mark.radius) + extra / 2 + 1;
     if (mark.isBox) {
         context.roundRect(view.screenX(mark.x) - mark.spanX - extra / 2 - 1, view.screenY(mark.y) - mark.spanY - extra / 2 - 1,
             2 * mark.spanX + extra + 2, 2 * mark.spanY + extra + 2, 4);
@@ -273,7 +364,7 @@ function drawAlone(context, object) {
         return;
     }
     const mark = symbolOf(object, view.scale);
-    mark.radius = Math.max(2.5, mark.radius);
+    mark.radius = Math.max(mark.kind === KIND.device ? CHOSEN_DEVICE : 2.5, mark.radius);
     drawMark(context, mark, view.screenX(mark.x), view.screenY(mark.y), 1, colours.specialties[specialty],
         colours.fills[specialty]);
 }
@@ -312,7 +403,7 @@ function drawMarkerShape(context, state, x, y, radius, text) {
 }
 
 function drawPin(context, x, y, finding) {
-    const text = "#" + finding.number;
+    const text = findingName(finding);
     context.font = "700 12px system-ui, sans-serif";
     const width = context.measureText(text).width + 34;
     const top = y - 44;
@@ -369,10 +460,28 @@ function drawMarkers(context) {
         }
         const count = group.findings.length;
         context.globalAlpha = choice.finding || choice.object !== null ? 0.45 : 1;
-        drawMarkerShape(context, group.worst.state, x, y, count > 1 ? 12 : 9.5,
-            count > 1 ? String(count) : SEVERITY_GLYPHS[group.worst.state]);
+        drawMarkerShape(context, group.worst.state, x, y, count > 1 && !plan.onPaper ? 12 : 9.5,
+            count > 1 && !plan.onPaper ? String(count) : SEVERITY_GLYPHS[group.worst.state]);
+        if (plan.onPaper) {
+            drawMarkerNumbers(context, group, x + 14, y);
+        }
     }
     context.globalAlpha = 1;
+}
+
+// On paper nothing can be clicked, so the numbers stand beside the markers.
+function drawMarkerNumbers(context, group, x, y) {
+    const numbers = group.findings.map((finding) => finding.number).sort((left, right) => left - right);
+    const text = "#" + numbers.slice(0, 6).join(", ") + (numbers.length > 6 ? " …" : "");
+    context.font = "700 13px system-ui, sans-serif";
+    context.textAlign = "left";
+    context.textBaseline = "middle";
+    context.lineJoin = "round";
+    context.lineWidth = 4;
+    context.strokeStyle = plan.colours.sheet;
+    context.strokeText(text, x, y);
+    context.fillStyle = plan.colours.ink;
+    context.fillText(text, x, y);
 }
 
 function drawScaleBar(context) {
@@ -465,11 +574,56 @@ function selectStaying(finding, object) {
     choice.stay = false;
 }
 
+function markerAt(pixelX, pixelY) {
+    const { view } = plan;
+    return markers().find((group) =>
+        Math.hypot(view.screenX(group.x) - pixelX, view.screenY(group.y) - pixelY) < 13);
+}
+
+// What lies under the resting pointer is named before it is clicked.
+function showTip() {
+    const tip = byId("tip");
+    const at = plan.pointerAt;
+    const group = at && markerAt(at.x, at.y);
+    const object = at && !group ? objectsAt(at.x, at.y)[0] : undefined;
+    tip.hidden = !group && object === undefined;
+    plan.overlay.classList.toggle("over", !tip.hidden);
+    if (tip.hidden) {
+        return;
+    }
+    tip.replaceChildren(...group ? group.findings.slice(0, TIP_FINDINGS).map((finding) => make("p", {},
+        make("b", {}, findingName(finding) + " "), fromModel(finding.sentence))) : objectTip(object));
+    if (group && group.findings.length > TIP_FINDINGS) {
+        tip.append(make("p", { class: "soft" }, "+ " + number(group.findings.length - TIP_FINDINGS)));
+    }
+    // Measured only now: it stays inside the plan, on the side where there is room.
+    const { width, height } = tip.getBoundingClientRect();
+    tip.style.left = Math.max(4, Math.min(at.x + 14, plan.view.width - width - 6)) + "px";
+    tip.style.top = (at.y + 18 + height > plan.view.height ? Math.max(4, at.y - height - 12) : at.y + 18) + "px";
+}
+
+function objectTip(object) {
+    const elements = report.elements;
+    const about = elements.about(object);
+    const touching = report.touching.get(object) ?? [];
+    const parts = [term(about.subCategory) || about.className, diameterText(object)].filter((part) => part);
+    return [make("p", {}, fromModel(elements.name(object) || word("unnamed"), { class: "tip-name" })),
+        make("p", { class: "soft" }, fromModel(parts.join(" · "))),
+        touching.length === 0 ? null : make("p", {}, counted("floorFindings", touching.length) + ": "
+            + touching.slice(0, TIP_FINDINGS).map(findingName).join(", ") + (touching.length > TIP_FINDINGS ? " …" : ""))]
+        .filter((part) => part);
+}
+
+function hideTip() {
+    plan.pointerAt = null;
+    clearTimeout(plan.tipTimer);
+    byId("tip").hidden = true;
+    plan.overlay.classList.remove("over");
+}
+
 // A click on a marker chooses its finding, on an object the object; the next click at the same place the one below it.
 function pickAt(pixelX, pixelY) {
-    const { view } = plan;
-    const group = markers().find((candidate) =>
-        Math.hypot(view.screenX(candidate.x) - pixelX, view.screenY(candidate.y) - pixelY) < 13);
+    const group = markerAt(pixelX, pixelY);
     if (group && !(group.findings.includes(choice.finding) && group.findings.length === 1)) {
         const at = group.findings.indexOf(choice.finding);
         selectStaying(group.findings[(at + 1) % group.findings.length], null);
@@ -499,6 +653,7 @@ function listenToPlan() {
     };
     overlay.addEventListener("pointerdown", (event) => {
         overlay.setPointerCapture(event.pointerId);
+        hideTip();
         pointers.set(event.pointerId, at(event));
         if (pointers.size === 1) {
             plan.dragged = 0;
@@ -509,8 +664,13 @@ function listenToPlan() {
     overlay.addEventListener("pointermove", (event) => {
         if (pointers.has(event.pointerId)) {
             movePointer(event.pointerId, at(event));
+        } else if (event.pointerType === "mouse") {
+            plan.pointerAt = at(event);
+            clearTimeout(plan.tipTimer);
+            plan.tipTimer = setTimeout(showTip, TIP_DELAY);
         }
     });
+    overlay.addEventListener("pointerleave", hideTip);
     const end = (event) => {
         if (pointers.delete(event.pointerId) && pointers.size === 0 && plan.dragged < 4 && event.type === "pointerup") {
             const { x, y } = at(event);
@@ -522,6 +682,7 @@ function listenToPlan() {
     overlay.addEventListener("pointercancel", end);
     overlay.addEventListener("wheel", (event) => {
         event.preventDefault();
+        hideTip();
         const { x, y } = at(event);
         const lines = event.deltaMode === 1 ? 30 : 1;
         zoomBy(Math.exp(-Math.max(-240, Math.min(240, event.deltaY * lines)) * 0.0022), x, y);

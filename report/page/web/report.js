@@ -66,6 +66,10 @@ const specialtyOf = (index) => report.elements.about(index).specialtyIndex;
 const floorName = (floor) => floor === NO_FLOOR ? word("noFloor") : report.floors[floor].name;
 const ruleTitle = (rule) => report.rules[rule].title || report.rules[rule].name;
 
+// How people name it. What is gone has its number in the run before.
+const findingName = (finding) => "#" + finding.number
+    + (finding.change === "gone" && report.compared ? " " + word("ofRun", { n: report.compared.run }) : "");
+
 function stateOf(finding) {
     if (finding.change === "gone") {
         return "gone";
@@ -107,9 +111,9 @@ function middleOf(objects) {
 
 function searchText(finding) {
     return finding.searchText ??= [
-        "#" + finding.number, finding.sentence, ruleTitle(finding.rule), report.rules[finding.rule].name,
+        findingName(finding), finding.sentence, ruleTitle(finding.rule), report.rules[finding.rule].name,
         finding.floor === NO_FLOOR ? "" : floorName(finding.floor), finding.specialty, finding.category,
-        finding.subCategory, GLOSS[finding.specialty] ?? "", finding.location, finding.code, finding.trust.reason ?? "",
+        finding.subCategory, GLOSS[finding.specialty] ?? "", GLOSS[finding.subCategory] ?? "", finding.location, finding.code, finding.trust.reason ?? "",
         finding.trust.person ?? "",
         ...finding.objects.map((object) => report.elements.name(object) + "\n" + report.elements.globalId(object)
             + "\n" + report.elements.handle(object)),

@@ -94,9 +94,9 @@ function* paintSide() {
     context.globalAlpha = 1;
     for (const index of chosen) {
         if (report.elements.isPlaced(index) && report.elements.floor[index] === choice.floor) {
-            drawSideLine(context, frame, index, colours["mark-edge"], 8);
-            drawSideLine(context, frame, index, colours.mark, 5.5);
-            drawSideLine(context, frame, index, colours.specialties[specialtyOf(index)], 2);
+            drawSideShape(context, frame, index, colours["mark-edge"], 8);
+            drawSideShape(context, frame, index, colours.mark, 5.5);
+            drawSideShape(context, frame, index, colours.specialties[specialtyOf(index)], 2);
         }
     }
     drawHeightTexts(context, frame, width);
@@ -109,6 +109,16 @@ function* paintSideElements(context, frame, indices, colours) {
     for (let at = 0; at < indices.length; ++at) {
         const [x0, y0, x1, y1] = sideLine(frame, indices[at]).map(Math.round);
         const specialty = specialtyOf(indices[at]);
+        const body = sideBox(frame, indices[at]);
+        if (body) {
+            context.fillStyle = colours.fills[specialty];
+            context.strokeStyle = colours.specialties[specialty];
+            context.lineWidth = 1.2;
+            context.fillRect(...body);
+            context.strokeRect(...body);
+            count += 2;
+            continue;
+        }
         const key = ((((x0 & 4095) * 4096 + (x1 & 4095)) * 256 + (y0 & 255)) * 256 + (y1 & 255)) * 6 + specialty;
         if (!drawn.has(key)) {
             drawn.add(key);
@@ -139,6 +149,33 @@ function sideLine(frame, index) {
     const high = side.alongY ? elements.highY : elements.highX;
     const middle = frame.up((elements.lowZ[index] + elements.highZ[index]) / 2);
     return [frame.along(low[index]), middle, frame.along(high[index]), middle];
+}
+
+// Left, top, width and height of what is drawn with its body; nothing for lines and for what is too small.
+function sideBox(frame, index) {
+    const elements = report.elements;
+    if (elements.hasEnds(index)) {
+        return null;
+    }
+    const low = side.alongY ? elements.lowY : elements.lowX;
+    const high = side.alongY ? elements.highY : elements.highX;
+    const left = frame.along(low[index]);
+    const top = frame.up(elements.highZ[index]);
+    const width = frame.along(high[index]) - left;
+    const height = frame.up(elements.lowZ[index]) - top;
+    return width >= 3 && height >= 3 ? [left, top, width, height] : null;
+}
+
+function drawSideShape(context, frame, index, colour, width) {
+    const body = sideBox(frame, index);
+    if (!body) {
+        drawSideLine(context, frame, index, colour, width);
+        return;
+    }
+    context.strokeStyle = colour;
+    context.lineWidth = width;
+    context.lineJoin = "round";
+    context.strokeRect(...body);
 }
 
 function drawSideLine(context, frame, index, colour, width) {
@@ -172,27 +209,53 @@ function drawHeights(context, frame, width) {
         context.lineTo(width, Math.round(frame.up(height)) + 0.5);
         context.stroke();
     }
+    context.strokeStyle = plan.colours["ink-soft"];
+    context.setLineDash([6, 4]);
+    for (const floor of floorsInSight(frame)) {
+        context.beginPath();
+        context.moveTo(0, Math.round(frame.up(floor.elevation)) + 0.5);
+        context.lineTo(width, Math.round(frame.up(floor.elevation)) + 0.5);
+        context.stroke();
+    }
+    context.setLineDash([]);
+}
+
+function floorsInSight(frame) {
+    return report.floors.filter((floor) => floor.elevation !== null && frame.up(floor.elevation) > 9
+        && frame.up(floor.elevation) < frame.height - 5);
 }
 
 function drawHeightTexts(context, frame, width) {
     context.font = "11px system-ui, sans-serif";
     context.textAlign = "right";
     context.textBaseline = "middle";
-    context.lineJoin = "round";
     const write = (text, y) => {
-        context.strokeStyle = plan.colours.sheet;
-        context.lineWidth = 4;
-        context.strokeText(text, width - 6, y);
+        const wide = context.measureText(text).width;
+        context.fillStyle = plan.colours.sheet;
+        context.fillRect(width - 10 - wide, y - 7, wide + 8, 14);
         context.fillStyle = plan.colours["ink-soft"];
         context.fillText(text, width - 6, y);
     };
+    const metres = (height) => (height > 0 ? "+" : "") + number(Math.round(height) / 1000 + 0, 2) + " m";
+    const named = [];
+    for (const floor of floorsInSight(frame)) {
+        const y = frame.up(floor.elevation);
+        if (named.every((other) => Math.abs(other - y) > 13)) {
+            named.push(y);
+            context.font = "600 11px system-ui, sans-serif";
+            write(floor.name + "  " + metres(floor.elevation), y);
+        }
+    }
+    context.font = "11px system-ui, sans-serif";
     for (const height of heightSteps(frame).filter((step) => frame.up(step) > 8 && frame.up(step) < frame.height - 8)) {
-        write((height > 0 ? "+" : "") + number(Math.round(height) / 1000 + 0, 2) + " m", frame.up(height));
+        if (named.every((other) => Math.abs(other - frame.up(height)) > 13)) {
+            write(metres(height), frame.up(height));
+        }
     }
     const stretch = frame.upScale / frame.acrossScale;
     if (stretch > 1.05 || stretch < 0.95) {
         context.textAlign = "left";
         context.fillStyle = plan.colours["ink-soft"];
-        context.fillText("↕ × " + number(stretch, stretch < 10 ? 1 : 0), 12, frame.height - 10);
+        context.fillText(word("stretched", { n: number(stretch, stretch < 10 ? 1 : 0) }), 12, frame.height - 10);
     }
 }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // From the packed text in the page to plain columns and records. The writer packs the same forms.
 
-const FORMAT = 1;
+const FORMAT = 2;
 const DIGITS_85 = "0123456789abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ.-:+=^!/*?_,;()[]{}@%$#";
 const DIGITS_64 = "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz_$";
 const HAS_PLACE = 1;
@@ -252,7 +252,7 @@ class Elements {
     }
 }
 
-const TRUST_STATES = ["none", "trusted", "expired", "stale"];
+const TRUST_STATES = ["none", "trusted", "expired", "stale", "notLookedAt"];
 const SEVERITIES = ["confirmed", "suspected", "remind"];
 const CHANGES = ["none", "new", "persisting", "gone"];
 const OUTCOMES = ["passed", "failed", "notApplicable", "skipped", "crashed", "cancelled"];
@@ -281,11 +281,13 @@ function readReport(bytes) {
     }
     const texts = new Texts(reader);
     const text = () => texts.get(reader.unsigned());
-    const report = { run: { model: text(), project: text(), schema: text(), time: text(), tool: text(), compared: text() } };
+    const report = { run: { model: text(), project: text(), schema: text(), startedAt: text(), tool: text(), planMissing: text() } };
     report.run.incomplete = reader.list(text);
+    report.run.number = reader.signed();
     const scope = reader.unsigned();
     report.run.partial = (scope & 1) !== 0;
     report.run.narrowed = (scope & 2) !== 0;
+    report.run.resumed = (scope & 4) !== 0;
     report.origin = { x: reader.signed(), y: reader.signed() };
     report.floors = reader.list(() => {
         const name = text();
@@ -301,6 +303,10 @@ function readReport(bytes) {
         examined: reader.unsigned(), notExamined: reader.unsigned(), reason: text(),
     }));
     report.trustEntries = reader.list(() => ({ scope: text(), trust: readTrust(reader, text), hidden: reader.unsigned() }));
+    report.compared = reader.unsigned() ? { run: reader.signed(), startedAt: text(), hidden: reader.unsigned(),
+        notVisited: reader.unsigned(), remarks: reader.list(text) } : null;
+    report.notices = reader.list(() => ({ severity: text(), line: reader.unsigned(), sentence: text() }));
+    report.noticeCount = reader.unsigned();
     const count = () => reader.unsigned();
     report.totals = { confirmed: count(), suspected: count(), remind: count(), trusted: count(), gone: count(),
         elements: count(), withoutFloor: count() };

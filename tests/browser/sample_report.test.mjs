@@ -1,0 +1,182 @@
+// SPDX-License-Identifier: Apache-2.0
+import assert from "node:assert/strict";
+import fs from "node:fs";
+import path from "node:path";
+import { after, before, test } from "node:test";
+
+import {
+    MARK_DARK, MARK_LIGHT, firstFinding, launch, look, open, run, settle, shot, shownCount, totalOf, until, work,
+} from "./browser.mjs";
+
+// The report of the sample as norvex writes it, used as a person would who has never seen one.
+
+const REMIND_LIGHT = [42, 93, 176];  // --remind of the style sheet: the discs on the plan
+
+let browser;
+let result;
+before(async () => {
+    const sample = path.join(process.env.SAMPLES, "house.ifc");
+    fs.rmSync(path.join(work, "house-project"), { recursive: true, force: true });
+    run("NORVEX", [1], "check", sample, "--project", "house-project", "--html", "house.html", "--json", "house.json", "--quiet");
+    result = JSON.parse(fs.readFileSync(path.join(work, "house.json"), "utf8"));
+    browser = await launch();
+});
+after(() => browser.close());
+
+const records = (file) => {
+    const [head, ...lines] = fs.readFileSync(path.join(process.env.SAMPLES, file), "utf8").trim().split("\n").map((line) => line.split("\t"));
+    return lines.map((line) => Object.fromEntries(head.map((name, at) => [name, line[at]])));
+};
+
+// What the page shows of the chosen finding's objects.
+const chosenGlobalIds = async (page) => (await page.locator("#details .object .meta").allTextContents())
+    .map((text) => text.split(" · ")[1]).sort().join(" ");
+
+test("leads a person to every planted defect, and to nothing else", async () => {
+    const page = await open(browser, "house.html");
+    const planted = [...records("house.expected.tsv"), ...records("house.others.tsv")].filter((record) =>
+        record.verdict === "finding" || record.verdict === "other").map((record) => record.globalIds).sort();
+    const found = [];
+    await firstFinding(page).click();
+    for (;;) {
+        found.push(await chosenGlobalIds(page));
+        const title = await page.locator("#details-title").textContent();
+        await page.getByRole("button", { name: "Next", exact: true }).click();
+        if (await page.locator("#details-title").textContent() === title) {
+            break;
+        }
+    }
+    assert.deepEqual(found.sort(), planted);
+    assert.deepEqual(page.complaints, []);
+});
+
+test("marks the pipes of a planted loop after one click", async () => {
+    const page = await open(browser, "house.html");
+    await settle(page);
+    await shot(page, "sample");
+    const viewport = page.viewportSize();
+    const row = page.locator(".row.finding", { hasText: "2 pipes" });
+    const place = await row.boundingBox();
+    assert.ok(place.y + place.height / 2 < viewport.height, "it is in sight before anything is touched");
+    assert.equal((await look(page, "#overlay", MARK_LIGHT)).count, 0);
+    await row.click();
+    await settle(page);
+    await shot(page, "sample-finding");
+    const marked = await look(page, "#overlay", MARK_LIGHT);
+    assert.ok(marked.count > 400, `${marked.count} marked pixels`);
+    const side = await look(page, "#side", MARK_LIGHT);
+    assert.ok(side.count > 5, `${side.count} marked pixels in the side view`);
+    assert.match(await page.locator("#details .lead").textContent(), /^2 pipes of the system "给水系统 Cold water" on floor "1层" form a closed loop/);
+    assert.match(await page.locator("#details").textContent(), /管道闭合成环 pipes close a loop/);
+});
+
+test("opens a finding by its marker on the plan, and names what lies under the pointer", async () => {
+    const page = await open(browser, "house.html");
+    await settle(page);
+    const { at } = await look(page, "#overlay", REMIND_LIGHT, 12);
+    assert.ok(at, "a marker is in sight");
+    await page.locator("#overlay").hover({ position: at });
+    await until(page, () => !document.getElementById("tip").hidden);
+    assert.match(await page.locator("#tip").textContent(), /^#\d /);
+    await page.locator("#overlay").click({ position: at });
+    assert.match(await page.locator("#details-title").textContent(), /^Finding \d$/);
+    assert.equal(await page.locator("#tip").isVisible(), false);
+});
+
+test("tells what a clicked pipe is and which findings touch it", async () => {
+    const page = await open(browser, "house.html");
+    await page.locator(".row.finding", { hasText: "4 pipes of the system \"给水系统" }).click();
+    await settle(page);
+    const { at } = await look(page, "#overlay", MARK_LIGHT);
+    await page.locator("#overlay").click({ position: at });
+    assert.equal(await page.locator("#details-title").textContent(), "Object");
+    const facts = await page.locator("#details .facts").textContent();
+    assert.match(facts, /IfcPipeSegment/);
+    assert.match(facts, /给排水 water/);
+    assert.match(facts, /25 mm/);
+    assert.match(await page.locator("#details").textContent(), /Findings that touch it \(1\)/);
+});
+
+test("counts, filters and searches as the run counted", async () => {
+    const page = await open(browser, "house.html");
+    assert.equal(await shownCount(page), result.findings.length);
+    for (const severity of ["confirmed", "suspected", "remind"]) {
+        assert.equal(await totalOf(page, severity), result.totals[severity], severity);
+    }
+    assert.equal(await page.locator("#fault").isVisible(), false);
+    await page.locator("#filter-floor").selectOption({ label: "2层" });
+    assert.equal(await shownCount(page), result.findings.filter((finding) => finding.floor === "2层").length);
+    await page.locator("#search").fill("drainage");
+    await until(page, () => document.querySelectorAll(".row.finding").length === 1);
+    await page.locator("#search").fill("");
+    await page.locator("#filter-floor").selectOption("all");
+    await until(page, (all) => document.querySelectorAll(".row.finding").length === all, result.findings.length);
+    await page.locator(".total[data-state=\"suspected\"]").click();
+    assert.equal(await shownCount(page), await totalOf(page, "remind"));
+    await page.locator("#group").selectOption("floor");
+    assert.deepEqual(await page.locator(".row.group .group-title").allTextContents(), ["2层", "1层"]);
+});
+
+test("copies sentence, location string and feature code as the run wrote them", async () => {
+    const page = await open(browser, "house.html");
+    await firstFinding(page).click();
+    const wanted = Number((await page.locator("#details-title").textContent()).match(/\d+/)[0]);
+    const finding = result.findings.find((candidate) => candidate.number === wanted);
+    for (const [field, text] of [["sentence", finding.sentence], ["location", finding.location], ["code", finding.featureCode]]) {
+        await page.locator(`#copy-${field}`).click();
+        await until(page, (id) => document.getElementById(id).textContent === "Copied", `copy-${field}`);
+        await page.locator("#search").fill("");
+        await page.locator("#search").focus();
+        await page.keyboard.press("Control+V");
+        assert.equal(await page.locator("#search").inputValue(), text);
+    }
+});
+
+test("switches language and floor", async () => {
+    const page = await open(browser, "house.html", { colorScheme: "dark" });
+    await settle(page);
+    const ground = (await look(page, "#base", MARK_DARK)).picture;
+    await page.locator("#language").click();
+    assert.equal(await page.locator("#findings-title").textContent(), "检查结果");
+    assert.match(await page.locator(".row.finding").first().textContent(), /疑似错误/);
+    await page.locator("#floor-up").click();
+    await settle(page);
+    assert.ok(!ground.equals((await look(page, "#base", MARK_DARK)).picture));
+    assert.match(await page.locator("#floor option:checked").textContent(), /^2层.*5 条结果/);
+    await page.locator(".row.finding", { hasText: "Drainage" }).click();
+    await settle(page);
+    await shot(page, "sample-dark-zh");
+    assert.ok((await look(page, "#overlay", MARK_DARK)).count > 400);
+    assert.deepEqual(page.complaints, []);
+});
+
+test("says at the top what was not checked", async () => {
+    const page = await open(browser, "house.html");
+    const coverage = await page.locator("#coverage").textContent();
+    assert.match(coverage, /1 element on no floor/);
+    const idle = result.outcomes.filter((record) => record.outcome === "not applicable").length;
+    assert.ok(idle > 0);
+    assert.ok(coverage.includes(`${idle} checks had nothing to look at`), coverage);
+    assert.ok((await page.locator("#coverage").boundingBox()).y < (await page.locator("#findings").boundingBox()).y);
+    await page.getByRole("button", { name: "1 element on no floor" }).click();
+    assert.match(await page.locator("#coverage-table").textContent(), /1 × IfcPipeSegment: no relation places it/);
+});
+
+test("draws a real model", async (context) => {
+    const model = path.join(process.env.NORVEX_SHARED, "models", "B03_hvac_heating.ifc");
+    if (!fs.existsSync(model)) {
+        context.skip(`${model} is not there, so no real model was drawn`);
+        return;
+    }
+    run("NORVEX", [0, 1, 3], "check", model, "--project", "B03-project", "--html", "B03.html", "--quiet");
+    const page = await open(browser, "B03.html");
+    await settle(page);
+    await shot(page, "B03");
+    const plan = await look(page, "#base", [255, 255, 255]);
+    assert.ok(plan.total - plan.count > 5000, "something is drawn");
+    await firstFinding(page).click();
+    await settle(page);
+    await shot(page, "B03-finding");
+    assert.ok((await look(page, "#overlay", MARK_LIGHT)).count > 400);
+    assert.deepEqual(page.complaints, []);
+});
