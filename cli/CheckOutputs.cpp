@@ -12,6 +12,7 @@
 #include "report/page/WritePage.h"
 #include "report/resultfile/WriteResultFiles.h"
 #include "report/sarif/CheckSarif.h"
+#include "service/store/Clock.h"
 
 namespace norvex::cli {
 namespace {
@@ -21,6 +22,12 @@ std::string PageText(const service::RunReport& report, const ifc::BuildingModel&
     std::ostringstream text;
     report::page::WritePage(report::MakeRunPage(report, model, floors.Floors()).model, text);
     return std::move(text).str();
+}
+
+std::string BcfArchive(const service::RunReport& report, const ifc::BuildingModel& model,
+                       const service::IfcFloors& floors, report::bcf::Grouping grouping) {
+    return report::bcf::MakeBcf(report, model, floors.Floors(),
+                                {.grouping = grouping, .moment = service::store::SystemClock().Now()});
 }
 
 report::Times TimesOf(const OutputOptions& options) {
@@ -56,6 +63,16 @@ void AddOutputOptions(CLI::App& command, OutputOptions& options) {
         .add_option("--html", options.html,
                     "Write a page with the findings and a plan of each floor to FILE; any browser opens it")
         ->type_name("FILE");
+    CLI::Option* bcf =
+        command
+            .add_option("--bcf", options.bcf,
+                        "Write the findings as topics with viewpoints to FILE, a BCF 3.0 archive for building programs")
+            ->type_name("FILE");
+    command
+        .add_option("--bcf-group", options.bcfGroup,
+                    "One topic for each rule, floor or system in place of one for each finding")
+        ->needs(bcf)
+        ->type_name("KIND");
     command.add_flag("--outcomes", options.outcomes,
                      "List every rule on every floor, also with --quiet and when the list is long");
     command.add_flag("--timing", options.timing,
@@ -76,6 +93,17 @@ std::optional<std::string> CheckOutputs::Open() {
         }
         m_format = *path == "-" ? format : m_format;
     }
+    if (!m_options.bcfGroup.empty()) {
+        const std::optional<report::bcf::Grouping> grouping = report::bcf::GroupingOfName(m_options.bcfGroup);
+        if (!grouping) {
+            return fmt::format("Topics cannot be grouped by \"{}\", but by: rule, floor, system.", m_options.bcfGroup);
+        }
+        m_bcfGrouping = *grouping;
+    }
+    return OpenFiles();
+}
+
+std::optional<std::string> CheckOutputs::OpenFiles() {
     std::optional<std::string> failure;
     for (const auto& [path, file] : {std::pair(&m_options.json, &m_json), std::pair(&m_options.sarif, &m_sarif)}) {
         if (*path && *path != "-" && !failure) {
@@ -84,6 +112,9 @@ std::optional<std::string> CheckOutputs::Open() {
     }
     if (m_options.html && !failure) {
         failure = m_html.Open(*m_options.html);
+    }
+    if (m_options.bcf && !failure) {
+        failure = m_bcf.Open(*m_options.bcf);
     }
     return failure;
 }
@@ -105,6 +136,9 @@ bool CheckOutputs::Deliver(const service::RunReport& report, const ifc::Building
     bool isDelivered = Succeeded(report::WriteResultFiles(report).failure);
     if (m_options.html) {
         isDelivered = Succeeded(m_html.Commit(PageText(report, model, floors))) && isDelivered;
+    }
+    if (m_options.bcf) {
+        isDelivered = Succeeded(m_bcf.Commit(BcfArchive(report, model, floors, m_bcfGrouping))) && isDelivered;
     }
     if (m_options.json && m_options.json != "-") {
         isDelivered = Succeeded(m_json.Commit(report::CheckJson(report, TimesOf(m_options)))) && isDelivered;

@@ -7,6 +7,7 @@
 
 #include "cli/Output.h"
 #include "ifc/BuildingModel.h"
+#include "report/bcf/WriteBcf.h"
 #include "service/IfcFloors.h"
 #include "service/RunReport.h"
 
@@ -18,6 +19,8 @@ struct OutputOptions {
     std::optional<std::string> json;  // "-": standard output, as of the next two
     std::optional<std::string> sarif;
     std::optional<std::string> html;
+    std::optional<std::string> bcf;
+    std::string bcfGroup;  // empty: a topic for each finding; else rule, floor or system
     bool outcomes = false;
     bool timing = false;
     bool quiet = false;
@@ -41,6 +44,7 @@ class CheckOutputs {
     bool Deliver(const service::RunReport& report, const ifc::BuildingModel& model, const service::IfcFloors& floors);
 
   private:
+    std::optional<std::string> OpenFiles();
     std::string StandardText(const service::RunReport& report) const;
 
     const OutputOptions& m_options;
@@ -48,6 +52,8 @@ class CheckOutputs {
     WholeFile m_json;
     WholeFile m_sarif;
     WholeFile m_html;
+    WholeFile m_bcf;
+    report::bcf::Grouping m_bcfGrouping = report::bcf::Grouping::Finding;
 };
 
 }  // namespace norvex::cli

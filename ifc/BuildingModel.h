@@ -170,6 +170,7 @@ struct BuildingModel {
     std::string sourceName;  // as the caller gave it
     std::string schema;      // the first name in FILE_SCHEMA: IFC2X3, IFC4, IFC4X3_ADD2
     std::string projectName;
+    std::string projectGlobalId;  // empty: the file has no project, or one without
     std::string lengthUnit;  // METRE, MILLIMETRE, FOOT ... as the file names it, upper case
     double unitToMillimetres = 1.0;
 

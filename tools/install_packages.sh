@@ -3,7 +3,8 @@
 # Installs the Debian packages that are missing. Usage: tools/install_packages.sh build|test|bench|browser
 set -euo pipefail
 
-build=(g++ cmake ninja-build libboost-dev libicu-dev libxml2-dev libsqlite3-dev libssl-dev libfmt-dev nlohmann-json3-dev libcli11-dev zlib1g-dev)
+build=(g++ cmake ninja-build libboost-dev libicu-dev libxml2-dev libsqlite3-dev libssl-dev libfmt-dev nlohmann-json3-dev libcli11-dev zlib1g-dev
+    pkgconf libcairo2-dev libpng-dev libzip-dev)
 test=(clang libclang-rt-dev llvm libgtest-dev locales python3 python3-jsonschema python3-rfc3987)
 bench=(libbenchmark-dev liblemon-dev)
 # What the tests of the report page drive; the fonts let screenshots show Chinese.

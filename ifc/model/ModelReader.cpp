@@ -128,6 +128,7 @@ NetworkInput ModelReader::Read() {
     model_.lengthUnit = units_.lengthName;
     model_.unitToMillimetres = units_.toMillimetres;
     if (census_.project != kNoInstance) {
+        model_.projectGlobalId = access_.Argument(census_.project, 0).Text();
         model_.projectName = access_.Argument(census_.project, 2).Text();
     }
     slot_.assign(file_.InstanceCount(), kNoIndex);

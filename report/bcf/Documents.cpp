@@ -1,0 +1,194 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "report/bcf/Documents.h"
+
+#include <fmt/format.h>
+#include <set>
+#include <utility>
+
+#include "report/bcf/Identity.h"
+#include "report/bcf/XmlWriter.h"
+
+namespace norvex::report::bcf {
+namespace {
+
+template <typename Texts>
+void WriteList(XmlWriter& xml, std::string_view list, std::string_view item, const Texts& texts) {
+    xml.Open(list);
+    for (const auto& text : texts) {
+        xml.Leaf(item, text);
+    }
+    xml.Close();
+}
+
+void WritePoint(XmlWriter& xml, std::string_view name, const ifc::Point& point) {
+    xml.Open(name);
+    xml.Leaf("X", point.x);
+    xml.Leaf("Y", point.y);
+    xml.Leaf("Z", point.z);
+    xml.Close();
+}
+
+void WriteHeader(XmlWriter& xml, const Origin& origin) {
+    xml.Open("Header");
+    xml.Open("Files");
+    xml.Open("File");
+    if (!origin.projectGlobalId.empty()) {
+        xml.Attribute("IfcProject", origin.projectGlobalId);
+    }
+    xml.Attribute("IsExternal", "true");
+    xml.Leaf("Filename", origin.modelFile);
+    xml.Close();
+    xml.Close();
+    xml.Close();
+}
+
+void WriteComments(XmlWriter& xml, const Topic& topic, const Origin& origin) {
+    if (topic.comments.empty()) {
+        return;
+    }
+    xml.Open("Comments");
+    for (const Comment& comment : topic.comments) {
+        xml.Open("Comment");
+        xml.Attribute("Guid", comment.guid);
+        xml.Leaf("Date", comment.date.empty() ? origin.moment : comment.date);
+        xml.Leaf("Author", comment.author);
+        xml.Leaf("Comment", comment.text);
+        xml.Close();
+    }
+    xml.Close();
+}
+
+void WriteViewpoints(XmlWriter& xml, const Topic& topic, const std::vector<bool>& snapshots) {
+    xml.Open("Viewpoints");
+    for (std::size_t index = 0; index < topic.viewpoints.size(); ++index) {
+        xml.Open("ViewPoint");
+        xml.Attribute("Guid", topic.viewpoints[index].guid);
+        xml.Leaf("Viewpoint", ViewpointFile(topic, index));
+        if (snapshots[index]) {
+            xml.Leaf("Snapshot", SnapshotFile(topic, index));
+        }
+        xml.Leaf("Index", fmt::format("{}", index));
+        xml.Close();
+    }
+    xml.Close();
+}
+
+void WriteComponents(XmlWriter& xml, const std::vector<Component>& components) {
+    xml.Open("Components");
+    xml.Open("Selection");
+    std::set<std::string_view> globalIds;
+    for (const Component& component : components) {
+        if (component.globalId.empty()) {
+            xml.Open("Component");
+            xml.Leaf("AuthoringToolId", component.handle);
+            xml.Close();
+        } else if (globalIds.insert(component.globalId).second) {
+            xml.Open("Component");
+            xml.Attribute("IfcGuid", component.globalId);
+            xml.Close();
+        }
+    }
+    xml.Close();
+    xml.Open("Visibility");
+    xml.Attribute("DefaultVisibility", "true");
+    xml.Close();
+    xml.Close();
+}
+
+std::string PartFile(const Topic& topic, std::size_t index, std::string_view first, std::string_view other,
+                     std::string_view extension) {
+    return index == 0 ? fmt::format("{}.{}", first, extension)
+                      : fmt::format("{}_{}.{}", other, topic.viewpoints[index].guid, extension);
+}
+
+}  // namespace
+
+std::string VersionDocument() {
+    XmlWriter xml;
+    xml.Open("Version");
+    xml.Attribute("VersionId", "3.0");
+    xml.Close();
+    return std::move(xml).Finish();
+}
+
+std::string ProjectDocument(const Origin& origin) {
+    XmlWriter xml;
+    xml.Open("ProjectInfo");
+    xml.Open("Project");
+    const std::string& key = origin.projectGlobalId.empty() ? origin.modelFile : origin.projectGlobalId;
+    xml.Attribute("ProjectId", NameUuid(kNamespace, "project\n" + key));
+    xml.Leaf("Name", XmlLine(origin.projectName.empty() ? origin.modelFile : origin.projectName));
+    xml.Close();
+    xml.Close();
+    return std::move(xml).Finish();
+}
+
+std::string ExtensionsDocument(const std::vector<Topic>& topics) {
+    std::set<std::string> labels;
+    std::set<std::string> users{std::string(kAuthor)};
+    for (const Topic& topic : topics) {
+        labels.insert(topic.labels.begin(), topic.labels.end());
+        for (const Comment& comment : topic.comments) {
+            users.insert(comment.author);
+        }
+    }
+    XmlWriter xml;
+    xml.Open("Extensions");
+    WriteList(xml, "TopicTypes", "TopicType", std::vector<std::string>{"Error", "Warning", "Information"});
+    WriteList(xml, "TopicStatuses", "TopicStatus",
+              std::vector<std::string_view>{kOpen, "Resolved", "Accepted", kClosed});
+    WriteList(xml, "Priorities", "Priority", std::vector<std::string>{"High", "Normal", "Low"});
+    WriteList(xml, "TopicLabels", "TopicLabel", labels);
+    WriteList(xml, "Users", "User", users);
+    xml.Close();
+    return std::move(xml).Finish();
+}
+
+std::string MarkupDocument(const Topic& topic, const Origin& origin, const std::vector<bool>& snapshots) {
+    XmlWriter xml;
+    xml.Open("Markup");
+    WriteHeader(xml, origin);
+    xml.Open("Topic");
+    xml.Attribute("Guid", topic.guid);
+    xml.Attribute("TopicType", topic.type);
+    xml.Attribute("TopicStatus", topic.status);
+    xml.Leaf("Title", topic.title);
+    xml.Leaf("Priority", topic.priority);
+    WriteList(xml, "Labels", "Label", topic.labels);
+    xml.Leaf("CreationDate", origin.moment);
+    xml.Leaf("CreationAuthor", kAuthor);
+    xml.Leaf("ModifiedDate", origin.moment);
+    xml.Leaf("ModifiedAuthor", kAuthor);
+    xml.Leaf("Description", topic.description);
+    WriteComments(xml, topic, origin);
+    WriteViewpoints(xml, topic, snapshots);
+    xml.Close();
+    xml.Close();
+    return std::move(xml).Finish();
+}
+
+std::string ViewpointDocument(const Viewpoint& viewpoint) {
+    XmlWriter xml;
+    xml.Open("VisualizationInfo");
+    xml.Attribute("Guid", viewpoint.guid);
+    WriteComponents(xml, viewpoint.components);
+    xml.Open("PerspectiveCamera");
+    WritePoint(xml, "CameraViewPoint", viewpoint.camera.viewPoint);
+    WritePoint(xml, "CameraDirection", viewpoint.camera.direction);
+    WritePoint(xml, "CameraUpVector", viewpoint.camera.up);
+    xml.Leaf("FieldOfView", viewpoint.camera.fieldOfView);
+    xml.Leaf("AspectRatio", viewpoint.camera.aspectRatio);
+    xml.Close();
+    xml.Close();
+    return std::move(xml).Finish();
+}
+
+std::string ViewpointFile(const Topic& topic, std::size_t index) {
+    return PartFile(topic, index, "viewpoint", "Viewpoint", "bcfv");
+}
+
+std::string SnapshotFile(const Topic& topic, std::size_t index) {
+    return PartFile(topic, index, "snapshot", "Snapshot", "png");
+}
+
+}  // namespace norvex::report::bcf
