@@ -26,6 +26,9 @@ constexpr std::size_t kShownNotices = 10;
 // Rules on floors shown one by one before what went well is only counted: two screens full.
 constexpr std::size_t kShownOutcomes = 60;
 
+// Findings that are gone shown before the rest is only counted.
+constexpr std::size_t kShownGone = 10;
+
 Tone ToneOf(Severity severity) {
     switch (severity) {
         case Severity::Confirmed:
@@ -111,22 +114,109 @@ std::string ModelText(const RunReport& report, const TextStyle& style) {
     return out;
 }
 
+std::string SeverityLabel(const FindingRecord& finding) {
+    std::string label(service::SeverityName(finding.severity));
+    label += finding.novelty == service::Novelty::New ? ", new" : "";
+    return label + (finding.trusted ? ", trusted" : "");
+}
+
+std::string AcceptanceText(const service::Acceptance& acceptance) {
+    return fmt::format("Trusted by {} since {}{}: {}", acceptance.person, acceptance.addedOn,
+                       acceptance.expiresOn.empty() ? "" : " until " + acceptance.expiresOn, acceptance.reason);
+}
+
+void AddFinding(const RunReport& report, const FindingRecord& finding, Table& table) {
+    table.AddRow({{finding.number == 0 ? "" : std::to_string(finding.number)},
+                  {SeverityLabel(finding), finding.trusted ? Tone::Faint : ToneOf(finding.severity)},
+                  {finding.floor},
+                  {SpecialtyLabel(finding.specialty)},
+                  {ShortNameOf(report, finding.rule)}});
+    table.AddText(finding.sentence);
+    if (finding.acceptance) {
+        table.AddText(AcceptanceText(*finding.acceptance));
+    }
+    table.AddNote(finding.location);
+    table.AddNote(finding.featureCode);
+}
+
+Table FindingTable() {
+    return Table({{"#", Table::Align::Right}, {"Severity"}, {"Floor"}, {"Specialty"}, {"Rule"}});
+}
+
 std::string FindingsText(const RunReport& report, const TextStyle& style) {
-    Table table({{"#", Table::Align::Right}, {"Severity"}, {"Floor"}, {"Specialty"}, {"Rule"}});
+    Table table = FindingTable();
     for (const FindingRecord& finding : report.findings) {
-        const std::string severity = std::string(service::SeverityName(finding.severity));
-        table.AddRow({{std::to_string(finding.number)},
-                      {finding.trusted ? severity + ", trusted" : severity,
-                       finding.trusted ? Tone::Faint : ToneOf(finding.severity)},
-                      {finding.floor},
-                      {SpecialtyLabel(finding.specialty)},
-                      {ShortNameOf(report, finding.rule)}});
-        table.AddText(finding.sentence);
-        table.AddNote(finding.location);
-        table.AddNote(finding.featureCode);
+        AddFinding(report, finding, table);
     }
     const std::string text = table.ToText(style);
     return text.empty() ? "" : Heading("Findings", style) + text;
+}
+
+// The sentences, each on lines of its own.
+std::string Sentences(const std::vector<std::string>& sentences, const TextStyle& style) {
+    std::string out;
+    for (const std::string& sentence : sentences) {
+        for (const std::string& line : Wrapped(Sanitised(sentence), style.width)) {
+            out += line + "\n";
+        }
+    }
+    return out;
+}
+
+// What became of the findings of the run before.
+std::string ChangesText(const RunReport& report, const TextStyle& style) {
+    if (!report.comparison) {
+        return "";
+    }
+    const service::Comparison& comparison = *report.comparison;
+    const auto count = [&](service::Novelty novelty) {
+        return std::count_if(report.findings.begin(), report.findings.end(),
+                             [&](const FindingRecord& finding) { return finding.novelty == novelty; });
+    };
+    std::vector<std::string> sentences = {fmt::format("{} new, {} persisting, {} gone.", count(service::Novelty::New),
+                                                      count(service::Novelty::Persisting), comparison.gone.size())};
+    if (!comparison.hidden.empty()) {
+        sentences.push_back(fmt::format("{} not looked for any more, because a rule or sub-category is trusted now.",
+                                        Counted(comparison.hidden.size(), "other finding is", "other findings are")));
+    }
+    if (comparison.notVisited > 0) {
+        sentences.push_back(fmt::format("{} where this run did not look to the end; nobody can tell what became of it.",
+                                        Counted(comparison.notVisited, "finding lies", "findings lie")));
+    }
+    sentences.insert(sentences.end(), comparison.remarks.begin(), comparison.remarks.end());
+    Table gone = FindingTable();
+    const std::size_t shown = style.brief ? 0 : std::min(comparison.gone.size(), kShownGone);
+    for (std::size_t index = 0; index < shown; ++index) {
+        AddFinding(report, comparison.gone[index], gone);
+    }
+    std::string out = Heading(fmt::format("Since run {} of {}", comparison.run, comparison.startedAt), style) +
+                      Sentences(sentences, style) + gone.ToText(style);
+    if (!style.brief && comparison.gone.size() > shown) {
+        out += fmt::format("  {} gone; norvex diff lists them.\n",
+                           Counted(comparison.gone.size() - shown, "more finding is", "more findings are"));
+    }
+    return out;
+}
+
+// Acceptances that ask for a decision: what has expired is loud, what is stale is listed.
+std::string AcceptancesText(const RunReport& report, const TextStyle& style) {
+    std::string out;
+    std::vector<std::string> stale;
+    for (const service::AcceptanceRecord& record : report.acceptances) {
+        const service::Acceptance& acceptance = record.acceptance;
+        if (record.state == service::AcceptanceState::Expired) {
+            out += Toned("Expired: ", Tone::Red, style) +
+                   Sentences({fmt::format("trust entry {} ({}) by {} ended on {}; {} back.", acceptance.entry,
+                                          record.target, acceptance.person, acceptance.expiresOn,
+                                          Counted(record.findings, "finding is", "findings are"))},
+                             style);
+        } else if (record.state == service::AcceptanceState::Stale) {
+            stale.push_back(fmt::format("Stale: trust entry {} ({}) by {} hides nothing any more.", acceptance.entry,
+                                        record.target, acceptance.person));
+        }
+    }
+    out += Sentences(stale, style);
+    return out.empty() ? "" : "\n" + out;
 }
 
 // What the tasks of one rule on one floor come to: the gravest outcome, and what each specialty had.
@@ -333,7 +423,10 @@ std::string CheckText(const RunReport& report, const TextStyle& style, const Tex
     if (content.times == Times::Show) {
         out += TimesText(report, outcomes, style);
     }
-    return out + (style.brief ? "" : TotalsText(report, style)) + VerdictText(report, style);
+    if (!style.brief) {
+        out += TotalsText(report, style);
+    }
+    return out + ChangesText(report, style) + AcceptancesText(report, style) + VerdictText(report, style);
 }
 
 }  // namespace norvex::report

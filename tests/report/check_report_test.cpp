@@ -85,6 +85,49 @@ TEST(CheckJson, TellsTimesOnlyWhenAsked) {
     EXPECT_EQ(timed["comparison"]["startedAt"], "2026-02-27T08:30:00Z");
 }
 
+TEST(CheckText, SaysWhatChangedSinceTheRunBefore) {
+    const std::string text = CheckText(SampleReport(), TextStyle());
+    EXPECT_NE(text.find("suspected, new"), std::string::npos) << text;
+    EXPECT_NE(text.find("\nSince run 11 of 2026-02-27T08:30:00Z\n"
+                        "1 new, 1 persisting, 1 gone.\n"
+                        "1 other finding is not looked for any more, because a rule or sub-category is trusted now.\n"
+                        "3 findings lie where this run did not look to the end; nobody can tell what became of it.\n"
+                        "The model is another one.\n"),
+              std::string::npos)
+        << text;
+    EXPECT_NE(text.find("A ring that is gone."), std::string::npos);
+    RunReport first = SampleReport();
+    first.comparison.reset();
+    EXPECT_EQ(CheckText(first, TextStyle()).find("Since run"), std::string::npos);
+}
+
+TEST(CheckText, CountsWhatIsGoneWhenThereIsMuch) {
+    RunReport report = SampleReport();
+    report.comparison->gone.resize(25, report.comparison->gone[0]);
+    const std::string text = CheckText(report, TextStyle());
+    EXPECT_NE(text.find("15 more findings are gone; norvex diff lists them.\n"), std::string::npos) << text;
+}
+
+TEST(CheckText, NamesWhoAcceptedAndWhatHasExpired) {
+    RunReport report = SampleReport();
+    report.findings[2].acceptance->reason = "Heated floor.";
+    report.acceptances[0].state = norvex::service::AcceptanceState::Stale;
+    const std::string text = CheckText(report, TextStyle());
+    EXPECT_NE(text.find("Trusted by Li \"Wei\" since 2026-02-28 until 2027-01-01: Heated floor.\n"), std::string::npos)
+        << text;
+    TextStyle brief;
+    brief.brief = true;
+    for (const std::string& each : {text, CheckText(report, brief)}) {
+        EXPECT_NE(
+            each.find("Expired: trust entry 5 (the rule pipe-loop) by Li ended on 2026-01-01; 2 findings are back.\n"),
+            std::string::npos)
+            << each;
+        EXPECT_NE(each.find("Stale: trust entry 4 (the finding _ccc) by Li \"Wei\" hides nothing any more.\n"),
+                  std::string::npos)
+            << each;
+    }
+}
+
 TEST(CheckText, ListsTimesAndRatesWhenAsked) {
     const RunReport report = ManyFloors(2);
     EXPECT_EQ(CheckText(report, TextStyle()).find("Milliseconds"), std::string::npos);
