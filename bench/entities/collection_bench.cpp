@@ -3,10 +3,9 @@
 // ratio of each pair is the result.
 #include "norvexdata/entities/GetZrOwEntityPtrVec.h"
 #include "norvexdata/state/NorvexData.h"
-#include "norvexdata/state/NorvexService.h"
 #include "norvexdata/trust/OwTrustTool.h"
-#include "platform/text/CodePage.h"
 #include "platform/zrow/Drawing.h"
+#include "support/StubService.h"
 
 #include <benchmark/benchmark.h>
 
@@ -15,8 +14,8 @@
 
 namespace {
 
-// Detail names in each sub-category: few, as diameters and types are, or one per entity.
-enum class Names { Few, OneEach };
+// Detail names in each sub-category: few, as diameters and types are, a thousand, or one per entity.
+enum class Names { Few, Many, OneEach };
 
 // A floor of the current specialty, made current, in which every path is selected. Each entity has strings of its own.
 class Floor {
@@ -24,7 +23,7 @@ class Floor {
     Floor(std::int64_t entities, Names names) {
         constexpr int kCategories = 5;
         constexpr int kSubCategories = 8;
-        constexpr int kDetailNames = 20;
+        const std::uint32_t detailNames = names == Names::Few ? 20 : 1000;
         CNorvexData::s_strCurSpec = u"给排水";
         CNorvexData::s_strCurFloor = u"3";
         CNorvexData::s_strSmallMemMap.clear();
@@ -38,7 +37,7 @@ class Floor {
             CString path;
             path.Format(u"给排水\\类别%d\\子类%d\\DN%lld", static_cast<int>(random() % kCategories),
                         static_cast<int>(random() % kSubCategories),
-                        names == Names::Few ? static_cast<std::int64_t>(random() % kDetailNames) : number);
+                        names == Names::OneEach ? number : static_cast<std::int64_t>(random() % detailNames));
             m_drawing.node({0, 0, 0}, path);
         }
         m_drawing.makeCurrent();
@@ -93,33 +92,6 @@ void Collect(benchmark::State& state, Names names) {
     state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 
-// Trusts four of the eight sub-categories on the current floor.
-class HalfTrusting : public INorvexService {
-  public:
-    HalfTrusting() {
-        NS_NORVEX::ComponentInfo floor;
-        floor.strName = "3";
-        for (const char16_t* name : {u"子类0", u"子类2", u"子类4", u"子类6"}) {
-            floor.aryItems.append(norvex::text::WideToNarrow(name));
-        }
-        m_records.append(floor);
-    }
-    virtual ~HalfTrusting() = default;
-    NS_NORVEX::TrustStatus GetTrustStatus(const std::string&, const std::string&) override {
-        return NS_NORVEX::eTrustPart;
-    }
-    void GetTrustParam(const std::string&, const std::string&, CZRArray<NS_NORVEX::ComponentInfo>*& records) override {
-        records = &m_records;
-    }
-    bool IsErrorTrusted(const std::string&) override { return false; }
-    void RegisterRule(INorvexRule*) override {}
-    void ReportFinding(const NS_NORVEX::Finding&) override {}
-    bool ReportProgress(int, int) override { return true; }
-
-  private:
-    CZRArray<NS_NORVEX::ComponentInfo> m_records;
-};
-
 void CopyMap(benchmark::State& state) {
     const Floor floor(state.range(0), Names::OneEach);
     CategoryMap collected;
@@ -133,7 +105,10 @@ void CopyMap(benchmark::State& state) {
 
 void FilterTrusted(benchmark::State& state) {
     const Floor floor(state.range(0), Names::OneEach);
-    HalfTrusting service;
+    // Trusts four of the eight sub-categories on the current floor.
+    norvex::test::StubService service;
+    service.status = NS_NORVEX::eTrustPart;
+    service.trusted.append(norvex::test::Component(u"3", {u"子类0", u"子类2", u"子类4", u"子类6"}));
     CNorvexData::SetNorvexService(&service);
     COwTrustTool trust;
     trust.Init(u"rule", u"name");
@@ -150,6 +125,10 @@ constexpr std::int64_t kMost = 1'000'000;
 
 BENCHMARK(PlainPass)->RangeMultiplier(10)->Range(kFewest, kMost)->Unit(benchmark::kMicrosecond);
 BENCHMARK_CAPTURE(Collect, few_names, Names::Few)
+    ->RangeMultiplier(10)
+    ->Range(kFewest, kMost)
+    ->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(Collect, many_names, Names::Many)
     ->RangeMultiplier(10)
     ->Range(kFewest, kMost)
     ->Unit(benchmark::kMicrosecond);

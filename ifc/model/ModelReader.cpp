@@ -12,6 +12,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <unordered_set>
 
 namespace norvex::ifc {
 
@@ -798,6 +799,15 @@ void ModelReader::CountElements() {
 }
 
 void ModelReader::SayRepeatedGlobalIds() {
+    // Hardly any model has one, and looking for it takes a tenth of the sort that tells which.
+    std::unordered_set<std::string_view> known;
+    known.reserve(model_.elements.size());
+    const bool repeated = std::any_of(model_.elements.begin(), model_.elements.end(), [&](const Element& element) {
+        return !element.globalId.empty() && !known.insert(element.globalId).second;
+    });
+    if (!repeated) {
+        return;
+    }
     std::vector<std::uint32_t> order(model_.elements.size());
     std::iota(order.begin(), order.end(), 0U);
     const auto key = [&](std::uint32_t i) { return model_.elements[i].globalId; };
