@@ -33,9 +33,11 @@ inline std::uint64_t HashOf(const Cell& cell) {
 class CellGrid {
   public:
     // reach in drawing units, not negative and not NaN; it may be infinite.
-    explicit CellGrid(double reach)
+    explicit CellGrid(double reach) : CellGrid(reach, std::max(kSmallestCell, kReachesPerCell * reach)) {}
+    // Requires: cellSize, in drawing units, is more than zero and at least three times the reach.
+    CellGrid(double reach, double cellSize)
         // A little more than asked for covers the rounding of the distances that the cells only prepare for.
-        : m_reach(reach * (1.0 + 1e-9)), m_scale(1.0 / std::max(kSmallestCell, kReachesPerCell * reach)) {}
+        : m_reach(reach * (1.0 + 1e-9)), m_scale(1.0 / cellSize) {}
 
     Cell Of(const AcGePoint3d& point) const { return {Along(point.x), Along(point.y), Along(point.z)}; }
     // Whether the point surely has nothing in reach outside its cell. Quicker than asking for the lowest and the

@@ -14,6 +14,8 @@ namespace {
 
 // Pipes whose ends are placed together, so that the memory of all their places is on its way at once.
 constexpr std::size_t kBatch = 16;
+// A cell with more places is dense: looking through them one by one takes longer than the work on one pipe.
+constexpr std::size_t kDense = 64;
 
 double ReachOf(const AcGeTol& tolerance) {
     // In this order a tolerance that is not a number gives the distance of one place.
@@ -45,7 +47,8 @@ void ReadEarly(const ZrOwEntity* entity) {
 
 PipeSearch::PipeSearch(const std::vector<ZrOwEntity*>& pending)
     : m_grid(ReachOf(AcGeContext::gTol)),
-      m_selfEqual(AcGePoint3d::kOrigin.isEqualTo(AcGePoint3d::kOrigin, AcGeContext::gTol)) {
+      m_selfEqual(AcGePoint3d::kOrigin.isEqualTo(AcGePoint3d::kOrigin, AcGeContext::gTol)),
+      m_dense(AcGeContext::gTol.equalPoint()) {
     const kernel::LargeVector<Index> placeOfEnd = GatherPlaces(pending);
     DropRepetitions();
     ListEnds(placeOfEnd);
@@ -175,9 +178,13 @@ Index PipeSearch::PlaceOf(const Spot& spot) {
         slot = {spot.hash, made};
         ++m_usedSlots;
     } else {
+        std::size_t passed = 0;
         for (Index place = slot.place; place != kNoPlace; place = m_places[place].next) {
             if (SameBits(m_places[place].point, spot.point)) {
                 return place;
+            }
+            if (++passed > kDense) {
+                return PlaceOfDense(spot);
             }
         }
         // Behind the first place, which knows from here on that it is not alone.
@@ -191,6 +198,32 @@ Index PipeSearch::PlaceOf(const Spot& spot) {
         GrowSlots();
     }
     return made;
+}
+
+Index PipeSearch::PlaceOfDense(const Spot& spot) {
+    if (!m_dense.IsDense(spot.hash)) {
+        m_dense.MakeDense(spot.hash);
+        for (Index place = m_slots[SlotOf(spot.hash)].place; place != kNoPlace; place = m_places[place].next) {
+            m_dense.All().Add(m_places[place].point, place);
+        }
+    }
+    Index place = DensePlaceAt(spot.point);
+    if (place == kNone) {
+        place = static_cast<Index>(m_places.size());
+        m_places.push_back({spot.point, kNoPlace, 1, 0, 0, kNone});
+        m_dense.All().Add(spot.point, place);
+    }
+    return place;
+}
+
+Index PipeSearch::DensePlaceAt(const AcGePoint3d& point) const {
+    Index found = kNone;
+    m_dense.All().ForEachWithinReach(point, [&](Index place) {
+        if (SameBits(m_places[place].point, point)) {
+            found = place;
+        }
+    });
+    return found;
 }
 
 std::size_t PipeSearch::SlotOf(std::uint32_t hash) const {
@@ -217,26 +250,37 @@ Index PipeSearch::LookUpPlace(const AcGePoint3d& point) const {
     if (slot.place == kNone) {
         return kNone;
     }
+    std::size_t passed = 0;
     for (Index place = slot.place; place != kNoPlace; place = m_places[place].next) {
         if (SameBits(m_places[place].point, point)) {
             return place;
+        }
+        if (++passed > kDense) {
+            return DensePlaceAt(point);
         }
     }
     return kNone;
 }
 
 template <class Visit>
-void PipeSearch::ForEachPlaceInReach(const AcGePoint3d& point, const Visit& visit) const {
+bool PipeSearch::ForEachPlaceInReach(const AcGePoint3d& point, const Visit& visit) const {
     if (!IsFinite(point)) {
-        return;
+        return false;
     }
+    bool dense = false;
     m_grid.ForEachWithinReach(point, [&](const Cell& cell) {
-        const Slot& slot = m_slots[SlotOf(ShortHashOf(cell))];
+        const std::uint32_t hash = ShortHashOf(cell);
+        if (m_dense.IsDense(hash)) {
+            dense = true;
+            return;
+        }
+        const Slot& slot = m_slots[SlotOf(hash)];
         for (Index place = slot.place == kNone ? kNoPlace : slot.place; place != kNoPlace;
              place = m_places[place].next) {
             visit(m_places[place]);
         }
     });
+    return dense;
 }
 
 boost::shared_ptr<CCheckPipeLineNode> PipeSearch::MakeSeed(std::size_t position, CCheckPipeLineGraph& graph) {
@@ -275,6 +319,7 @@ void PipeSearch::Close(const CCheckPipeLineGraph& graph) {
     m_firstEdge += static_cast<Index>(Access::Edges(graph).size());
     m_firstNode += static_cast<Index>(Access::Nodes(graph).size());
     m_pool.reset();
+    m_dense.Nodes().Clear();
 }
 
 void PipeSearch::Open(CCheckPipeLineNode& node, Index place) {
@@ -291,13 +336,16 @@ void PipeSearch::Open(CCheckPipeLineNode& node, Index place) {
 
 void PipeSearch::FindPipes(const AcGePoint3d& point) {
     const auto first = static_cast<std::ptrdiff_t>(m_found.size());
-    ForEachPlaceInReach(point, [&](const Place& place) {
+    const auto take = [&](const Place& place) {
         if (place.point.isEqualTo(point, AcGeContext::gTol)) {
             for (Index end = place.firstEnd; end < place.firstEnd + place.endCount; ++end) {
                 m_found.push_back({m_ends[end].pipe, kNone});
             }
         }
-    });
+    };
+    if (ForEachPlaceInReach(point, take)) {
+        m_dense.All().ForEachWithinReach(point, [&](Index place) { take(m_places[place]); });
+    }
     std::sort(m_found.begin() + first, m_found.end(),
               [](const End& left, const End& right) { return left.pipe < right.pipe; });
     const auto same = [](const End& left, const End& right) { return left.pipe == right.pipe; };
@@ -327,6 +375,9 @@ void PipeSearch::Follow(const End& end, CCheckPipeLineNode& node, CCheckPipeLine
     farNode = m_pool->MakeNode(m_places[far].point);
     Access::Add(graph, farNode);
     m_places[far].node = m_firstNode + Access::Position(*farNode);
+    if (m_dense.IsDense(ShortHashOf(m_grid.Of(m_places[far].point)))) {
+        m_dense.Nodes().Add(m_places[far].point, far);
+    }
     Access::SetPooledEnd(*edge, farNode);
     Open(*farNode, far);
 }
@@ -337,12 +388,15 @@ CCheckPipeLineNode* PipeSearch::NodeAt(Index place, const CCheckPipeLineGraph& g
         oldest = m_places[place].node;
     } else {
         const AcGePoint3d& point = m_places[place].point;
-        ForEachPlaceInReach(point, [&](const Place& other) {
+        const auto compare = [&](const Place& other) {
             if (other.node >= m_firstNode && other.node < oldest &&
                 CEntFindMethod::Is2PtNear(other.point, point, kPlaceTolerance)) {
                 oldest = other.node;
             }
-        });
+        };
+        if (ForEachPlaceInReach(point, compare)) {
+            m_dense.Nodes().ForEachWithinReach(point, [&](Index other) { compare(m_places[other]); });
+        }
     }
     return oldest == kNone || oldest < m_firstNode ? nullptr : Access::Nodes(graph)[oldest - m_firstNode];
 }

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "norvexdata/pipenet/detail/Cells.h"
+#include "norvexdata/pipenet/detail/DensePlaces.h"
 #include "norvexdata/pipenet/detail/NetworkObjects.h"
 
 class ZrOwPolyLine;
@@ -84,12 +85,17 @@ class PipeSearch {
     void ListEnds(const kernel::LargeVector<Index>& placeOfEnd);
     Spot SpotOf(const AcGePoint3d& point) const;
     Index PlaceOf(const Spot& spot);
+    Index PlaceOfDense(const Spot& spot);
+    // The place with exactly these coordinates in a dense cell; kNone without one.
+    Index DensePlaceAt(const AcGePoint3d& point) const;
+    void MakeDense(std::uint32_t hash, Index firstPlace);
     std::size_t SlotOf(std::uint32_t hash) const;
     void GrowSlots();
 
     Index LookUpPlace(const AcGePoint3d& point) const;
+    // Calls visit with the places of all cells in reach that are not dense. Returns: whether a cell is.
     template <class Visit>
-    void ForEachPlaceInReach(const AcGePoint3d& point, const Visit& visit) const;
+    bool ForEachPlaceInReach(const AcGePoint3d& point, const Visit& visit) const;
 
     void Open(CCheckPipeLineNode& node, Index place);
     void FindPipes(const AcGePoint3d& point);
@@ -103,6 +109,7 @@ class PipeSearch {
     kernel::LargeVector<Place> m_places;
     kernel::LargeVector<Slot> m_slots;
     std::size_t m_usedSlots = 0;
+    DensePlaces m_dense;
     kernel::LargeVector<End> m_ends;
 
     kernel::LargeVector<Frame> m_frames;

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 
+#include <random>
 #include <thread>
 
 #include "Net.h"
@@ -108,6 +109,21 @@ TEST(LargeNets, SearchAStarOfAHundredThousandPipes) {
     std::vector<std::vector<ZrOwEntity*>> loops;
     graphs.front().GetBadLoopVec(loops);
     EXPECT_TRUE(loops.empty());
+}
+
+TEST(LargeNets, SearchAHundredThousandPipesInOneUnitOfSpace) {
+    constexpr int kPipes = 100000;
+    Net net;
+    std::mt19937_64 random(1);
+    const auto along = [&] { return static_cast<double>(random() % 1000000) * 1e-6; };
+    for (int number = 0; number < kPipes; ++number) {
+        const AcGePoint3d start(along(), along(), along());
+        net.Pipe(start, {along(), along(), along()});
+    }
+    const std::vector<CCheckPipeLineGraph> graphs = net.Search();
+    // No two ends meet within the host's tolerance.
+    EXPECT_EQ(graphs.size(), 1000u);
+    EXPECT_EQ(graphs.front().GetItemCount(), 2);
 }
 
 }  // namespace

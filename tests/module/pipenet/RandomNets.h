@@ -75,6 +75,30 @@ class RandomNets {
         return set;
     }
 
+    // Hundreds of pipes within a few drawing units, with ends that meet exactly, nearly, and not at all.
+    std::unique_ptr<PipeSet> NextCrowd() {
+        auto set = std::make_unique<PipeSet>();
+        const int pipes = 100 + Below(300);
+        const double size = 0.2 + 0.3 * Below(8);
+        const auto along = [&] { return size * Below(1000) / 1000.0 - 0.3; };
+        std::vector<AcGePoint3d> ends;
+        const auto end = [&] {
+            AcGePoint3d point(along(), along(), Below(3) == 0 ? along() : 0.0);
+            if (!ends.empty() && Below(2) == 0) {
+                point = ends[static_cast<std::size_t>(Below(static_cast<int>(ends.size())))];
+                static constexpr double kOffsets[] = {0.0, 0.0, 0.0, 5e-11, 2e-10, 0.05, 0.0999};
+                point.x += kOffsets[Below(7)];
+            }
+            ends.push_back(point);
+            return point;
+        };
+        for (int pipe = 0; pipe < pipes; ++pipe) {
+            const AcGePoint3d start = end();
+            set->list.push_back(&set->pipes.emplace_back(start, end()));
+        }
+        return set;
+    }
+
     int Below(int limit) { return static_cast<int>(m_random() % static_cast<std::uint64_t>(limit)); }
 
     // A point at or near one of a few places.

@@ -49,6 +49,15 @@ TEST(RandomNets, GiveTheSameGraphsAndLoopsInMeshes) {
     }
 }
 
+TEST(RandomNets, GiveTheSameGraphsAndLoopsWhereHundredsOfPipesLieInAFewUnits) {
+    RandomNets nets(5);
+    for (int number = 0; number < 60; ++number) {
+        const std::unique_ptr<PipeSet> set = nets.NextCrowd();
+        const std::string difference = CompareSearches(*set);
+        ASSERT_EQ(difference, "") << "crowd " << number << "\n" << Describe(*set);
+    }
+}
+
 TEST(RandomNets, GiveTheSameLoopsWhenBuiltAndChangedByHand) {
     RandomNets nets(3);
     for (int number = 0; number < 100000; ++number) {
