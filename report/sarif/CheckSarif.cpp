@@ -68,26 +68,45 @@ std::string Guid(const std::string& name) {
     return bcf::NameUuid(bcf::kNamespace, name);
 }
 
+std::string Compact(const Json& value) {
+    return value.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+// A JSON array in the making, one entry a line: a log of many findings is written as it is made, not held as a tree.
+class Lines {
+  public:
+    // Returns the entry's index.
+    std::size_t Add(const Json& entry) {
+        m_text += (m_size == 0 ? "[\n" : ",\n") + Compact(entry);
+        return m_size++;
+    }
+    std::string Finish() && { return m_size == 0 ? "[]" : std::move(m_text) + "\n]"; }
+
+  private:
+    std::string m_text;
+    std::size_t m_size = 0;
+};
+
 class Log {
   public:
-    Log(const RunReport& report, Times times) : m_report(report), m_times(times) {}
+    Log(const RunReport& report, Times times)
+        : m_report(report), m_times(times), m_modelUri(UriOfPath(report.model.path)), m_runGuid(RunGuid(report.run)) {}
 
-    Json Document();
+    std::string Document();
 
   private:
     std::string RunGuid(std::int64_t run) const;
     Json Rules();
     Json Driver();
     Json Artifacts() const;
-    Json ModelLocation() const;
+    Json PlaceOnFloor(const std::string& floor);
     std::size_t FloorIndex(const std::string& floor);
     std::size_t ObjectIndex(const std::string& floor, const service::FoundObject& object);
-    Json LogicalReference(std::size_t index) const;
     Json RelatedLocations(const FindingRecord& finding);
     Json Suppressions(const FindingRecord& finding) const;
     Json Properties(const FindingRecord& finding) const;
     Json Result(const FindingRecord& finding, std::string_view baselineState);
-    Json Results();
+    std::string Results();
     void Notify(Json& notifications, std::string_view kind, std::string_view level, const std::string& text) const;
     void NotifyOfTask(Json& notifications, const TaskRecord& task);
     Json Notifications();
@@ -95,10 +114,12 @@ class Log {
 
     const RunReport& m_report;
     Times m_times;
+    std::string m_modelUri;
+    std::string m_runGuid;
     std::map<std::string, std::size_t> m_rules;                           // index by name
     std::map<std::string, std::string> m_ruleIds;                         // by name
     std::map<std::pair<std::string, std::string>, std::size_t> m_places;  // index by floor and handle
-    Json m_logicalLocations = Json::array();
+    Lines m_logicalLocations;
 };
 
 // One for each run that a project remembers. Others share one as long as the model is the same.
@@ -147,51 +168,48 @@ Json Log::Driver() {
 }
 
 Json Log::Artifacts() const {
-    Json model = {{"location", {{"uri", UriOfPath(m_report.model.path)}}}, {"roles", {"analysisTarget"}}};
+    Json model = {{"location", {{"uri", m_modelUri}}}, {"roles", {"analysisTarget"}}};
     if (!m_report.model.sha256.empty()) {
         model["hashes"] = {{"sha-256", m_report.model.sha256}};
     }
     return Json::array({std::move(model)});
 }
 
-Json Log::ModelLocation() const {
-    return {{"artifactLocation", {{"uri", UriOfPath(m_report.model.path)}, {"index", 0}}}};
-}
-
 std::size_t Log::FloorIndex(const std::string& floor) {
-    const auto [place, isNew] = m_places.try_emplace({floor, ""}, m_logicalLocations.size());
-    if (isNew) {
-        m_logicalLocations.push_back({{"name", floor}, {"fullyQualifiedName", floor}, {"kind", "floor"}});
+    const auto known = m_places.find({floor, ""});
+    if (known != m_places.end()) {
+        return known->second;
     }
-    return place->second;
+    return m_places[{floor, ""}] =
+               m_logicalLocations.Add({{"name", floor}, {"fullyQualifiedName", floor}, {"kind", "floor"}});
 }
 
 std::size_t Log::ObjectIndex(const std::string& floor, const service::FoundObject& object) {
-    const std::size_t parent = FloorIndex(floor);
-    const auto [place, isNew] = m_places.try_emplace({floor, "#" + object.handle}, m_logicalLocations.size());
-    if (isNew) {
-        // GlobalIds repeat in real models; with the handle the name is the object's alone.
-        m_logicalLocations.push_back(
-            {{"name", object.name.empty() ? "#" + object.handle : object.name},
-             {"fullyQualifiedName", floor + "/" + object.globalId + "#" + object.handle},
-             {"kind", "object"},
-             {"parentIndex", parent},
-             {"properties",
-              {{"handle", object.handle}, {"globalId", object.globalId}, {"subCategory", object.subCategory}}}});
+    const auto known = m_places.find({floor, "#" + object.handle});
+    if (known != m_places.end()) {
+        return known->second;
     }
-    return place->second;
+    const std::size_t parent = FloorIndex(floor);
+    // GlobalIds repeat in real models; with the handle the name is the object's alone.
+    return m_places[{floor, "#" + object.handle}] = m_logicalLocations.Add(
+               {{"name", object.name.empty() ? "#" + object.handle : object.name},
+                {"fullyQualifiedName", floor + "/" + object.globalId + "#" + object.handle},
+                {"kind", "object"},
+                {"parentIndex", parent},
+                {"properties",
+                 {{"handle", object.handle}, {"globalId", object.globalId}, {"subCategory", object.subCategory}}}});
 }
 
-Json Log::LogicalReference(std::size_t index) const {
-    return {{"fullyQualifiedName", m_logicalLocations[index]["fullyQualifiedName"]}, {"index", index}};
+Json Log::PlaceOnFloor(const std::string& floor) {
+    return {{"physicalLocation", {{"artifactLocation", {{"uri", m_modelUri}, {"index", 0}}}}},
+            {"logicalLocations", {{{"fullyQualifiedName", floor}, {"index", FloorIndex(floor)}}}}};
 }
 
 Json Log::RelatedLocations(const FindingRecord& finding) {
     Json related = Json::array();
     for (const service::FoundObject& object : finding.objects) {
         related.push_back({{"id", related.size()},
-                           {"physicalLocation", ModelLocation()},
-                           {"logicalLocations", {LogicalReference(ObjectIndex(finding.floor, object))}},
+                           {"logicalLocations", {{{"index", ObjectIndex(finding.floor, object)}}}},
                            {"message", Message(object.name.empty() ? "#" + object.handle : object.name)}});
     }
     return related;
@@ -242,13 +260,11 @@ Json Log::Result(const FindingRecord& finding, std::string_view baselineState) {
     }
     result["level"] = LevelOf(finding.severity);
     result["message"] = Message(finding.sentence);
-    result["guid"] =
-        bcf::NameUuid(RunGuid(m_report.run), std::string(baselineState == "absent" ? "absent " : "") + identity);
+    result["guid"] = bcf::NameUuid(m_runGuid, std::string(baselineState == "absent" ? "absent " : "") + identity);
     result["correlationGuid"] = identity;
     result["partialFingerprints"] = {{"norvexFeatureCode/v1", finding.featureCode},
                                      {"norvexOccurrence/v1", std::to_string(finding.occurrence)}};
-    result["locations"] = Json::array(
-        {{{"physicalLocation", ModelLocation()}, {"logicalLocations", {LogicalReference(FloorIndex(finding.floor))}}}});
+    result["locations"] = Json::array({PlaceOnFloor(finding.floor)});
     if (!finding.objects.empty()) {
         result["relatedLocations"] = RelatedLocations(finding);
     }
@@ -261,17 +277,17 @@ Json Log::Result(const FindingRecord& finding, std::string_view baselineState) {
     return result;
 }
 
-Json Log::Results() {
-    Json results = Json::array();
+std::string Log::Results() {
+    Lines results;
     for (const FindingRecord& finding : m_report.findings) {
-        results.push_back(Result(finding, BaselineState(finding.novelty)));
+        results.Add(Result(finding, BaselineState(finding.novelty)));
     }
     if (m_report.comparison) {
         for (const FindingRecord& finding : m_report.comparison->gone) {
-            results.push_back(Result(finding, "absent"));
+            results.Add(Result(finding, "absent"));
         }
     }
-    return results;
+    return std::move(results).Finish();
 }
 
 void Log::Notify(Json& notifications, std::string_view kind, std::string_view level, const std::string& text) const {
@@ -297,8 +313,7 @@ void Log::NotifyOfTask(Json& notifications, const TaskRecord& task) {
         if (const auto rule = m_rules.find(task.rule); rule != m_rules.end()) {
             notification["associatedRule"] = {{"id", m_ruleIds[task.rule]}, {"index", rule->second}};
         }
-        notification["locations"] = Json::array({{{"physicalLocation", ModelLocation()},
-                                                  {"logicalLocations", {LogicalReference(FloorIndex(task.floor))}}}});
+        notification["locations"] = Json::array({PlaceOnFloor(task.floor)});
     }
 }
 
@@ -353,23 +368,25 @@ Json Log::Invocation() {
     return invocation;
 }
 
-Json Log::Document() {
+std::string Log::Document() {
     // The order of these steps matters: rules are named first, and logical locations are collected on the way.
-    Json driver = Driver();
-    Json results = Results();
-    Json invocation = Invocation();
-    Json run = {
-        {"tool", {{"driver", std::move(driver)}}},
-        {"automationDetails", {{"id", fmt::format("norvex/{}", m_report.run)}, {"guid", RunGuid(m_report.run)}}},
-        {"invocations", Json::array({std::move(invocation)})},
-        {"artifacts", Artifacts()},
-        {"logicalLocations", std::move(m_logicalLocations)},
-        {"columnKind", "utf16CodeUnits"},
-        {"results", std::move(results)}};
+    const Json driver = Driver();
+    const std::string results = Results();
+    const Json invocation = Invocation();
+    Json run = {{"tool", {{"driver", driver}}},
+                {"automationDetails", {{"id", fmt::format("norvex/{}", m_report.run)}, {"guid", m_runGuid}}},
+                {"invocations", Json::array({invocation})},
+                {"artifacts", Artifacts()},
+                {"columnKind", "utf16CodeUnits"}};
     if (m_report.comparison) {
         run["baselineGuid"] = RunGuid(m_report.comparison->run);
     }
-    return {{"$schema", kSchema}, {"version", "2.1.0"}, {"runs", Json::array({std::move(run)})}};
+    std::string text = fmt::format("{{\n\"$schema\": \"{}\",\n\"version\": \"2.1.0\",\n\"runs\": [\n{{\n", kSchema);
+    for (const auto& [name, value] : run.items()) {
+        text += fmt::format("\"{}\": {},\n", name, Compact(value));
+    }
+    text += "\"logicalLocations\": " + std::move(m_logicalLocations).Finish() + ",\n\"results\": ";
+    return text + results + "\n}\n]\n}\n";
 }
 
 // The characters that need no encoding in the path of a URI.
@@ -382,7 +399,7 @@ bool IsPathCharacter(char character) {
 }  // namespace
 
 std::string CheckSarif(const RunReport& report, Times times) {
-    return DocumentText(Log(report, times).Document());
+    return Log(report, times).Document();
 }
 
 std::string UriOfPath(std::string_view path) {
