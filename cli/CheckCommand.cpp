@@ -3,13 +3,13 @@
 #include <memory>
 #include <utility>
 
-#include "cli/Cancel.h"
 #include "cli/CheckOutputs.h"
 #include "cli/Commands.h"
 #include "cli/ExitCode.h"
 #include "cli/Options.h"
 #include "cli/Output.h"
 #include "cli/ProgressDisplay.h"
+#include "cli/Signals.h"
 #include "cli/Terminal.h"
 #include "ifc/Reader.h"
 #include "service/CheckRun.h"
@@ -38,6 +38,7 @@ struct CheckOptions {
     std::optional<std::string> project;
     service::RunRequest request;
     std::string failOn = "suspected";
+    service::RunSettings settings{.jobs = 0};
     OutputOptions output;
 };
 
@@ -68,9 +69,10 @@ int Unusable(const std::string& sentence) {
 
 // The run itself, and what only this program knows of it.
 service::RunReport RunChecks(service::Host& host, service::IfcFloors& floors, const service::RunPlan& plan,
-                             const datamng::ProjectData& project, const CheckOptions& options) {
-    ProgressDisplay progress(ProgressKind(options), plan.tasks.size());
-    service::RunReport report = service::ExecuteRun(host, floors, plan, project, progress, CancelOnSignals());
+                             const datamng::ProjectData& project, const CheckOptions& options,
+                             service::RunControl& control) {
+    ProgressDisplay progress(ProgressKind(options), plan.tasks.size(), control);
+    service::RunReport report = service::ExecuteRun(host, floors, plan, project, progress, control, options.settings);
     report.toolVersion = NORVEX_VERSION;
     report.incomplete.insert(report.incomplete.begin(), host.LoadFailures().begin(), host.LoadFailures().end());
     return report;
@@ -78,7 +80,7 @@ service::RunReport RunChecks(service::Host& host, service::IfcFloors& floors, co
 
 // Everything behind the reading of the model.
 int CheckModel(const ifc::BuildingModel& model, const CheckOptions& options, service::FailOn failOn,
-               CheckOutputs& outputs) {
+               CheckOutputs& outputs, service::RunControl& control) {
     std::string error;
     const std::filesystem::path application = service::ApplicationFolder();
     const std::optional<std::filesystem::path> folder =
@@ -103,7 +105,7 @@ int CheckModel(const ifc::BuildingModel& model, const CheckOptions& options, ser
     if (!project) {
         return Unusable(error);
     }
-    service::RunReport report = RunChecks(host, floors, *plan, *project, options);
+    service::RunReport report = RunChecks(host, floors, *plan, *project, options, control);
     report.projectFolder = folder->string();
     report.model = service::RecordOf(model, options.model);
     service::NoteWhatIsMissing(report);
@@ -119,6 +121,7 @@ int Check(const CheckOptions& options) {
         return Unusable(
             fmt::format("There is no severity \"{}\"; there is: confirmed, suspected, remind, never.", options.failOn));
     }
+    EndOnSignals();
     CheckOutputs outputs(options.output);
     if (const std::optional<std::string> failure = outputs.Open()) {
         return Unusable(*failure);
@@ -127,7 +130,10 @@ int Check(const CheckOptions& options) {
     if (!read.Ok()) {
         return Unusable(ifc::DiagnosticText(options.model, read.error));
     }
-    return CheckModel(*read.model, options, *failOn, outputs);
+    // Signals may come to the end of the process.
+    static service::RunControl control;
+    ControlBySignals(control);
+    return CheckModel(*read.model, options, *failOn, outputs, control);
 }
 
 void AddScope(CLI::App& command, service::RunRequest& request) {
@@ -137,6 +143,22 @@ void AddScope(CLI::App& command, service::RunRequest& request) {
              "several times");
     AddNames(command, "--rule", request.rules, "NAME",
              "Run this rule only, as norvex rules names it; may be given several times");
+}
+
+void AddRunOptions(CLI::App& command, service::RunSettings& settings) {
+    command
+        .add_option("--jobs,-j", settings.jobs,
+                    "Floors that are checked side by side; 0, the default: as many as there are processors")
+        ->type_name("N");
+    command
+        .add_option_function<double>(
+            "--rule-timeout",
+            [&settings](const double& seconds) {
+                settings.budget = std::chrono::milliseconds(static_cast<std::int64_t>(seconds * 1000));
+            },
+            "Seconds that one rule may take for one floor and specialty; it counts as crashed then. Default: 600")
+        ->check(CLI::Range(0.001, 1e9))
+        ->type_name("SECONDS");
 }
 
 }  // namespace
@@ -152,6 +174,7 @@ Command AddCheck(CLI::App& app) {
             "the user's state folder ($XDG_STATE_HOME or ~/.local/state), named after the model")
         ->type_name("DIR");
     AddScope(*command, options->request);
+    AddRunOptions(*command, options->settings);
     AddOutputOptions(*command, options->output);
     command
         ->add_option("--fail-on", options->failOn,

@@ -263,12 +263,15 @@ void Add(const TaskRecord& task, RuleOnFloor& sum) {
     std::string detail = SpecialtyLabel(task.specialty);
     detail += detail.empty() ? "" : " ";
     detail += service::OutcomeName(task.outcome);
+    if (task.outcome == Outcome::Crashed) {
+        detail += ": " + task.reason;
+    }
     if (task.examined > 0) {
         detail += fmt::format(", {} examined", task.examined);
     }
     if (task.notExamined > 0) {
         detail += fmt::format(", {} not, because {}", task.notExamined, task.reason);
-    } else if (!task.reason.empty() && task.outcome != Outcome::NotApplicable) {
+    } else if (!task.reason.empty() && task.outcome != Outcome::NotApplicable && task.outcome != Outcome::Crashed) {
         detail += ", " + task.reason;
     } else if (task.specialty.empty()) {
         detail += ", " + task.reason;

@@ -1,20 +1,23 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "service/CheckRun.h"
 
+#include <sched.h>
+
 #include <fmt/format.h>
 #include <algorithm>
-#include <chrono>
+#include <deque>
 #include <map>
+#include <string>
 #include <utility>
 #include <vector>
 
-#include "norvexdata/entities/GetZrOwEntityPtrVec.h"
 #include "norvexdata/state/NorvexData.h"
 #include "norvexdata/state/Vocabulary.h"
 #include "platform/text/CodePage.h"
 #include "platform/text/Utf8.h"
 #include "service/Words.h"
 #include "service/store/FloorNames.h"
+#include "service/work/WorkerPool.h"
 
 namespace norvex::service {
 namespace {
@@ -32,98 +35,108 @@ std::vector<CString> SplitPath(const CString& path) {
     return pieces.size() == 4 ? pieces : std::vector<CString>();
 }
 
-FindingRecord RecordOf(const NS_NORVEX::Finding& finding, const TaskRecord& task) {
-    FindingRecord record;
-    record.rule = task.rule;
-    record.floor = task.floor;
-    record.specialty = task.specialty;
-    record.category = text::ToUtf8(finding.strCategory);
-    record.subCategory = text::ToUtf8(finding.strSubCategory);
-    record.severity = SeverityOfWord(finding.strSeverity);
-    record.sentence = text::ToUtf8(finding.strSentence);
-    record.location = text::ToUtf8(finding.strLocation);
-    record.featureCode = text::ToUtf8(finding.strFeatureCode);
-    for (const NS_NORVEX::FindingObject& object : finding.vecObjects) {
-        record.objects.push_back({.handle = text::ToUtf8(object.strHandle),
-                                  .globalId = text::ToUtf8(object.strGlobalId),
-                                  .name = text::ToUtf8(object.strName),
-                                  .subCategory = text::ToUtf8(object.strSubCategory)});
-    }
-    if (finding.bHasPlace) {
-        record.place = Place{finding.ptPlace.x, finding.ptPlace.y, finding.ptPlace.z};
-    }
-    record.trusted = finding.bTrusted;
-    return record;
+std::size_t Processors() {
+    cpu_set_t allowed;
+    CPU_ZERO(&allowed);
+    return sched_getaffinity(0, sizeof allowed, &allowed) == 0 ? static_cast<std::size_t>(CPU_COUNT(&allowed)) : 1;
 }
 
-class Run final : public RuleListener {
+// Whether a rule passed is not for the rule to say: it follows from what it looked at and reported.
+void Conclude(const work::TaskEnded& end, TaskRecord& task) {
+    task.examined = end.examined;
+    task.notExamined = end.notExamined;
+    task.reason = end.reason;
+    if (end.end == NS_NORVEX::eRuleCrashed) {
+        task.outcome = Outcome::Crashed;
+    } else if (end.end == NS_NORVEX::eRuleCancelled) {
+        task.outcome = Outcome::Cancelled;
+        task.reason = "the run was cancelled meanwhile";
+    } else if (end.end == NS_NORVEX::eRuleTrusted) {
+        task.outcome = Outcome::Skipped;
+        task.reason = "the whole rule is trusted";
+    } else if (task.findings > task.reminders) {
+        task.outcome = Outcome::Failed;
+    } else if (task.examined > 0 || task.reminders > 0) {
+        task.outcome = Outcome::Passed;
+    } else {
+        task.outcome = Outcome::NotApplicable;
+        if (task.reason.empty()) {
+            task.reason = "nothing there that the rule is about";
+        }
+    }
+}
+
+class Run final : public work::PoolListener {
   public:
     Run(Host& host, FloorSource& source, const RunPlan& plan, const datamng::ProjectData& project,
-        RunObserver& observer, const std::atomic<bool>& cancel, RunSettings settings)
+        RunObserver& observer, RunControl& control, RunSettings settings)
         : m_host(host),
           m_source(source),
           m_plan(plan),
+          m_project(project),
           m_observer(observer),
-          m_cancel(cancel),
+          m_control(control),
           m_settings(std::move(settings)),
-          m_project(project) {}
+          m_results(plan.tasks.size()) {}
 
     RunReport Execute();
 
-    void OnFinding(const NS_NORVEX::Finding& finding) override;
-    bool OnProgress(int done, int total) override;
+    void OnBegun(std::size_t index) override;
+    void OnProgress(std::size_t index, int percent) override { m_observer.OnTaskProgress(index, percent); }
+    void OnFound(std::size_t index, FindingRecord finding) override;
+    void OnEnded(std::size_t index, const work::TaskEnded& end, std::chrono::microseconds duration) override;
+    void OnBroken(std::size_t index, const std::string& reason, std::chrono::microseconds duration) override;
+    void OnKilled(std::size_t index, std::chrono::microseconds duration) override;
+    void OnWish() override { m_observer.OnWish(); }
 
   private:
+    // How far a task is: nothing, begun, or ended.
+    struct Progress {
+        TaskResult result;
+        bool isBegun = false;
+        bool isEnded = false;
+    };
+
     void SetScope();
-    void EnterFloor(std::size_t floor);
-    void EnterSpecialty(const CString& specialty);
-    void LeaveSpecialty();
-    void RunTask(const PlannedTask& planned);
-    void TakeOver(const PlannedTask& planned, const TaskResult& result);
-    void Add(const TaskResult& result);
-    void Ask(const LoadedRule& rule, TaskRecord& task);
-    void Conclude(const NS_NORVEX::RuleResult& result, TaskRecord& task) const;
-    void CloseCategories(std::size_t nextTask);
+    void TakeOverFinished();
+    void SettleWithoutSpecialty();
+    std::deque<work::FloorWork> WorkLeft() const;
+    void CancelTheRest();
+    void Begin(std::size_t index);
+    void End(std::size_t index);
+    void Count(const PlannedTask& planned, const TaskRecord& task) const;
+    static void Count(const FindingRecord& finding);
+    void CloseCategory(const std::string& category) const;
+    void Merge();
     void CollectTotals();
 
     Host& m_host;
     FloorSource& m_source;
     const RunPlan& m_plan;
+    const datamng::ProjectData& m_project;
     RunObserver& m_observer;
-    const std::atomic<bool>& m_cancel;
+    RunControl& m_control;
     RunSettings m_settings;
-    datamng::ProjectData m_project;
     RunReport m_report;
-    TaskResult* m_current = nullptr;
-    bool m_isFloorOpen = false;
-    bool m_isSpecialtySet = false;
+    std::vector<Progress> m_results;  // by index of the task
 };
 
 RunReport Run::Execute() {
     SetScope();
-    m_host.Service().SetListener(this);
-    const PlannedTask* before = nullptr;
-    for (const PlannedTask& task : m_plan.tasks) {
-        const bool isNewFloor = before == nullptr || before->floor != task.floor;
-        if (isNewFloor) {
-            LeaveSpecialty();
-            EnterFloor(task.floor);
-        }
-        if (task.specialty && (isNewFloor || before->specialty != task.specialty)) {
-            LeaveSpecialty();
-            EnterSpecialty(m_plan.specialties[*task.specialty]);
-        }
-        RunTask(task);
-        CloseCategories(m_report.tasks.size());
-        before = &task;
+    TakeOverFinished();
+    SettleWithoutSpecialty();
+    work::WorkerScope scope{m_host, m_source, m_plan, m_project, {}};
+    for (const FloorRecord& floor : m_report.floors) {
+        scope.moduleFloors.push_back(text::FromUtf8(store::ModuleFloorName(floor.name)));
     }
-    LeaveSpecialty();
-    if (m_isFloorOpen) {
-        m_host.CloseDrawing();
-    }
-    m_host.Service().SetListener(nullptr);
+    std::deque<work::FloorWork> floors = WorkLeft();
+    const std::size_t jobs = m_settings.jobs == 0 ? Processors() : m_settings.jobs;
+    work::WorkerPool(scope, {std::max<std::size_t>(jobs, 1), m_settings.budget}, m_control, *this)
+        .Run(std::move(floors));
+    CancelTheRest();
     CNorvexData::s_strCurCategory = CString();
     CNorvexData::s_bCheckFinish = true;
+    Merge();
     CollectTotals();
     return std::move(m_report);
 }
@@ -164,147 +177,169 @@ void Run::SetScope() {
         m_report.rules.push_back(rule.record);
     }
     m_report.narrowed = m_plan.narrowed;
-}
-
-void Run::EnterFloor(std::size_t floor) {
-    if (m_isFloorOpen) {
-        m_host.CloseDrawing();
+    for (std::size_t index = 0; index < m_results.size(); ++index) {
+        const PlannedTask& planned = m_plan.tasks[index];
+        TaskRecord& task = m_results[index].result.task;
+        task.rule = m_plan.rules[planned.rule].record.name;
+        task.floor = m_report.floors[planned.floor].name;
+        task.specialty = planned.specialty ? m_report.specialties[*planned.specialty] : std::string();
     }
-    m_host.OpenDrawing(m_source.Open(m_plan.floors[floor]));
-    m_isFloorOpen = true;
-    CNorvexData::s_strCurFloor = text::FromUtf8(store::ModuleFloorName(m_report.floors[floor].name));
-}
-
-void Run::EnterSpecialty(const CString& specialty) {
-    CNorvexData::s_strCurSpec = specialty;
-    m_project.currentSpecialty = specialty;
-    datamng::SetCurrentProject(m_project);
-    m_isSpecialtySet = true;
-}
-
-void Run::LeaveSpecialty() {
-    if (m_isSpecialtySet) {
-        CGetZrOwEntityPtrVec::Delete();
-        m_isSpecialtySet = false;
-    }
-}
-
-void Run::RunTask(const PlannedTask& planned) {
-    const std::size_t index = m_report.tasks.size();
-    if (const auto finished = m_settings.finished.find(index); finished != m_settings.finished.end()) {
-        TakeOver(planned, finished->second);
-        return;
-    }
-    const LoadedRule& rule = m_plan.rules[planned.rule];
-    TaskResult result;
-    TaskRecord& task = result.task;
-    task.rule = rule.record.name;
-    task.floor = m_report.floors[planned.floor].name;
-    task.specialty = planned.specialty ? m_report.specialties[*planned.specialty] : std::string();
-    m_observer.OnTask(index, task);
-    if (m_cancel) {
-        task.outcome = Outcome::Cancelled;
-        task.reason = "the run was cancelled before";
-    } else if (!planned.specialty) {
-        task.reason = "the rule is about " + Joined(rule.record.specialties) + " only";
-    } else {
-        CNorvexData::s_strCurCategory = text::FromUtf8(rule.record.category);
-        m_current = &result;
-        const auto start = std::chrono::steady_clock::now();
-        Ask(rule, task);
-        task.duration = std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() - start);
-        m_current = nullptr;
-    }
-    CNorvexData::s_iCurRuleNum += 1;
-    m_observer.OnTaskEnd(index, result);
-    Add(result);
 }
 
 // What was done before counts as if it had been done now.
-void Run::TakeOver(const PlannedTask& planned, const TaskResult& result) {
-    CNorvexData::AddCheckResultCount(text::FromUtf8(m_plan.rules[planned.rule].record.category), CString(),
-                                     STR_ERR_CONFIRMED, 0, static_cast<int>(result.task.examined));
-    for (const FindingRecord& finding : result.findings) {
-        if (!finding.trusted) {
-            CNorvexData::AddCheckResultCount(text::FromUtf8(finding.category), text::FromUtf8(finding.subCategory),
-                                             WordOfSeverity(finding.severity), 1, 0);
+void Run::TakeOverFinished() {
+    for (auto& [index, result] : m_settings.finished) {
+        Progress& progress = m_results.at(index);
+        progress.result = std::move(result);
+        for (const FindingRecord& finding : progress.result.findings) {
+            Count(finding);
+        }
+        End(index);
+    }
+}
+
+// No worker is needed to see that a rule has nothing to say about what is checked.
+void Run::SettleWithoutSpecialty() {
+    for (std::size_t index = 0; index < m_results.size() && !m_control.IsCancelled(); ++index) {
+        const PlannedTask& planned = m_plan.tasks[index];
+        if (!planned.specialty && !m_results[index].isEnded) {
+            Begin(index);
+            m_results[index].result.task.reason =
+                "the rule is about " + Joined(m_plan.rules[planned.rule].record.specialties) + " only";
+            End(index);
+            m_observer.OnTaskEnd(index, m_results[index].result);
         }
     }
+}
+
+std::deque<work::FloorWork> Run::WorkLeft() const {
+    std::deque<work::FloorWork> floors;
+    for (std::size_t index = 0; index < m_results.size(); ++index) {
+        if (m_results[index].isEnded) {
+            continue;
+        }
+        const std::size_t floor = m_plan.tasks[index].floor;
+        if (floors.empty() || floors.back().floor != floor) {
+            floors.push_back({floor, {}});
+        }
+        floors.back().tasks.push_back(index);
+    }
+    return floors;
+}
+
+void Run::CancelTheRest() {
+    for (std::size_t index = 0; index < m_results.size(); ++index) {
+        if (!m_results[index].isEnded) {
+            Begin(index);
+            TaskRecord& task = m_results[index].result.task;
+            task.outcome = Outcome::Cancelled;
+            task.reason = "the run was cancelled before";
+            End(index);
+            m_observer.OnTaskEnd(index, m_results[index].result);
+        }
+    }
+}
+
+void Run::Begin(std::size_t index) {
+    Progress& progress = m_results[index];
+    if (!std::exchange(progress.isBegun, true)) {
+        m_observer.OnTask(index, progress.result.task);
+    }
+}
+
+void Run::End(std::size_t index) {
+    const PlannedTask& planned = m_plan.tasks[index];
+    m_results[index].isEnded = true;
+    Count(planned, m_results[index].result.task);
     CNorvexData::s_iCurRuleNum += 1;
-    Add(result);
+    CloseCategory(m_plan.rules[planned.rule].record.category);
 }
 
-void Run::Add(const TaskResult& result) {
-    m_report.tasks.push_back(result.task);
-    for (const FindingRecord& finding : result.findings) {
-        m_report.findings.push_back(finding);
-        m_report.findings.back().number = m_report.findings.size();
-    }
+// The shared state shows what was begun last; several tasks may be under way.
+void Run::OnBegun(std::size_t index) {
+    const PlannedTask& planned = m_plan.tasks[index];
+    CNorvexData::s_strCurFloor = text::FromUtf8(store::ModuleFloorName(m_report.floors[planned.floor].name));
+    CNorvexData::s_strCurSpec = m_plan.specialties[*planned.specialty];
+    CNorvexData::s_strCurCategory = text::FromUtf8(m_plan.rules[planned.rule].record.category);
+    Begin(index);
 }
 
-void Run::Ask(const LoadedRule& rule, TaskRecord& task) {
-    NS_NORVEX::RuleResult result;
-    try {
-        rule.rule->Check(result);
-    } catch (...) {
-        result.eEnd = NS_NORVEX::eRuleCrashed;
-        result.strReason = u"it let an exception escape";
-    }
-    Conclude(result, task);
-    if (task.outcome == Outcome::Crashed) {
-        m_report.incomplete.push_back(fmt::format("Rule {} crashed on floor \"{}\", {}: {}.", task.rule, task.floor,
-                                                  task.specialty, task.reason));
-    }
-}
-
-// Whether a rule passed is not for the rule to say: it follows from what it looked at and reported.
-void Run::Conclude(const NS_NORVEX::RuleResult& result, TaskRecord& task) const {
-    task.examined = static_cast<std::size_t>(std::max(result.iExamined, 0));
-    task.notExamined = static_cast<std::size_t>(std::max(result.iNotExamined, 0));
-    task.reason = text::ToUtf8(result.strReason);
-    if (result.eEnd == NS_NORVEX::eRuleCrashed) {
-        task.outcome = Outcome::Crashed;
-    } else if (result.eEnd == NS_NORVEX::eRuleCancelled) {
-        task.outcome = Outcome::Cancelled;
-        task.reason = "the run was cancelled meanwhile";
-    } else if (result.eEnd == NS_NORVEX::eRuleTrusted) {
-        task.outcome = Outcome::Skipped;
-        task.reason = "the whole rule is trusted";
-    } else if (task.findings > task.reminders) {
-        task.outcome = Outcome::Failed;
-    } else if (task.examined > 0 || task.reminders > 0) {
-        task.outcome = Outcome::Passed;
+void Run::OnFound(std::size_t index, FindingRecord finding) {
+    TaskResult& result = m_results[index].result;
+    finding.rule = result.task.rule;
+    finding.floor = result.task.floor;
+    finding.specialty = result.task.specialty;
+    if (finding.trusted) {
+        ++result.task.trusted;
     } else {
-        task.outcome = Outcome::NotApplicable;
-        if (task.reason.empty()) {
-            task.reason = "nothing there that the rule is about";
-        }
+        ++result.task.findings;
+        result.task.reminders += finding.severity == Severity::Remind ? 1 : 0;
+    }
+    Count(finding);
+    result.findings.push_back(std::move(finding));
+}
+
+void Run::OnEnded(std::size_t index, const work::TaskEnded& end, std::chrono::microseconds duration) {
+    TaskResult& result = m_results[index].result;
+    Conclude(end, result.task);
+    result.task.duration = duration;
+    End(index);
+    m_observer.OnTaskEnd(index, result);
+}
+
+void Run::OnBroken(std::size_t index, const std::string& reason, std::chrono::microseconds duration) {
+    Begin(index);
+    TaskResult& result = m_results[index].result;
+    result.task.outcome = Outcome::Crashed;
+    result.task.reason = reason;
+    result.task.duration = duration;
+    End(index);
+    m_observer.OnTaskEnd(index, result);
+}
+
+void Run::OnKilled(std::size_t index, std::chrono::microseconds duration) {
+    OnEnded(index, {.end = NS_NORVEX::eRuleCancelled, .examined = 0, .notExamined = 0, .reason = {}}, duration);
+}
+
+// The workers' counts are theirs; the shared state of the run gets them from what they said.
+void Run::Count(const PlannedTask& planned, const TaskRecord& task) const {
+    if (planned.specialty && task.outcome != Outcome::Skipped) {
+        CNorvexData::AddCheckResultCount(text::FromUtf8(m_plan.rules[planned.rule].record.category), CString(),
+                                         STR_ERR_CONFIRMED, 0, static_cast<int>(task.examined));
     }
 }
 
-void Run::OnFinding(const NS_NORVEX::Finding& finding) {
-    TaskRecord& task = m_current->task;
-    const FindingRecord& record = m_current->findings.emplace_back(RecordOf(finding, task));
-    if (record.trusted) {
-        ++task.trusted;
-    } else {
-        ++task.findings;
-        task.reminders += record.severity == Severity::Remind ? 1 : 0;
+void Run::Count(const FindingRecord& finding) {
+    if (!finding.trusted) {
+        CNorvexData::AddCheckResultCount(text::FromUtf8(finding.category), text::FromUtf8(finding.subCategory),
+                                         WordOfSeverity(finding.severity), 1, 0);
     }
-}
-
-bool Run::OnProgress(int done, int total) {
-    const int percent = total <= 0 ? 0 : static_cast<int>(std::int64_t{std::clamp(done, 0, total)} * 100 / total);
-    m_observer.OnTaskProgress(m_report.tasks.size(), percent);
-    return !m_cancel;
 }
 
 // A category is checked when no task of it is left.
-void Run::CloseCategories(std::size_t nextTask) {
-    const std::string& category = m_plan.rules[m_plan.tasks[nextTask - 1].rule].record.category;
-    const auto isSame = [&](const PlannedTask& task) { return m_plan.rules[task.rule].record.category == category; };
-    if (std::none_of(m_plan.tasks.begin() + static_cast<std::ptrdiff_t>(nextTask), m_plan.tasks.end(), isSame)) {
-        CNorvexData::SetCheckingState(text::FromUtf8(category), kCategoryChecked);
+void Run::CloseCategory(const std::string& category) const {
+    for (std::size_t index = 0; index < m_results.size(); ++index) {
+        if (!m_results[index].isEnded && m_plan.rules[m_plan.tasks[index].rule].record.category == category) {
+            return;
+        }
+    }
+    CNorvexData::SetCheckingState(text::FromUtf8(category), kCategoryChecked);
+}
+
+// The report in the order of the plan, whoever was first.
+void Run::Merge() {
+    std::map<std::string, std::size_t> occurrences;
+    for (Progress& progress : m_results) {
+        const TaskRecord& task = m_report.tasks.emplace_back(std::move(progress.result.task));
+        for (FindingRecord& finding : progress.result.findings) {
+            FindingRecord& taken = m_report.findings.emplace_back(std::move(finding));
+            taken.number = m_report.findings.size();
+            taken.occurrence = occurrences[taken.featureCode]++;
+        }
+        if (task.outcome == Outcome::Crashed) {
+            m_report.incomplete.push_back(fmt::format("Rule {} crashed on floor \"{}\", {}: {}.", task.rule, task.floor,
+                                                      task.specialty, task.reason));
+        }
     }
 }
 
@@ -330,8 +365,8 @@ void Run::CollectTotals() {
 }  // namespace
 
 RunReport ExecuteRun(Host& host, FloorSource& source, const RunPlan& plan, const datamng::ProjectData& project,
-                     RunObserver& observer, const std::atomic<bool>& cancel, RunSettings settings) {
-    return Run(host, source, plan, project, observer, cancel, std::move(settings)).Execute();
+                     RunObserver& observer, RunControl& control, RunSettings settings) {
+    return Run(host, source, plan, project, observer, control, std::move(settings)).Execute();
 }
 
 }  // namespace norvex::service

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <atomic>
 #include <chrono>
 #include <cstddef>
 #include <map>
@@ -12,6 +11,7 @@
 #include "service/Host.h"
 #include "service/RunPlan.h"
 #include "service/RunReport.h"
+#include "service/work/RunControl.h"
 
 namespace norvex::service {
 
@@ -31,23 +31,27 @@ class RunObserver {
     virtual void OnTaskProgress(std::size_t index, int percent) = 0;
     // Once for every task that this run does itself, cancelled ones included.
     virtual void OnTaskEnd(std::size_t index, const TaskResult& result) = 0;
+    // The user paused, continued or cancelled the run, or holds floors or lets them go on; RunControl says which.
+    virtual void OnWish() {}
 };
 
 struct RunSettings {
-    // Floors that are checked side by side. Results do not depend on it.
+    // Floors that are checked side by side, each in a process of its own; 0: as many as there are processors. Results
+    // do not depend on it.
     std::size_t jobs = 1;
     // Time that one rule may take for one floor and specialty, pauses not included; ten minutes are far more than any
     // rule of ours takes for a city block.
     std::chrono::milliseconds budget = std::chrono::minutes{10};
     // What an earlier part of the same run has done; these tasks are not run again, and nobody hears of them.
-    std::map<std::size_t, TaskResult> finished;
+    std::map<std::size_t, TaskResult> finished = {};
 };
 
-// Runs a plan: makes every floor the working database in its turn, drives CNorvexData, and calls the rules. Returns the
-// report without the parts that only the caller knows (tool, model, project, comparison). Setting cancel, from any
-// thread or a signal handler, ends the run soon; what was found stays in the report. CNorvexData keeps the counts of
-// the run afterwards.
+// Runs a plan: has every floor checked by a worker process that drives CNorvexData and calls the rules. A rule that
+// crashes, ends the process or does not end within the budget is an outcome of that rule, floor and specialty. Returns
+// the report without the parts that only the caller knows (tool, model, project, comparison); its order is the plan's.
+// A run that is cancelled ends soon, and what was found stays in the report. CNorvexData keeps the counts of the run
+// afterwards. Requires: the process has one thread.
 RunReport ExecuteRun(Host& host, FloorSource& source, const RunPlan& plan, const datamng::ProjectData& project,
-                     RunObserver& observer, const std::atomic<bool>& cancel, RunSettings settings = {});
+                     RunObserver& observer, RunControl& control, RunSettings settings = {});
 
 }  // namespace norvex::service

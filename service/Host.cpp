@@ -10,6 +10,7 @@
 #include "norvexdata/state/NorvexRule.h"
 #include "platform/text/Utf8.h"
 #include "service/Words.h"
+#include "service/work/Rehearsal.h"
 
 namespace norvex::service {
 namespace {
@@ -120,7 +121,7 @@ std::optional<std::string> Host::Start(const std::filesystem::path& applicationF
     return std::nullopt;
 }
 
-void Host::LoadRules() {
+void Host::LoadRules(std::chrono::milliseconds budget) {
     const std::filesystem::path folder = m_folder / kRuleFolder;
     std::error_code error;
     const std::vector<std::filesystem::path> files = RuleFiles(folder, error);
@@ -133,23 +134,38 @@ void Host::LoadRules() {
         m_loadFailures.push_back(fmt::format("The folder {} holds no rule module.", folder.string()));
     }
     for (const std::filesystem::path& file : files) {
-        LoadRuleModule(file);
+        LoadRuleModule(file, budget);
     }
     std::sort(m_rules.begin(), m_rules.end(),
               [](const LoadedRule& left, const LoadedRule& right) { return left.record.name < right.record.name; });
 }
 
-void Host::LoadRuleModule(const std::filesystem::path& file) {
-    std::string error;
-    const std::optional<Module> module = Module::Load(file, error);
-    if (module) {
-        error = InitialiseRuleModule(*module);
-    }
-    if (!error.empty()) {
+// A module has the run of the process from the moment in which it is loaded, so it is tried in a copy of it first.
+void Host::LoadRuleModule(const std::filesystem::path& file, std::chrono::milliseconds budget) {
+    const auto rehearsal = [&] {
+        std::string ignored;
+        if (const std::optional<Module> module = Initialised(file, ignored)) {
+            module->Send(AcRx::kQuitMsg);
+            module->Send(AcRx::kUnloadAppMsg);
+        }
+    };
+    const std::string disaster = work::Rehearse(rehearsal, budget);
+    std::string error = disaster.empty() ? "" : "when it was loaded, " + disaster;
+    const std::optional<Module> module = disaster.empty() ? Initialised(file, error) : std::nullopt;
+    if (!module) {
         m_loadFailures.push_back(fmt::format("Rule module {} cannot be used: {}.", file.filename().string(), error));
         return;
     }
     m_modules.push_back(*module);
+}
+
+// Errors: nothing, and error says why.
+std::optional<Module> Host::Initialised(const std::filesystem::path& file, std::string& error) {
+    std::optional<Module> module = Module::Load(file, error);
+    if (module) {
+        error = InitialiseRuleModule(*module);
+    }
+    return error.empty() ? module : std::nullopt;
 }
 
 // Returns why the module cannot be used; empty when it can.

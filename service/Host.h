@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <chrono>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -40,8 +41,9 @@ class Host {
     std::optional<std::string> Start(const std::filesystem::path& applicationFolder);
 
     // Loads every *.Arx in the application folder's Norvex, in the order of the file names. One that cannot be loaded
-    // is left out and named in LoadFailures().
-    void LoadRules();
+    // is left out and named in LoadFailures(); so is one that crashes then, or takes longer than the budget. Requires:
+    // the process has one thread.
+    void LoadRules(std::chrono::milliseconds budget = std::chrono::seconds{10});
 
     // By name.
     const std::vector<LoadedRule>& Rules() const { return m_rules; }
@@ -54,7 +56,8 @@ class Host {
     void CloseDrawing();
 
   private:
-    void LoadRuleModule(const std::filesystem::path& file);
+    void LoadRuleModule(const std::filesystem::path& file, std::chrono::milliseconds budget);
+    std::optional<Module> Initialised(const std::filesystem::path& file, std::string& error);
     std::string InitialiseRuleModule(const Module& module);
     bool TakeRules(const Module& module, std::string& error);
     void Broadcast(AcRx::AppMsgCode message) const;

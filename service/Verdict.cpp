@@ -36,7 +36,8 @@ void NoteWhatIsMissing(RunReport& report) {
                                          [](const TaskRecord& task) { return task.outcome == Outcome::Cancelled; });
     if (cancelled > 0) {
         report.incomplete.push_back(
-            fmt::format("The run was cancelled; {} of {} checks were not done.", cancelled, report.tasks.size()));
+            fmt::format("The run was cancelled, so this report is partial: {} of {} checks were not done.", cancelled,
+                        report.tasks.size()));
     }
     const bool didAnything = std::any_of(report.tasks.begin(), report.tasks.end(), [](const TaskRecord& task) {
         return task.examined > 0 || task.findings > 0 || task.outcome == Outcome::Skipped;

@@ -49,4 +49,8 @@ class NORVEX_PLATFORM_API WholeFile {
 // content is then still there.
 NORVEX_PLATFORM_API bool WriteWholeFile(const CString& path, std::string_view bytes);
 
+// Removes the temporary files of all WholeFiles, for a process that is about to end without destroying them. May be
+// called in a signal handler.
+NORVEX_PLATFORM_API void RemoveUnfinishedFiles();
+
 }  // namespace norvex::kernel

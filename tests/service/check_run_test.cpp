@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
 
+#include <fmt/format.h>
+#include <algorithm>
+
 #include "norvexdata/entities/GetZrOwEntityPtrVec.h"
 #include "norvexdata/state/NorvexData.h"
-#include "platform/datamng/ZrOwDataMng.h"
 #include "platform/text/CodePage.h"
 #include "tests/service/support/RunFixture.h"
 
@@ -25,20 +27,27 @@ DrawingFloors ThreeFloorsWithWater() {
     return floors;
 }
 
-// Looks at the shared state while a run is under way.
-class StateWatcher : public SilentObserver {
-  public:
-    void OnTask(std::size_t, const norvex::service::TaskRecord& task) override {
-        databases.push_back(acdbHostApplicationServices()->workingDatabase());
-        floors.push_back(task.floor);
-    }
-    void OnTaskEnd(std::size_t, const norvex::service::TaskResult&) override {
-        rates.push_back(CNorvexData::GetCheckRuleRate());
-    }
+// Runs a rule that reports the state it sees, in sentences of "name=value" pairs.
+RunReport RunWitness(DrawingFloors& floors) {
+    ApplicationFolderCopy application;
+    application.With(TestModule("WitnessRule"));
+    return RunEverything(floors, application.Path());
+}
 
-    std::vector<AcDbDatabase*> databases;
-    std::vector<std::string> floors;
+bool Says(const norvex::service::FindingRecord& finding, const std::string& pair) {
+    return (finding.sentence + " ").find(" " + pair + " ") != std::string::npos;
+}
+
+// Notes the progress that the shared state shows whenever a task begins or ends.
+class RateWatcher : public SilentObserver {
+  public:
+    void OnTask(std::size_t, const norvex::service::TaskRecord&) override { Note(); }
+    void OnTaskEnd(std::size_t, const norvex::service::TaskResult&) override { Note(); }
+
     std::vector<int> rates;
+
+  private:
+    void Note() { rates.push_back(CNorvexData::GetCheckRuleRate()); }
 };
 
 TEST(CheckRun, PassesOnlyWhereSomethingWasExamined) {
@@ -84,14 +93,11 @@ TEST(CheckRun, CountsInTheSharedStateWhatItReports) {
 
 TEST(CheckRun, MakesEachFloorTheWorkingDatabaseInItsTurn) {
     DrawingFloors floors = ThreeFloorsWithWater();
-    norvex::service::NothingTrusted trust;
-    StateWatcher watcher;
-    const std::atomic<bool> cancel{false};
-    const RunReport report = RunEverything(floors, norvex::service::ApplicationFolder(), trust, watcher, cancel);
-    ASSERT_EQ(watcher.databases.size(), report.tasks.size());
-    for (std::size_t i = 0; i < watcher.databases.size(); ++i) {
-        const std::size_t floor = watcher.floors[i] == "1F" ? 0 : watcher.floors[i] == "2F" ? 1 : 2;
-        EXPECT_EQ(watcher.databases[i], &floors.Open(floor));
+    const RunReport report = RunWitness(floors);
+    ASSERT_EQ(report.findings.size(), 6U) << "two specialties on three floors";
+    for (std::size_t i = 0; i < report.findings.size(); ++i) {
+        const std::string database = fmt::format("database={}", static_cast<const void*>(&floors.Open(i / 2)));
+        EXPECT_TRUE(Says(report.findings[i], database)) << report.findings[i].sentence << ", wanted " << database;
     }
     EXPECT_EQ(acdbHostApplicationServices()->workingDatabase(), nullptr);
     for (const std::size_t floor : {0U, 1U, 2U}) {
@@ -100,14 +106,30 @@ TEST(CheckRun, MakesEachFloorTheWorkingDatabaseInItsTurn) {
 }
 
 TEST(CheckRun, ProgressRisesToAHundredAndNoFurther) {
+    for (const std::size_t jobs : {1U, 3U}) {
+        DrawingFloors floors = ThreeFloorsWithWater();
+        norvex::service::NothingTrusted trust;
+        RateWatcher watcher;
+        norvex::service::RunControl control;
+        RunEverything(floors, norvex::service::ApplicationFolder(), trust, watcher, control, {.jobs = jobs});
+        ASSERT_FALSE(watcher.rates.empty());
+        EXPECT_TRUE(std::is_sorted(watcher.rates.begin(), watcher.rates.end()));
+        EXPECT_EQ(watcher.rates.back(), 100);
+    }
+}
+
+TEST(CheckRun, ShowsARuleTheStateOfItsOwnTask) {
     DrawingFloors floors = ThreeFloorsWithWater();
-    norvex::service::NothingTrusted trust;
-    StateWatcher watcher;
-    const std::atomic<bool> cancel{false};
-    RunEverything(floors, norvex::service::ApplicationFolder(), trust, watcher, cancel);
-    ASSERT_FALSE(watcher.rates.empty());
-    EXPECT_TRUE(std::is_sorted(watcher.rates.begin(), watcher.rates.end()));
-    EXPECT_EQ(watcher.rates.back(), 100);
+    const RunReport report = RunWitness(floors);
+    ASSERT_EQ(report.findings.size(), 6U) << "two specialties on three floors";
+    for (const auto& finding : report.findings) {
+        for (const std::string& pair :
+             {"floor=" + finding.floor, "specialty=" + finding.specialty, "category=" + finding.category,
+              std::string("errors=0"), std::string("thread=known"), std::string("objects=made")}) {
+            EXPECT_TRUE(Says(finding, pair)) << pair << " in " << finding.sentence;
+        }
+    }
+    EXPECT_TRUE(Says(report.findings[5], "rate=83")) << report.findings[5].sentence;
 }
 
 TEST(CheckRun, DropsTheCollectionOfEachFloor) {
@@ -132,26 +154,19 @@ TEST(CheckRun, SelectsNamesThatTheCodePageCannotHold) {
     EXPECT_EQ(CNorvexData::s_strSmallMemMap[L"管线"].count(L"Wärmeöl"), 1U);
 }
 
-// Notes which specialty the project is on while a task runs.
-class SpecialtyWatcher : public SilentObserver {
-  public:
-    void OnTaskEnd(std::size_t, const norvex::service::TaskResult& result) override {
-        const CString current = norvex::datamng::GetCurrentProject().currentSpecialty;
-        EXPECT_EQ(norvex::text::ToUtf8(current), result.task.specialty);
-        EXPECT_EQ(CNorvexData::s_strCurSpec, current);
-        ++tasks;
-    }
-    int tasks = 0;
-};
-
 TEST(CheckRun, TellsTheProjectWhichSpecialtyIsChecked) {
-    DrawingFloors floors = ThreeFloorsWithWater();
-    norvex::service::NothingTrusted trust;
-    SpecialtyWatcher watcher;
-    const std::atomic<bool> cancel{false};
-    RunEverything(floors, norvex::service::ApplicationFolder(), trust, watcher, cancel);
-    EXPECT_GT(watcher.tasks, 3);
-    EXPECT_EQ(ZrOwDataMng::CProj::GetPrjDir(), u"\\tmp\\project");
+    DrawingFloors floors;
+    Drawing drawing;
+    drawing.pipe({0, 0, 0}, {1000, 0, 0}, kWaterPipe.c_str());
+    drawing.pipe({0, 0, 500}, {1000, 0, 500}, kFirePipe.c_str());
+    floors.Add("1F", std::move(drawing));
+    const RunReport report = RunWitness(floors);
+    ASSERT_EQ(report.findings.size(), 2U);
+    EXPECT_NE(report.findings[0].specialty, report.findings[1].specialty);
+    for (const auto& finding : report.findings) {
+        EXPECT_TRUE(Says(finding, "project=" + finding.specialty)) << finding.sentence;
+        EXPECT_TRUE(Says(finding, "folder=\\tmp\\project")) << finding.sentence;
+    }
 }
 
 TEST(CheckRun, GoesOnAfterARuleThatThrows) {
@@ -172,11 +187,11 @@ TEST(CheckRun, GoesOnAfterARuleThatThrows) {
 // Cancels as soon as the rule says how far it is.
 class Canceller : public SilentObserver {
   public:
-    explicit Canceller(std::atomic<bool>& flag) : m_flag(flag) {}
-    void OnTaskProgress(std::size_t, int) override { m_flag = true; }
+    explicit Canceller(norvex::service::RunControl& control) : m_control(control) {}
+    void OnTaskProgress(std::size_t, int) override { m_control.Cancel(); }
 
   private:
-    std::atomic<bool>& m_flag;
+    norvex::service::RunControl& m_control;
 };
 
 TEST(CheckRun, KeepsWhatWasFoundWhenItIsCancelled) {
@@ -184,9 +199,9 @@ TEST(CheckRun, KeepsWhatWasFoundWhenItIsCancelled) {
     application.With(TestModule("EndlessRule"));
     DrawingFloors floors = ThreeFloorsWithWater();
     norvex::service::NothingTrusted trust;
-    std::atomic<bool> cancel{false};
-    Canceller canceller(cancel);
-    RunReport report = RunEverything(floors, application.Path(), trust, canceller, cancel);
+    norvex::service::RunControl control;
+    Canceller canceller(control);
+    RunReport report = RunEverything(floors, application.Path(), trust, canceller, control);
     ASSERT_EQ(report.findings.size(), 1U);
     EXPECT_EQ(report.findings[0].severity, Severity::Confirmed);
     for (const auto& task : report.tasks) {
@@ -218,8 +233,8 @@ RunReport RunWithTrust(GivenTrust& trust) {
     DrawingFloors floors;
     floors.Add("1F", std::move(drawing));
     SilentObserver observer;
-    const std::atomic<bool> cancel{false};
-    return RunEverything(floors, norvex::service::ApplicationFolder(), trust, observer, cancel);
+    norvex::service::RunControl control;
+    return RunEverything(floors, norvex::service::ApplicationFolder(), trust, observer, control);
 }
 
 TEST(CheckRun, SkipsARuleThatIsTrustedAsAWhole) {

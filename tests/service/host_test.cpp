@@ -134,6 +134,37 @@ TEST(Host, DoesNotWaitForAPipeAmongTheModules) {
     EXPECT_NE(host.LoadFailures()[0].find("Pipe.Arx"), std::string::npos);
 }
 
+// Loads a module that does on loading what it is told; returns the complaints.
+std::vector<std::string> ComplaintsWhenLoadingIsTo(const char* wish) {
+    setenv("NORVEX_TEST_LOADING", wish, 1);
+    ApplicationFolderCopy application;
+    application.With(ShippedRule("CheckPipeLoop")).With(TestModule("CrashingModule"));
+    norvex::service::NothingTrusted trust;
+    Host host(trust);
+    EXPECT_EQ(host.Start(application.Path()), std::nullopt);
+    host.LoadRules(std::chrono::milliseconds(500));
+    EXPECT_EQ(host.Rules().size(), 1U);
+    return host.LoadFailures();
+}
+
+TEST(Host, LeavesOutAModuleThatCrashesWhileItIsLoaded) {
+    const std::vector<std::string> expected{
+        "Rule module CrashingModule.Arx cannot be used: when it was loaded, it ended with signal 6 (SIGABRT)."};
+    EXPECT_EQ(ComplaintsWhenLoadingIsTo("crash"), expected);
+}
+
+TEST(Host, LeavesOutAModuleThatEndsTheProcessWhileItIsLoaded) {
+    const std::vector<std::string> expected{
+        "Rule module CrashingModule.Arx cannot be used: when it was loaded, it ended with exit(0)."};
+    EXPECT_EQ(ComplaintsWhenLoadingIsTo("exit"), expected);
+}
+
+TEST(Host, LeavesOutAModuleThatHangsWhileItIsLoaded) {
+    const std::vector<std::string> expected{
+        "Rule module CrashingModule.Arx cannot be used: when it was loaded, it did not end within 0.5 s."};
+    EXPECT_EQ(ComplaintsWhenLoadingIsTo("hang"), expected);
+}
+
 TEST(Project, RefusesAShippedConfigurationThatCannotBeRead) {
     const norvex::test::TemporaryFolder project;
     const norvex::test::TemporaryFolder application;

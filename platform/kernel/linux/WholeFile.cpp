@@ -7,6 +7,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
+#include <atomic>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -16,6 +18,20 @@ namespace norvex::kernel {
 namespace {
 
 constexpr mode_t kFileMode = 0666;  // the process's mask takes away what a user does not want others to have
+
+// Paths of temporary files, for signal handlers. A program writes fewer at a time; one more would not be removed.
+std::array<std::atomic<const char*>, 32> g_unfinished{};
+static_assert(std::atomic<const char*>::is_always_lock_free, "A signal handler may only touch lock-free atomics.");
+
+// Puts the new path, or null, into the first place that holds the old one.
+void ReplaceUnfinished(const char* before, const char* after) {
+    for (std::atomic<const char*>& place : g_unfinished) {
+        const char* expected = before;
+        if (place.compare_exchange_strong(expected, after)) {
+            return;
+        }
+    }
+}
 
 // Returns 0 or the error number.
 int WriteAll(int descriptor, std::string_view bytes) {
@@ -36,9 +52,13 @@ int OpenBeside(const std::filesystem::path& path, std::filesystem::path& tempora
     for (int number = 0; number < kNames && descriptor < 0; ++number) {
         temporary = path;
         temporary += "." + std::to_string(getpid()) + (number == 0 ? "" : "-" + std::to_string(number)) + ".part";
+        ReplaceUnfinished(nullptr, temporary.c_str());
         descriptor = open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kFileMode);
-        if (descriptor < 0 && errno != EEXIST) {
-            break;
+        if (descriptor < 0) {
+            ReplaceUnfinished(temporary.c_str(), nullptr);
+            if (errno != EEXIST) {
+                break;
+            }
         }
     }
     return descriptor;
@@ -78,6 +98,7 @@ WholeFile::~WholeFile() {
         close(m_descriptor);
         if (!m_temporary.empty()) {
             unlink(m_temporary.c_str());
+            ReplaceUnfinished(m_temporary.c_str(), nullptr);
         }
     }
 }
@@ -115,6 +136,7 @@ int WholeFile::Publish(std::string_view bytes, Replace replace) {
     } else if (const int failure = RenameToNew(m_temporary, m_path); failure != 0) {
         return failure;
     }
+    ReplaceUnfinished(m_temporary.c_str(), nullptr);
     m_temporary.clear();
     SynchroniseFolder(m_path);
     return 0;
@@ -135,6 +157,14 @@ std::optional<std::string> WholeFile::CommitNew(std::string_view bytes, bool& is
 bool WriteWholeFile(const CString& path, std::string_view bytes) {
     WholeFile file;
     return !file.Open(ToNativePath(path)) && !file.Commit(bytes);
+}
+
+void RemoveUnfinishedFiles() {
+    for (const std::atomic<const char*>& place : g_unfinished) {
+        if (const char* path = place) {
+            unlink(path);
+        }
+    }
 }
 
 }  // namespace norvex::kernel

@@ -3,10 +3,10 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "service/CheckRun.h"
 #include "service/TrustStore.h"
@@ -53,7 +53,7 @@ inline std::filesystem::path TestModule(const std::string& name) {
 // Starts a host on an application folder and runs everything on the floors.
 inline service::RunReport RunEverything(DrawingFloors& floors, const std::filesystem::path& application,
                                         service::TrustStore& trust, service::RunObserver& observer,
-                                        const std::atomic<bool>& cancel) {
+                                        service::RunControl& control, service::RunSettings settings = {}) {
     service::Host host(trust);
     EXPECT_EQ(host.Start(application), std::nullopt);
     host.LoadRules();
@@ -62,14 +62,14 @@ inline service::RunReport RunEverything(DrawingFloors& floors, const std::filesy
     EXPECT_EQ(error, "");
     datamng::ProjectData project;
     project.folder = u"\\tmp\\project";
-    return service::ExecuteRun(host, floors, *plan, project, observer, cancel);
+    return service::ExecuteRun(host, floors, *plan, project, observer, control, std::move(settings));
 }
 
 inline service::RunReport RunEverything(DrawingFloors& floors, const std::filesystem::path& application) {
     service::NothingTrusted trust;
     SilentObserver observer;
-    const std::atomic<bool> cancel{false};
-    return RunEverything(floors, application, trust, observer, cancel);
+    service::RunControl control;
+    return RunEverything(floors, application, trust, observer, control);
 }
 
 // With the rules that ship.

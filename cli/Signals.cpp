@@ -1,0 +1,83 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "cli/Signals.h"
+
+#include <unistd.h>
+
+#include <array>
+#include <atomic>
+#include <csignal>
+#include <cstdint>
+#include <ctime>
+#include <string_view>
+
+#include "cli/ExitCode.h"
+#include "platform/kernel/WholeFile.h"
+
+namespace norvex::cli {
+namespace {
+
+constexpr std::array kEnding{SIGINT, SIGTERM, SIGHUP};
+constexpr std::string_view kInterrupted = "norvex: Interrupted before there was a result; nothing was written.\n";
+
+// Supervisors signal a process and then its whole group; that is one wish.
+constexpr std::int64_t kSameWishMilliseconds = 50;
+
+service::RunControl* g_control = nullptr;
+std::atomic<std::int64_t> g_cancelledAt{0};
+static_assert(std::atomic<std::int64_t>::is_always_lock_free, "A signal handler may only touch lock-free atomics.");
+
+std::int64_t Milliseconds() {
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return std::int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1'000'000;
+}
+
+void OnEnding(int) {
+    kernel::RemoveUnfinishedFiles();
+    // Nobody is left to tell when standard error fails too.
+    static_cast<void>(!write(STDERR_FILENO, kInterrupted.data(), kInterrupted.size()));
+    _exit(kIncomplete);
+}
+
+void Handle(int signal, void (*handler)(int)) {
+    struct sigaction before {};
+    sigaction(signal, nullptr, &before);
+    if (signal == SIGHUP && before.sa_handler == SIG_IGN) {
+        return;
+    }
+    struct sigaction action {};
+    action.sa_handler = handler;
+    action.sa_flags = SA_RESTART;
+    sigemptyset(&action.sa_mask);
+    sigaction(signal, &action, nullptr);
+}
+
+void OnCancel(int signal) {
+    const std::int64_t now = Milliseconds();
+    if (!g_control->IsCancelled()) {
+        g_cancelledAt = now;
+        g_control->Cancel();
+    } else if (now - g_cancelledAt >= kSameWishMilliseconds) {
+        OnEnding(signal);
+    }
+}
+
+}  // namespace
+
+void EndOnSignals() {
+    for (const int signal : kEnding) {
+        Handle(signal, OnEnding);
+    }
+}
+
+void ControlBySignals(service::RunControl& control) {
+    g_control = &control;
+    for (const int signal : kEnding) {
+        Handle(signal, OnCancel);
+    }
+    Handle(SIGTSTP, [](int) { g_control->Suspend(); });
+    Handle(SIGUSR1, [](int) { g_control->Pause(); });
+    Handle(SIGUSR2, [](int) { g_control->Continue(); });
+}
+
+}  // namespace norvex::cli

@@ -1,0 +1,85 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <sys/mman.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <exception>
+#include <new>
+#include <thread>
+#include <vector>
+
+#include "sdk/rule/Rule.h"
+
+namespace {
+
+// Writes where nothing may be written. The signal is left to the system, whatever else wants to hear of it.
+void Segfault() {
+    std::signal(SIGSEGV, SIG_DFL);
+    void* page = mmap(nullptr, 4096, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    *static_cast<volatile char*>(page) = 1;
+}
+
+// Takes memory until there is no more.
+void Hog() {
+    const rlimit limit{std::size_t{1} << 32U, std::size_t{1} << 32U};
+    setrlimit(RLIMIT_AS, &limit);
+    std::vector<std::vector<char>> taken;
+    for (;;) {
+        taken.emplace_back(std::size_t{64} << 20U, 'x');
+    }
+}
+
+// Does on a floor what its name says, blanks at the end left out, after it has reported one finding. Passes on every
+// other floor.
+class CCheckCrashing final : public norvex::rule::Rule {
+  public:
+    CCheckCrashing()
+        : Rule({.strName = u"CCheckCrashing",
+                .strShortName = u"crashing",
+                .strTitle = u"Does what the floor's name says",
+                .strCategory = STR_CHECK_CALCULATION,
+                .strVersion = {},
+                .vecSpecialties = {STR_SPEC_WATER}}) {}
+
+  private:
+    void Run(norvex::rule::Context& context) override {
+        context.Examined(1);
+        CString floor = context.Floor();
+        floor.TrimRight();
+        context.Report(
+            {.subCategory = u"early", .severity = STR_ERR_CONFIRMED, .sentence = u"Found first.", .objects = {}});
+        if (floor == u"segfault") {
+            Segfault();
+        } else if (floor == u"exit") {
+            std::exit(0);
+        } else if (floor == u"abort") {
+            std::signal(SIGABRT, SIG_DFL);
+            std::abort();
+        } else if (floor == u"terminate") {
+            std::signal(SIGABRT, SIG_DFL);
+            std::terminate();
+        } else if (floor == u"killed") {
+            kill(getpid(), SIGKILL);
+        } else if (floor == u"hog") {
+            Hog();
+        } else if (floor == u"hang") {
+            for (volatile bool forever = true; forever;) {
+            }
+        } else if (floor == u"hang politely") {
+            for (int i = 0;; ++i) {
+                context.GoOn(i % 100, 100);
+            }
+        } else if (floor == u"close everything") {
+            for (int descriptor = 3; descriptor < 1024; ++descriptor) {
+                close(descriptor);
+            }
+        }
+    }
+};
+
+}  // namespace
+
+NORVEX_RULE_MODULE(CCheckCrashing)

@@ -1,0 +1,161 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <gtest/gtest.h>
+
+#include <unistd.h>
+
+#include <csignal>
+#include <functional>
+#include <thread>
+
+#include "report/CheckReport.h"
+#include "tests/service/work/Runs.h"
+
+extern "C" const char* __tsan_default_options() {
+    return kStopAtTheFirstRace;
+}
+
+namespace {
+
+using namespace norvex::test;
+using norvex::service::Outcome;
+using norvex::service::RunReport;
+using norvex::service::TaskRecord;
+
+constexpr const char* kWater = "给排水";
+
+// A building with one floor on which a rule misbehaves, between two on which it does not.
+RunReport RunWithFloor(const std::string& name, norvex::service::RunSettings settings = {}) {
+    DrawingFloors floors = FloorsWithWater({"below", name, "above"});
+    return RunModules(floors, {"CrashingRule", "CheckPipeLoop"}, std::move(settings));
+}
+
+// What is promised whatever the rule did there: it is the outcome of that rule on that floor and of nothing else, what
+// it had found is kept, and the run says that it is incomplete.
+void ExpectCrashOnly(const RunReport& report, const std::string& floor, const std::string& reason) {
+    const TaskRecord crashed = TaskOf(report, "CCheckCrashing", floor, kWater);
+    EXPECT_EQ(crashed.outcome, Outcome::Crashed);
+    EXPECT_EQ(crashed.reason.find(reason), 0U) << crashed.reason;
+    EXPECT_EQ(crashed.findings, 1U);
+    for (const char* other : {"below", "above"}) {
+        EXPECT_EQ(TaskOf(report, "CCheckCrashing", other, kWater).outcome, Outcome::Failed) << other;
+    }
+    for (const std::string& every : {std::string("below"), floor, std::string("above")}) {
+        EXPECT_EQ(TaskOf(report, "CCheckPipeLoop", every, kWater).outcome, Outcome::Passed) << every;
+    }
+    EXPECT_EQ(report.findings.size(), 3U);
+    ASSERT_EQ(report.incomplete.size(), 1U);
+    EXPECT_NE(report.incomplete[0].find("CCheckCrashing"), std::string::npos) << report.incomplete[0];
+    EXPECT_NE(report.incomplete[0].find(floor), std::string::npos) << report.incomplete[0];
+}
+
+TEST(Isolation, ASegmentationFaultIsAnOutcome) {
+    ExpectCrashOnly(RunWithFloor("segfault"), "segfault", "signal 11 (SIGSEGV)");
+}
+
+TEST(Isolation, EndingTheProcessIsAnOutcome) {
+    ExpectCrashOnly(RunWithFloor("exit"), "exit", "exit(0)");
+}
+
+TEST(Isolation, AnAbortIsAnOutcome) {
+    ExpectCrashOnly(RunWithFloor("abort"), "abort", "signal 6 (SIGABRT)");
+}
+
+TEST(Isolation, ATerminationIsAnOutcome) {
+    ExpectCrashOnly(RunWithFloor("terminate"), "terminate", "signal 6 (SIGABRT)");
+}
+
+TEST(Isolation, BeingKilledAsWhenMemoryRunsOutIsAnOutcome) {
+    ExpectCrashOnly(RunWithFloor("killed"), "killed",
+                    "signal 9 (SIGKILL), which the system sends when memory runs out");
+}
+
+TEST(Isolation, TakingAllMemoryIsAnOutcome) {
+    ExpectCrashOnly(RunWithFloor("hog"), "hog", "");
+}
+
+TEST(Isolation, AnExceptionThatLeavesTheModuleIsAnOutcome) {
+    DrawingFloors floors = FloorsWithWater({"1F"});
+    const RunReport report = RunModules(floors, {"BorderRule", "CheckPipeLoop"});
+    const TaskRecord crashed = TaskOf(report, "CCheckBorder", "1F", kWater);
+    EXPECT_EQ(crashed.outcome, Outcome::Crashed);
+    EXPECT_EQ(crashed.reason, "it let an exception escape: out of bounds");
+    EXPECT_EQ(TaskOf(report, "CCheckPipeLoop", "1F", kWater).outcome, Outcome::Passed);
+}
+
+TEST(Isolation, AHangEndsWithTheBudget) {
+    const auto budget = std::chrono::milliseconds(500);
+    ExpectCrashOnly(RunWithFloor("hang", {.budget = budget}), "hang", "no end within its budget of 0.5 s");
+}
+
+TEST(Isolation, AHangThatSaysItsProgressEndsWithTheBudget) {
+    const auto budget = std::chrono::milliseconds(500);
+    const RunReport report = RunWithFloor("hang politely", {.budget = budget});
+    ExpectCrashOnly(report, "hang politely", "no end within its budget of 0.5 s");
+    EXPECT_GE(TaskOf(report, "CCheckCrashing", "hang politely", kWater).duration, budget);
+}
+
+TEST(Isolation, CuttingTheConnectionIsAnOutcome) {
+    DrawingFloors floors = FloorsWithWater({"below", "close everything", "above"});
+    const RunReport report = RunModules(floors, {"CrashingRule"});
+    EXPECT_EQ(TaskOf(report, "CCheckCrashing", "close everything", kWater).outcome, Outcome::Crashed);
+    EXPECT_EQ(TaskOf(report, "CCheckCrashing", "above", kWater).outcome, Outcome::Failed);
+}
+
+TEST(Isolation, ReadsAsCrashedWithItsReason) {
+    const RunReport report = RunWithFloor("segfault");
+    const std::string text = norvex::report::CheckText(report, {});
+    EXPECT_NE(text.find("crashed: signal 11 (SIGSEGV)"), std::string::npos) << text;
+}
+
+// A floor whose drawing does what its maker says.
+class BadDrawing final : public norvex::service::FloorSource {
+  public:
+    BadDrawing(DrawingFloors& floors, std::function<void()> onSecond)
+        : m_floors(floors), m_onSecond(std::move(onSecond)) {}
+    const std::vector<norvex::service::FloorRecord>& Floors() const override { return m_floors.Floors(); }
+    const std::vector<CString>& Paths() const override { return m_floors.Paths(); }
+    AcDbDatabase& Open(std::size_t floor) override {
+        if (floor == 1) {
+            m_onSecond();
+        }
+        return m_floors.Open(floor);
+    }
+
+  private:
+    DrawingFloors& m_floors;
+    std::function<void()> m_onSecond;
+};
+
+RunReport RunWithDrawing(std::function<void()> onSecond) {
+    DrawingFloors drawings = FloorsWithWater({"1F", "2F", "3F"});
+    BadDrawing floors(drawings, std::move(onSecond));
+    norvex::service::NothingTrusted trust;
+    norvex::service::Host host(trust);
+    EXPECT_EQ(host.Start(norvex::service::ApplicationFolder()), std::nullopt);
+    host.LoadRules();
+    std::string error;
+    const auto plan = norvex::service::MakeRunPlan({.floors = {}, .specialties = {}, .rules = {"pipe-loop"}}, floors,
+                                                   host.Rules(), error);
+    SilentObserver observer;
+    norvex::service::RunControl control;
+    return norvex::service::ExecuteRun(host, floors, *plan, {}, observer, control,
+                                       {.budget = std::chrono::milliseconds(500)});
+}
+
+TEST(Isolation, ACrashWhileAFloorIsDrawnIsTheOutcomeOfThatFloor) {
+    const RunReport report = RunWithDrawing([] { kill(getpid(), SIGKILL); });
+    EXPECT_EQ(TaskOf(report, "CCheckPipeLoop", "1F", kWater).outcome, Outcome::Passed);
+    EXPECT_EQ(TaskOf(report, "CCheckPipeLoop", "2F", kWater).outcome, Outcome::Crashed);
+    EXPECT_EQ(TaskOf(report, "CCheckPipeLoop", "2F", kWater).reason,
+              "signal 9 (SIGKILL), which the system sends when memory runs out, while its floor was drawn");
+    EXPECT_EQ(TaskOf(report, "CCheckPipeLoop", "3F", kWater).outcome, Outcome::Passed);
+}
+
+TEST(Isolation, AHangWhileAFloorIsDrawnEndsWithTheBudget) {
+    const RunReport report = RunWithDrawing([] { std::this_thread::sleep_for(std::chrono::hours(1)); });
+    EXPECT_EQ(TaskOf(report, "CCheckPipeLoop", "2F", kWater).reason,
+              "no end within its budget of 0.5 s, while its floor was drawn");
+    EXPECT_EQ(TaskOf(report, "CCheckPipeLoop", "3F", kWater).outcome, Outcome::Passed);
+}
+
+}  // namespace
