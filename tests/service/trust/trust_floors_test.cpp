@@ -38,8 +38,8 @@ std::map<std::string, std::size_t> LoopsByFloor(const store::TrustView& view) {
     store::RunTrust trust(view);
     DrawingFloors floors = LoopOnEveryFloor();
     SilentObserver observer;
-    const std::atomic<bool> cancel{false};
-    const RunReport report = RunEverything(floors, norvex::service::ApplicationFolder(), trust, observer, cancel);
+    norvex::service::RunControl control;
+    const RunReport report = RunEverything(floors, norvex::service::ApplicationFolder(), trust, observer, control);
     std::map<std::string, std::size_t> found;
     for (const std::string& floor : kFloors) {
         found[floor] = TaskOf(report, "CCheckPipeLoop", floor, "给排水").findings;
@@ -70,8 +70,8 @@ TEST(TrustOnFloors, ShowsARuleWhoseComponentsAreTrustedNothingThere) {
     store::RunTrust trust(Expect(project.TrustInForce()));
     DrawingFloors floors = LoopOnEveryFloor();
     SilentObserver observer;
-    const std::atomic<bool> cancel{false};
-    const RunReport report = RunEverything(floors, norvex::service::ApplicationFolder(), trust, observer, cancel);
+    norvex::service::RunControl control;
+    const RunReport report = RunEverything(floors, norvex::service::ApplicationFolder(), trust, observer, control);
     EXPECT_EQ(TaskOf(report, "CCheckPipeLoop", "3层", "给排水").outcome, Outcome::NotApplicable);
     EXPECT_EQ(TaskOf(report, "CCheckPipeLoop", "3层", "给排水").examined, 0U);
     EXPECT_EQ(TaskOf(report, "CCheckPipeLoop", "3层南区", "给排水").examined, 4U);
