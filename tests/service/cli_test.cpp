@@ -342,7 +342,7 @@ TEST_F(Norvex, KeepsWhatWasFoundWhenItIsInterrupted) {
                           m_folder.Path() / "app" / "Norvex" / "EndlessRule.Arx");
     const std::string program = Path("app/norvex");
     const ProcessResult result =
-        norvex::test::RunProcess({"/usr/bin/timeout", "--signal=INT", "1", program, "check", model, "--json",
+        norvex::test::RunProcess({"/usr/bin/timeout", "--signal=INT", "1", program, "check", model, "-j", "1", "--json",
                                   Path("a.json"), "--project", Path("project")});
     // timeout says 124 when it had to send its signal.
     EXPECT_EQ(result.exitCode, 124) << result.err;
