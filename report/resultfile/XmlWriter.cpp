@@ -93,6 +93,10 @@ XmlWriter& XmlWriter::Optional(const char* name, std::string_view value) {
 }
 
 XmlWriter& XmlWriter::Text(std::string_view text) {
+    // Writing nothing would give an empty element two tags.
+    if (text.empty()) {
+        return *this;
+    }
     Check(xmlTextWriterWriteString(m_writer, Characters(XmlText(text).c_str())));
     return *this;
 }

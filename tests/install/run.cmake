@@ -28,3 +28,7 @@ file(READ ${WORK_DIR}/run.json run)
 if(NOT run MATCHES "CTouchEverything" OR run MATCHES "crashed")
   message(FATAL_ERROR "The rule did not run to its end:\n${output}\n${run}")
 endif()
+
+if(NOT EXISTS "${prefix}/${APP_DIR}/NorvexResult.xsd")
+  message(FATAL_ERROR "The schema of the result files is not installed.")
+endif()
