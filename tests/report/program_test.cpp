@@ -1,7 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
 
+#include <sys/time.h>
+
 #include <algorithm>
+#include <chrono>
+#include <csignal>
 #include <nlohmann/json.hpp>
 
 #include "tests/report/SarifSchema.h"
@@ -88,6 +92,38 @@ TEST_F(ReportFiles, ThatCannotBeWrittenAreToldOfAndTheRestIsDelivered) {
     EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 1) << result.err;
     EXPECT_NE(result.out.find("2 findings"), std::string::npos);
     EXPECT_EQ(Json::parse(FileText(Path("report.json")))["findings"].size(), 2U);
+}
+
+// The timer ends the program without a chance to tidy up, at moments from its start to beyond its end.
+TEST_F(ReportFiles, AreWholeOrNotThereHoweverTheProgramEnds) {
+    const auto start = std::chrono::steady_clock::now();
+    ASSERT_EQ(Check({"--quiet"}).exitCode, 1);
+    const auto wholeRun = std::chrono::steady_clock::now() - start;
+    constexpr int kMoments = 60;
+    int killed = 0;
+    for (int moment = 1; moment <= kMoments; ++moment) {
+        const std::string project = Path("project " + std::to_string(moment));
+        const auto delay =
+            std::chrono::duration_cast<std::chrono::microseconds>(wholeRun * moment / (kMoments * 5 / 6));
+        const ProcessResult result =
+            norvex::test::RunProcess({NORVEX_PROGRAM, "check", Path("house.ifc"), "--project", project}, [&] {
+                setenv("XDG_STATE_HOME", Path("state").c_str(), 1);
+                const itimerval timer{{}, {delay.count() / 1000000, delay.count() % 1000000}};
+                setitimer(ITIMER_REAL, &timer, nullptr);
+            });
+        killed += result.exitCode == 128 + SIGALRM ? 1 : 0;
+        bool hasGuide = false;
+        std::error_code ignored;
+        for (const auto& entry : fs::recursive_directory_iterator(project, ignored)) {
+            const std::string name = entry.path().filename().string();
+            if (entry.path().extension() == ".xml" && (name == "Guide.xml" || name.starts_with("NxResult("))) {
+                EXPECT_EQ(norvex::test::SchemaErrors(NORVEX_RESULT_SCHEMA, FileText(entry.path())), "") << entry.path();
+                hasGuide = hasGuide || name == "Guide.xml";
+            }
+        }
+        EXPECT_TRUE(hasGuide || result.exitCode != 1) << "a run that ended by itself";
+    }
+    EXPECT_GT(killed, 0);
 }
 
 TEST_F(ReportFiles, HoldTheSameFindingsInEveryForm) {
