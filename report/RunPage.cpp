@@ -82,24 +82,41 @@ class Maker {
   public:
     Maker(const service::RunReport& report, const ifc::BuildingModel& building,
           const std::vector<service::FloorRecord>& floors)
-        : m_report(report), m_building(building), m_floors(floors) {}
+        : m_report(report), m_building(building), m_floors(floors) {
+        DescribeRun();
+        for (const service::RuleRecord& rule : m_report.rules) {
+            m_page.model.rules.push_back({rule.name, rule.title, rule.why, rule.howToFix});
+        }
+    }
 
     RunPage Make() {
-        DescribeRun();
         for (std::size_t storey = 0; storey < m_building.storeys.size(); ++storey) {
             const bool named = storey < m_floors.size();
             m_page.model.floors.push_back({named ? m_floors[storey].name : std::string(m_building.storeys[storey].name),
                                            m_building.storeys[storey].elevation});
         }
-        for (const service::RuleRecord& rule : m_report.rules) {
-            m_page.model.rules.push_back({rule.name, rule.title, rule.why, rule.howToFix});
-        }
         AddElements();
         for (const service::FindingRecord& record : m_report.findings) {
-            page::Finding finding = FindingOf(record);
-            finding.objects = ObjectsByHandle(record);
-            m_page.model.findings.push_back(std::move(finding));
+            AddFinding(record, ObjectsByHandle(record));
         }
+        return Finish();
+    }
+
+    RunPage MakeWithoutPlan(const std::string& why) {
+        m_page.model.run.planMissing = why;
+        for (const service::FloorRecord& floor : m_floors) {
+            if (!floor.withoutStorey) {
+                m_page.model.floors.push_back({floor.name, floor.elevation});
+            }
+        }
+        for (const service::FindingRecord& record : m_report.findings) {
+            AddFinding(record, NamedObjects(record));
+        }
+        return Finish();
+    }
+
+  private:
+    RunPage Finish() {
         for (const service::TaskRecord& task : m_report.tasks) {
             m_page.model.outcomes.push_back({RuleIndex(task.rule), FloorIndex(task.floor), task.specialty,
                                              static_cast<page::Outcome>(task.outcome), task.examined, task.notExamined,
@@ -118,7 +135,6 @@ class Maker {
         return std::move(m_page);
     }
 
-  private:
     void DescribeRun() {
         page::RunInfo& run = m_page.model.run;
         run.modelName = std::filesystem::path(m_report.model.path).filename().string();
@@ -186,6 +202,32 @@ class Maker {
         return finding;
     }
 
+    void AddFinding(const service::FindingRecord& record, std::vector<std::uint32_t> objects) {
+        page::Finding finding = FindingOf(record);
+        finding.objects = std::move(objects);
+        m_page.model.findings.push_back(std::move(finding));
+    }
+
+    // Elements that know no more than the report says of them.
+    std::vector<std::uint32_t> NamedObjects(const service::FindingRecord& record) {
+        std::vector<std::uint32_t> objects;
+        for (const service::FoundObject& object : record.objects) {
+            const auto [known, isNew] =
+                m_byHandle.emplace(object.handle, static_cast<std::uint32_t>(m_page.model.elements.size()));
+            if (isNew) {
+                page::Element& element = m_page.model.elements.emplace_back();
+                element.handle = object.handle;
+                element.globalId = object.globalId;
+                element.name = object.name;
+                element.specialty = record.specialty;
+                element.subCategory = object.subCategory;
+                element.floor = FloorIndex(record.floor);
+            }
+            objects.push_back(known->second);
+        }
+        return objects;
+    }
+
     std::vector<std::uint32_t> ObjectsByHandle(const service::FindingRecord& record) const {
         std::vector<std::uint32_t> objects;
         for (const service::FoundObject& object : record.objects) {
@@ -246,7 +288,7 @@ class Maker {
     const service::RunReport& m_report;
     const ifc::BuildingModel& m_building;
     const std::vector<service::FloorRecord>& m_floors;
-    std::unordered_map<std::string_view, std::uint32_t> m_byHandle;  // the keys are those of m_page.handles
+    std::unordered_map<std::string_view, std::uint32_t> m_byHandle;  // the keys are texts of m_page or of m_report
     RunPage m_page;
 };
 
@@ -255,6 +297,11 @@ class Maker {
 RunPage MakeRunPage(const service::RunReport& report, const ifc::BuildingModel& building,
                     const std::vector<service::FloorRecord>& floors) {
     return Maker(report, building, floors).Make();
+}
+
+RunPage MakeRunPageWithoutPlan(const service::RunReport& report, const std::string& why) {
+    const ifc::BuildingModel nothing;
+    return Maker(report, nothing, report.floors).MakeWithoutPlan(why);
 }
 
 }  // namespace norvex::report

@@ -24,4 +24,8 @@ struct RunPage {
 RunPage MakeRunPage(const service::RunReport& report, const ifc::BuildingModel& building,
                     const std::vector<service::FloorRecord>& floors);
 
+// The same without the building: nothing is drawn, and the page says why. A finding's objects are those that the report
+// names, without places. The page borrows text from the report, which must live as long.
+RunPage MakeRunPageWithoutPlan(const service::RunReport& report, const std::string& why);
+
 }  // namespace norvex::report

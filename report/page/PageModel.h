@@ -137,7 +137,7 @@ struct Trust {
 };
 
 struct Finding {
-    std::uint32_t number = 0;        // from 1, unique; of what is gone, the number in the run before
+    std::uint32_t number = 0;        // from 1, unique; of what is gone, that in the run before, or 0
     std::uint32_t rule = kNoIndex;   // index into PageModel::rules; required
     std::uint32_t floor = kNoIndex;  // index into PageModel::floors
     std::string specialty;

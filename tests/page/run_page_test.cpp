@@ -164,3 +164,29 @@ TEST(RunPage, ListsEveryAcceptanceWithWhatItDoes) {
     EXPECT_EQ(page.model.notices[0].line, 12U);
     EXPECT_EQ(page.model.noticeCount, 3U) << "those that were not kept included";
 }
+
+TEST(RunPage, NamesTheObjectsWithoutTheBuildingAndSaysWhyNothingIsDrawn) {
+    service::RunReport report;
+    report.rules.resize(1);
+    report.rules[0].name = "CCheckPipeLoop";
+    report.floors.resize(2);
+    report.floors[0].name = "1层";
+    report.floors[1].name = "2层";
+    report.findings.resize(2);
+    for (service::FindingRecord& finding : report.findings) {
+        finding.rule = "CCheckPipeLoop";
+        finding.floor = "2层";
+        finding.objects = {{.handle = "2F1", .globalId = "2uPiRrw99b2TH5O9u3ryC0", .name = "Pipe"}};
+    }
+    const report::RunPage page = report::MakeRunPageWithoutPlan(report, "The model has changed.");
+    EXPECT_EQ(page.model.run.planMissing, "The model has changed.");
+    ASSERT_EQ(page.model.floors.size(), 2U);
+    ASSERT_EQ(page.model.elements.size(), 1U) << "one object, though two findings name it";
+    EXPECT_EQ(page.model.elements[0].name, "Pipe");
+    EXPECT_EQ(page.model.elements[0].globalId, "2uPiRrw99b2TH5O9u3ryC0");
+    EXPECT_EQ(page.model.elements[0].floor, 1U);
+    EXPECT_FALSE(page.model.elements[0].position.has_value());
+    ASSERT_EQ(page.model.findings.size(), 2U);
+    EXPECT_EQ(page.model.findings[1].objects, std::vector<std::uint32_t>{0});
+    EXPECT_EQ(page.model.rules.size(), 1U);
+}

@@ -13,7 +13,7 @@ function showFault(text) {
 function runLine() {
     const { run, totals } = report;
     const { compared } = report;
-    const parts = [run.project, run.schema, word("elements", { n: number(totals.elements) }),
+    const parts = [run.project, run.schema, run.planMissing ? "" : word("elements", { n: number(totals.elements) }),
         [run.number > 0 && word("runNumber", { n: run.number }), timeText(run.startedAt), run.resumed && word("resumedRun")]
             .filter((part) => part).join(", "),
         compared && word("comparedWith", { run: compared.run }) + (compared.startedAt ? ", " + timeText(compared.startedAt) : ""),

@@ -45,7 +45,8 @@ function detailsHead(title, mark) {
 function findingDetails(finding) {
     const rule = report.rules[finding.rule];
     return [
-        detailsHead(word("finding", { n: finding.number }), stateMark(finding.state)),
+        detailsHead(finding.number > 0 ? word("finding", { n: findingName(finding).slice(1) }) : word("goneFinding",
+            { n: report.compared?.run ?? "" }), stateMark(finding.state)),
         make("p", { class: "lead", id: "sentence-text" }, fromModel(finding.sentence)),
         make("p", { class: "tags" }, make("span", { class: "tag state-tag state-" + finding.severity },
             stateWord(finding.severity, 1)), ...tagsOf(finding),

@@ -67,8 +67,8 @@ const floorName = (floor) => floor === NO_FLOOR ? word("noFloor") : report.floor
 const ruleTitle = (rule) => report.rules[rule].title || report.rules[rule].name;
 
 // How people name it. What is gone has its number in the run before.
-const findingName = (finding) => "#" + finding.number
-    + (finding.change === "gone" && report.compared ? " " + word("ofRun", { n: report.compared.run }) : "");
+const findingName = (finding) => [finding.number > 0 ? "#" + finding.number : "",
+    finding.change === "gone" && report.compared ? word("ofRun", { n: report.compared.run }) : ""].filter((part) => part).join(" ");
 
 function stateOf(finding) {
     if (finding.change === "gone") {
