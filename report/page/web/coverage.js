@@ -47,23 +47,25 @@ function fillCoverage() {
     byId("coverage").className = level === "good" ? "good" : "warn";
     byId("coverage-title").textContent = word({ none: "coverageNone", bad: "coverageBad", note: "coverageNote", good: "coverageGood" }[level]);
     const leftOut = report.outcomes.reduce((sum, record) => sum + record.notExamined, 0);
-    const chips = [["crashedChecks", outcomes.get("crashed"), true], ["cancelledChecks", outcomes.get("cancelled"), true],
-        ["skippedChecks", outcomes.get("skipped"), true], ["withoutFloor", totals.withoutFloor, true],
-        ["expiredEntries", trust.get("expired"), true], ["staleEntries", trust.get("stale"), false],
-        ["leftOut", leftOut, true], ["notApplicableChecks", outcomes.get("notApplicable"), false],
-        ["noticesChip", report.noticeCount, false]];
+    // What, how much, whether it is alarming, and the part of the tables that tells more.
+    const chips = [["crashedChecks", outcomes.get("crashed"), true, "outcomes"],
+        ["cancelledChecks", outcomes.get("cancelled"), true, "outcomes"],
+        ["skippedChecks", outcomes.get("skipped"), true, "outcomes"], ["withoutFloor", totals.withoutFloor, true, "floorless"],
+        ["expiredEntries", trust.get("expired"), true, "trust"], ["staleEntries", trust.get("stale"), false, "trust"],
+        ["leftOut", leftOut, true, "outcomes"], ["notApplicableChecks", outcomes.get("notApplicable"), false, "outcomes"],
+        ["noticesChip", report.noticeCount, false, "notices"]];
     byId("coverage-chips").replaceChildren(...chips.filter(([, count]) => count > 0)
-        .map(([key, count, alarming]) => chip(counted(key, count), alarming)));
+        .map(([key, count, alarming, part]) => chip(counted(key, count), alarming, part)));
     byId("coverage-sentences").replaceChildren(...coverageSentences());
     byId("coverage-table").replaceChildren(...coverageTables());
     byId("coverage-toggle").hidden = byId("coverage-table").childElementCount === 0;
     openCoverage(!byId("coverage-table").hidden);
 }
 
-function chip(text, alarming) {
+function chip(text, alarming, part) {
     return make("button", { type: "button", class: alarming ? "chip alarming" : "chip", onclick: () => {
         openCoverage(true);
-        byId("coverage-table").scrollIntoView({ block: "nearest" });
+        byId("part-" + part)?.scrollIntoView({ block: "start" });
     } }, text);
 }
 
@@ -128,14 +130,14 @@ function coverageTables() {
     if (report.outcomes.length > 0) {
         const sorted = [...report.outcomes].sort((left, right) => OUTCOME_ORDER.indexOf(left.outcome) - OUTCOME_ORDER.indexOf(right.outcome)
             || left.rule - right.rule || left.floor - right.floor);
-        parts.push(make("h3", {}, word("outcomes")), table(
+        parts.push(make("h3", { id: "part-outcomes" }, word("outcomes")), table(
             [word("outcome"), word("rule"), word("floor"), word("specialty"), word("examined"), word("notExamined"), word("reason")],
             sorted.map((record) => [make("span", { class: "outcome outcome-" + record.outcome }, word(record.outcome)),
                 ruleTitle(record.rule), floorName(record.floor), term(record.specialty), number(record.examined),
                 record.notExamined > 0 ? number(record.notExamined) : "", record.reason])));
     }
     if (report.trustEntries.length > 0) {
-        parts.push(make("h3", {}, word("trustList")), table(
+        parts.push(make("h3", { id: "part-trust" }, word("trustList")), table(
             [word("state"), word("scope"), word("hides"), word("reason"), word("person"), word("date"), word("expires")],
             report.trustEntries.map((entry) => [make("span", { class: "tag tag-" + entry.trust.state }, word(entry.trust.state)),
                 entry.scope, number(entry.hidden), entry.trust.reason ?? "", entry.trust.person ?? "", entry.trust.date ?? "",
@@ -143,7 +145,7 @@ function coverageTables() {
     }
     if (report.notices.length > 0) {
         const more = report.noticeCount - report.notices.length;
-        parts.push(make("h3", {}, word("notices")), table([word("line"), word("reason")],
+        parts.push(make("h3", { id: "part-notices" }, word("notices")), table([word("line"), word("reason")],
             report.notices.map((notice) => [notice.line > 0 ? number(notice.line) : "", notice.sentence])),
         ...more > 0 ? [make("p", { class: "soft" }, word("noticesMore", { n: number(more) }))] : []);
     }
@@ -160,7 +162,7 @@ function withoutFloorPart() {
             reasons.set(key, (reasons.get(key) ?? 0) + 1);
         }
     }
-    return make("div", {}, make("h3", {}, word("noFloor"), " ", make("button", { type: "button", class: "plain",
+    return make("div", {}, make("h3", { id: "part-floorless" }, word("noFloor"), " ", make("button", { type: "button", class: "plain",
         onclick: () => goToFloor(NO_FLOOR) }, word("lookAtThem"))),
     make("ul", {}, ...[...reasons].map(([reason, count]) => make("li", {}, number(count) + " × ", fromModel(reason)))));
 }

@@ -150,7 +150,8 @@ function objectButton(object, finding) {
     const about = elements.about(object);
     return make("button", { type: "button", class: "object", onclick: () => select(null, object) },
         fromModel(elements.name(object) || word("unnamed"), { class: "object-name" }),
-        make("span", { class: "meta" }, fromModel(about.className), " · ", fromModel(elements.globalId(object) || elements.handle(object)),
+        make("span", { class: "meta" }, fromModel(about.className || term(about.subCategory) || word("object")), " · ",
+            fromModel(elements.globalId(object) || elements.handle(object)),
             elements.floor[object] !== finding.shownFloor ? " · " + floorName(elements.floor[object]) : ""));
 }
 

@@ -272,8 +272,8 @@ function fillRow(node, row) {
     node.append(stateMark(finding.state), make("span", { class: "unseen" }, stateWord(finding.state, 1)),
         make("div", { class: "row-text" },
             fromModel(finding.sentence, { class: "sentence", title: finding.sentence }),
-            make("span", { class: "meta" }, findingName(finding), " · ", fromModel(floorName(finding.shownFloor)), ...whatText(finding),
-                ...tagsOf(finding))));
+            make("span", { class: "meta" }, findingName(finding), " · ", fromModel(floorName(finding.shownFloor)), ...tagsOf(finding),
+                ...whatText(finding))));
 }
 
 // The kind of error in the system's own words; the rule where the list is not grouped by it.

@@ -134,6 +134,7 @@ function showFloor(fit) {
     const empty = gridOf(choice.floor).indices.length === 0;
     byId("plan-empty").hidden = !empty;
     byId("hint").hidden ||= empty;
+    byId("symbols").hidden = empty;
     nameEmptyPlan();
     if (fit) {
         fitFloor();
@@ -219,6 +220,9 @@ function drawPlan(now) {
 function drawOverlay(context) {
     const { view, ratio } = plan;
     context.setTransform(ratio, 0, 0, ratio, 0, 0);
+    if (gridOf(choice.floor).indices.length === 0) {
+        return;
+    }
     drawDiameters(context);
     drawMarkers(context);
     drawSelection(context);
