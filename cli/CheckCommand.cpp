@@ -9,6 +9,7 @@
 #include "cli/Options.h"
 #include "cli/Output.h"
 #include "cli/ProgressDisplay.h"
+#include "cli/ProjectChoice.h"
 #include "cli/Signals.h"
 #include "cli/Terminal.h"
 #include "ifc/Reader.h"
@@ -17,8 +18,9 @@
 #include "service/IfcFloors.h"
 #include "service/Project.h"
 #include "service/ProjectFolder.h"
-#include "service/TrustStore.h"
 #include "service/Verdict.h"
+#include "service/session/Identity.h"
+#include "service/session/RunMemory.h"
 
 namespace norvex::cli {
 namespace {
@@ -31,7 +33,8 @@ constexpr const char* kExamples =
     "  norvex check house.ifc --json result.json --quiet       for a build server\n"
     "  norvex check house.ifc --json - | jq .totals\n"
     "  norvex check house.ifc --sarif result.sarif             for a code review tool\n"
-    "  norvex check house.ifc --fail-on confirmed              suspicions and reminders do not fail the build\n\n";
+    "  norvex check house.ifc --fail-on confirmed              suspicions and reminders do not fail the build\n"
+    "  norvex check house.ifc --resume                         go on after a cancel or a crash\n\n";
 
 struct CheckOptions {
     std::string model;
@@ -40,6 +43,8 @@ struct CheckOptions {
     std::string failOn = "suspected";
     service::RunSettings settings{.jobs = 0};
     OutputOptions output;
+    bool resume = false;
+    bool noMemory = false;
 };
 
 ProgressDisplay::Kind ProgressKind(const CheckOptions& options) {
@@ -67,52 +72,122 @@ int Unusable(const std::string& sentence) {
     return kUnusable;
 }
 
-// The run itself, and what only this program knows of it.
-service::RunReport RunChecks(service::Host& host, service::IfcFloors& floors, const service::RunPlan& plan,
-                             const datamng::ProjectData& project, const CheckOptions& options,
-                             service::RunControl& control) {
-    ProgressDisplay progress(ProgressKind(options), plan.tasks.size(), control);
-    service::RunReport report = service::ExecuteRun(host, floors, plan, project, progress, control, options.settings);
+service::session::MemoryUse MemoryUseOf(const CheckOptions& options) {
+    return options.noMemory ? service::session::MemoryUse::ReadOnly
+           : options.resume ? service::session::MemoryUse::Resume
+                            : service::session::MemoryUse::Remember;
+}
+
+// All that a run needs, ready to begin.
+struct Preparation {
+    std::filesystem::path folder;
+    std::unique_ptr<service::session::RunMemory> memory;
+    service::IfcFloors floors;
+    std::unique_ptr<service::Host> host;
+    service::RunPlan plan;
+    datamng::ProjectData project;
+    service::ModelRecord model;
+};
+
+// Loads the rules and plans the run. Returns what the program ends with when that is not possible, having said why.
+std::optional<int> Plan(const CheckOptions& options, Preparation& ready) {
+    std::string error;
+    const std::filesystem::path application = service::ApplicationFolder();
+    ready.host = std::make_unique<service::Host>(ready.memory->Trust());
+    if (const std::optional<std::string> failure = ready.host->Start(application)) {
+        Complain(*failure);
+        return kIncomplete;
+    }
+    ready.host->LoadRules();
+    std::optional<service::RunPlan> plan =
+        service::MakeRunPlan(options.request, ready.floors, ready.host->Rules(), error);
+    if (!plan) {
+        return Unusable(error);
+    }
+    std::optional<datamng::ProjectData> project =
+        service::LoadProjectData(ready.folder, application, ready.floors, !options.noMemory, error);
+    if (!project) {
+        return Unusable(error);
+    }
+    ready.plan = std::move(*plan);
+    ready.project = std::move(*project);
+    service::session::NoteModuleDigests(ready.plan);
+    return std::nullopt;
+}
+
+// Opens the project and begins the run in its memory. Returns what the program ends with when that is not possible,
+// having said why.
+std::optional<int> Prepare(const CheckOptions& options, Preparation& ready) {
+    std::string error;
+    const std::filesystem::path application = service::ApplicationFolder();
+    const std::optional<std::filesystem::path> folder =
+        options.noMemory ? service::NameProjectFolder(options.model, options.project, error)
+                         : service::OpenProjectFolder(options.model, options.project, error);
+    if (!folder || !service::UseConfiguration(*folder, application, error)) {
+        return Unusable(error);
+    }
+    ready.folder = *folder;
+    auto memory = service::session::RunMemory::Open(*folder, MemoryUseOf(options));
+    if (!memory) {
+        return Unusable(Advised(memory.Error()));
+    }
+    ready.memory = std::move(*memory);
+    if (const std::optional<int> end = Plan(options, ready)) {
+        return end;
+    }
+    const std::string configuration =
+        service::session::ConfigurationDigest(service::ConfigurationFile(ready.folder, application), ready.project);
+    const service::store::Status begun = ready.memory->Begin(
+        service::session::IdentityOf(ready.plan, ready.floors, ready.model, configuration, NORVEX_VERSION));
+    if (!begun) {
+        return Unusable(Advised(begun.Error()));
+    }
+    if (!options.noMemory) {
+        service::RememberLastProject(ready.folder);
+    }
+    for (const std::string& remark : ready.memory->Remarks()) {
+        Complain(remark);
+    }
+    return std::nullopt;
+}
+
+// The run itself, and what only this program and the project know of it.
+service::RunReport RunChecks(Preparation& ready, const CheckOptions& options, service::RunControl& control) {
+    service::RunSettings settings = options.settings;
+    settings.finished = ready.memory->Finished(ready.plan, ready.floors);
+    ProgressDisplay progress(ProgressKind(options), ready.plan.tasks.size() - settings.finished.size(), control);
+    service::session::RememberingObserver observer(*ready.memory, progress);
+    service::RunReport report = service::ExecuteRun(*ready.host, ready.floors, ready.plan, ready.project, observer,
+                                                    control, std::move(settings));
     report.toolVersion = NORVEX_VERSION;
-    report.incomplete.insert(report.incomplete.begin(), host.LoadFailures().begin(), host.LoadFailures().end());
+    const std::vector<std::string>& failures = ready.host->LoadFailures();
+    report.incomplete.insert(report.incomplete.begin(), failures.begin(), failures.end());
+    report.projectFolder = ready.folder.string();
+    report.model = ready.model;
+    service::NoteWhatIsMissing(report);
+    ready.memory->Conclude(report);
     return report;
 }
 
 // Everything behind the reading of the model.
 int CheckModel(const ifc::BuildingModel& model, const CheckOptions& options, service::FailOn failOn,
                CheckOutputs& outputs, service::RunControl& control) {
-    std::string error;
-    const std::filesystem::path application = service::ApplicationFolder();
-    const std::optional<std::filesystem::path> folder =
-        service::OpenProjectFolder(options.model, options.project, error);
-    if (!folder || !service::UseConfiguration(*folder, application, error)) {
-        return Unusable(error);
+    Preparation ready{.folder = {},
+                      .memory = nullptr,
+                      .floors = service::IfcFloors(model),
+                      .host = nullptr,
+                      .plan = {},
+                      .project = {},
+                      .model = service::RecordOf(model, options.model)};
+    if (const std::optional<int> end = Prepare(options, ready)) {
+        return *end;
     }
-    service::RememberLastProject(*folder);
-    service::NothingTrusted trust;
-    service::Host host(trust);
-    if (const std::optional<std::string> failure = host.Start(application)) {
-        Complain(*failure);
-        return kIncomplete;
+    const service::RunReport report = RunChecks(ready, options, control);
+    const bool delivered = outputs.Deliver(report, model, ready.floors);
+    if (ready.memory->Failure()) {
+        Complain(*ready.memory->Failure());
     }
-    host.LoadRules();
-    service::IfcFloors floors(model);
-    const std::optional<service::RunPlan> plan = service::MakeRunPlan(options.request, floors, host.Rules(), error);
-    if (!plan) {
-        return Unusable(error);
-    }
-    const std::optional<datamng::ProjectData> project = service::LoadProjectData(*folder, application, floors, error);
-    if (!project) {
-        return Unusable(error);
-    }
-    service::RunReport report = RunChecks(host, floors, *plan, *project, options, control);
-    report.projectFolder = folder->string();
-    report.model = service::RecordOf(model, options.model);
-    service::NoteWhatIsMissing(report);
-    if (!outputs.Deliver(report, model, floors)) {
-        return kIncomplete;
-    }
-    return ExitCodeOf(service::Judge(report, failOn));
+    return delivered && !ready.memory->Failure() ? ExitCodeOf(service::Judge(report, failOn)) : kIncomplete;
 }
 
 int Check(const CheckOptions& options) {
@@ -181,6 +256,14 @@ Command AddCheck(CLI::App& app) {
                      "The mildest severity that makes the exit code 1: confirmed, suspected, remind or never. Default: "
                      "suspected")
         ->type_name("SEVERITY");
+    CLI::Option* resume = command->add_flag(
+        "--resume", options->resume,
+        "Go on with the run that was cancelled or killed: what it has done is not done again. Model, configuration, "
+        "rules and scope must be the same");
+    command
+        ->add_flag("--no-memory", options->noMemory,
+                   "Write nothing into the project folder; what is accepted there holds nevertheless")
+        ->excludes(resume);
     command->footer(std::string(kExamples) + kExitCodes);
     return {command, [options] { return Check(*options); }};
 }

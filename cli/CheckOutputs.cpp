@@ -133,7 +133,8 @@ std::string CheckOutputs::StandardText(const service::RunReport& report) const {
 
 bool CheckOutputs::Deliver(const service::RunReport& report, const ifc::BuildingModel& model,
                            const service::IfcFloors& floors) {
-    bool isDelivered = Succeeded(report::WriteResultFiles(report).failure);
+    // A run that the project does not remember leaves nothing in its folder.
+    bool isDelivered = report.run == 0 || Succeeded(report::WriteResultFiles(report).failure);
     if (m_options.html) {
         isDelivered = Succeeded(m_html.Commit(PageText(report, model, floors))) && isDelivered;
     }

@@ -39,8 +39,9 @@ class CheckOutputs {
     // when there is one, or when the options want two reports in one place.
     std::optional<std::string> Open();
 
-    // Requires: Open succeeded. Writes the project's result files, and the report where it is wanted. Returns false,
-    // having said so, when not all of it could be delivered; what could be is.
+    // Requires: Open succeeded. Writes the project's result files, unless the project does not remember the run, and
+    // the report where it is wanted. Returns false, having said so, when not all of it could be delivered; what could
+    // be is.
     bool Deliver(const service::RunReport& report, const ifc::BuildingModel& model, const service::IfcFloors& floors);
 
   private:

@@ -1,9 +1,30 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "cli/ProjectChoice.h"
 
+#include <utility>
+
 #include "service/ProjectFolder.h"
 
 namespace norvex::cli {
+namespace {
+
+using service::store::StoreErrorCode;
+
+const char* AdviceFor(StoreErrorCode code) {
+    switch (code) {
+        case StoreErrorCode::Damaged:
+        case StoreErrorCode::Foreign:
+            return "norvex runs --set-aside-damaged moves it away, so that a new one can begin";
+        case StoreErrorCode::ReadOnly:
+            return "norvex check --no-memory works without writing there";
+        case StoreErrorCode::NothingStored:
+            return "norvex check makes it";
+        default:
+            return nullptr;
+    }
+}
+
+}  // namespace
 
 void AddProjectChoice(CLI::App& command, ProjectChoice& choice) {
     command.add_option("MODEL", choice.model, "The model whose project is meant. Default: the project checked last")
@@ -16,6 +37,32 @@ void AddProjectChoice(CLI::App& command, ProjectChoice& choice) {
 std::optional<std::filesystem::path> ChosenProject(const ProjectChoice& choice, std::string& error) {
     return choice.model || choice.project ? service::FindProjectFolder(choice.model, choice.project, error)
                                           : service::LastProjectFolder(error);
+}
+
+std::string Advised(const service::store::StoreError& error) {
+    const char* advice = AdviceFor(error.code);
+    std::string sentence = error.sentence;
+    if (advice != nullptr && sentence.ends_with('.')) {
+        sentence.pop_back();
+        sentence += std::string("; ") + advice + ".";
+    }
+    return sentence;
+}
+
+std::optional<service::store::ProjectStore> OpenChosenProject(const ProjectChoice& choice,
+                                                              service::store::Access access, std::string& error) {
+    const std::optional<std::filesystem::path> folder = ChosenProject(choice, error);
+    if (!folder) {
+        return std::nullopt;
+    }
+    service::store::StoreOptions options;
+    options.access = access;
+    service::store::Result<service::store::ProjectStore> project = service::store::ProjectStore::Open(*folder, options);
+    if (!project) {
+        error = Advised(project.Error());
+        return std::nullopt;
+    }
+    return std::move(*project);
 }
 
 }  // namespace norvex::cli

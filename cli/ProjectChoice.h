@@ -6,6 +6,8 @@
 #include <optional>
 #include <string>
 
+#include "service/store/ProjectStore.h"
+
 namespace norvex::cli {
 
 // How the user names a project that has been checked before: by its model, by its folder, or not at all, which means
@@ -20,5 +22,12 @@ void AddProjectChoice(CLI::App& command, ProjectChoice& choice);
 
 // The folder of the project that is meant; it exists. Errors: nothing, and error is one sentence.
 std::optional<std::filesystem::path> ChosenProject(const ProjectChoice& choice, std::string& error);
+
+// What is wrong with a project's memory, and what the user can do about it, in one sentence.
+std::string Advised(const service::store::StoreError& error);
+
+// The memory of the project that is meant. Errors: nothing, and error is one sentence.
+std::optional<service::store::ProjectStore> OpenChosenProject(const ProjectChoice& choice,
+                                                              service::store::Access access, std::string& error);
 
 }  // namespace norvex::cli

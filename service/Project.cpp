@@ -21,13 +21,18 @@ CString HostPath(const std::filesystem::path& path) {
 
 }  // namespace
 
-bool UseConfiguration(const std::filesystem::path& projectFolder, const std::filesystem::path& applicationFolder,
-                      std::string& error) {
+std::filesystem::path ConfigurationFile(const std::filesystem::path& projectFolder,
+                                        const std::filesystem::path& applicationFolder) {
     std::error_code ignored;
     const std::filesystem::path own = projectFolder / kConfigurationName;
-    const bool hasOwn = std::filesystem::exists(own, ignored);
-    const std::filesystem::path used = hasOwn ? own : applicationFolder / kConfigurationName;
-    profile::SetDirectories({HostPath(applicationFolder), HostPath(hasOwn ? projectFolder : applicationFolder)});
+    return std::filesystem::exists(own, ignored) ? own : applicationFolder / kConfigurationName;
+}
+
+bool UseConfiguration(const std::filesystem::path& projectFolder, const std::filesystem::path& applicationFolder,
+                      std::string& error) {
+    const std::filesystem::path used = ConfigurationFile(projectFolder, applicationFolder);
+    profile::SetDirectories({HostPath(applicationFolder), HostPath(used.parent_path())});
+    std::error_code ignored;
     if (std::filesystem::exists(used, ignored) && !NorvexConfig::Instance().IsValid()) {
         error = fmt::format("The configuration {} is no XML document that can be read.", used.string());
         return false;
@@ -49,7 +54,7 @@ std::optional<datamng::ProjectData> ReadProjectData(const std::filesystem::path&
 
 std::optional<datamng::ProjectData> LoadProjectData(const std::filesystem::path& projectFolder,
                                                     const std::filesystem::path& applicationFolder,
-                                                    const FloorSource& source, std::string& error) {
+                                                    const FloorSource& source, bool mayWrite, std::string& error) {
     std::optional<datamng::ProjectData> data = ReadProjectData(projectFolder, applicationFolder, error);
     if (!data) {
         return std::nullopt;
@@ -58,7 +63,8 @@ std::optional<datamng::ProjectData> LoadProjectData(const std::filesystem::path&
     for (const CString& path : source.Paths()) {
         data->AddAttribute(path);
     }
-    if (datamng::WriteProjectData(*data) != before && !datamng::WriteProjectFile(HostPath(projectFolder), *data)) {
+    if (mayWrite && datamng::WriteProjectData(*data) != before &&
+        !datamng::WriteProjectFile(HostPath(projectFolder), *data)) {
         error = fmt::format("The project folder {} cannot be written; name another with --project DIR.",
                             projectFolder.string());
         return std::nullopt;

@@ -10,6 +10,11 @@
 
 namespace norvex::service {
 
+// The NorvexConfig.xml that a run uses: the project's own, or else the one that ships in the application folder,
+// whether it is there or not.
+std::filesystem::path ConfigurationFile(const std::filesystem::path& projectFolder,
+                                        const std::filesystem::path& applicationFolder);
+
 // Tells the module where rules find their configuration: the project's own NorvexConfig.xml, or else the one that ships
 // in the application folder. Errors: false, and error is one sentence, when the project's is no readable document; a
 // missing one is no error. Once in a process, before rules are loaded.
@@ -21,10 +26,10 @@ bool UseConfiguration(const std::filesystem::path& projectFolder, const std::fil
 std::optional<datamng::ProjectData> ReadProjectData(const std::filesystem::path& projectFolder,
                                                     const std::filesystem::path& applicationFolder, std::string& error);
 
-// The project's data: the catalogue that ships, what the project's file adds, and the categories of the model. Writes
-// the file anew when the model holds more than it says. Errors: nothing, and error is one sentence.
+// The project's data: the catalogue that ships, what the project's file adds, and the categories of the model. When it
+// may write, writes the file anew if the model holds more than it says. Errors: nothing, and error is one sentence.
 std::optional<datamng::ProjectData> LoadProjectData(const std::filesystem::path& projectFolder,
                                                     const std::filesystem::path& applicationFolder,
-                                                    const FloorSource& source, std::string& error);
+                                                    const FloorSource& source, bool mayWrite, std::string& error);
 
 }  // namespace norvex::service

@@ -56,12 +56,21 @@ std::optional<std::filesystem::path> LastProjectFile() {
 
 }  // namespace
 
-std::optional<std::filesystem::path> OpenProjectFolder(const std::filesystem::path& model,
+std::optional<std::filesystem::path> NameProjectFolder(const std::filesystem::path& model,
                                                        const std::optional<std::filesystem::path>& wanted,
                                                        std::string& error) {
     const std::optional<std::filesystem::path> folder = wanted ? wanted : DefaultFolder(model);
     if (!folder) {
         error = kNoStateFolder;
+    }
+    return folder;
+}
+
+std::optional<std::filesystem::path> OpenProjectFolder(const std::filesystem::path& model,
+                                                       const std::optional<std::filesystem::path>& wanted,
+                                                       std::string& error) {
+    const std::optional<std::filesystem::path> folder = NameProjectFolder(model, wanted, error);
+    if (!folder) {
         return std::nullopt;
     }
     std::error_code failure;
@@ -87,9 +96,8 @@ std::optional<std::filesystem::path> FindProjectFolder(const std::optional<std::
         error = fmt::format("There is no project folder {}.", *wanted);
         return std::nullopt;
     }
-    const std::optional<std::filesystem::path> folder = DefaultFolder(*model);
+    const std::optional<std::filesystem::path> folder = NameProjectFolder(*model, std::nullopt, error);
     if (!folder) {
-        error = kNoStateFolder;
         return std::nullopt;
     }
     if (!std::filesystem::is_directory(*folder, ignored)) {

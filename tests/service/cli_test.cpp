@@ -366,9 +366,8 @@ TEST_F(Norvex, RefusesAJsonFileThatCannotBeWrittenBeforeItChecks) {
 TEST_F(Norvex, LeavesAnOlderJsonFileAloneWhenTheNewOneDoesNotFit) {
     WriteFile(m_folder / "a.json", "older");
     const std::string model = Model(WaterLoopAndFireRing());
-    // The first run makes the project's files, which would not fit either.
-    ASSERT_EQ(Run({"check", model}).exitCode, 1);
-    const ProcessResult result = Run({"check", model, "--quiet", "--json", Path("a.json")}, [] {
+    // The project's files would not fit either.
+    const ProcessResult result = Run({"check", model, "--quiet", "--no-memory", "--json", Path("a.json")}, [] {
         const rlimit limit{512, 512};
         setrlimit(RLIMIT_FSIZE, &limit);
         std::signal(SIGXFSZ, SIG_IGN);

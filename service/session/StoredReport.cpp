@@ -1,0 +1,204 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "service/session/StoredReport.h"
+
+#include <fmt/format.h>
+#include <algorithm>
+#include <charconv>
+#include <map>
+#include <string>
+#include <tuple>
+#include <utility>
+
+#include "service/session/Annotate.h"
+#include "service/session/Convert.h"
+
+namespace norvex::service::session {
+namespace {
+
+using store::StoreError;
+using store::StoreErrorCode;
+
+std::size_t PositionOf(const std::vector<std::string>& names, const std::string& name) {
+    return static_cast<std::size_t>(std::find(names.begin(), names.end(), name) - names.begin());
+}
+
+std::vector<RuleRecord> RulesOf(const store::RunIdentity& identity, const std::vector<RuleRecord>& known) {
+    std::vector<RuleRecord> rules;
+    for (const store::RuleModule& module : identity.rules) {
+        const auto found =
+            std::find_if(known.begin(), known.end(), [&](const RuleRecord& rule) { return rule.name == module.rule; });
+        RuleRecord record = found == known.end() ? RuleRecord{} : *found;
+        record.name = module.rule;
+        record.module = module.file;
+        record.version = module.version;
+        record.md5 = module.md5;
+        rules.push_back(std::move(record));
+    }
+    return rules;
+}
+
+// Outcomes in the order in which the run takes its tasks: floor by floor, in each specialty by specialty, in each rule
+// by rule; what suits no specialty comes last on its floor.
+std::vector<store::UnitOutcome> InOrderOfTheRun(const store::RunContents& contents) {
+    const store::RunIdentity& scope = contents.run.identity;
+    std::vector<std::string> rules;
+    for (const store::RuleModule& rule : scope.rules) {
+        rules.push_back(rule.rule);
+    }
+    const auto key = [&](const store::UnitOutcome& outcome) {
+        return std::tuple(PositionOf(scope.floors, outcome.unit.floor),
+                          PositionOf(scope.specialties, outcome.unit.specialty), PositionOf(rules, outcome.unit.rule));
+    };
+    std::vector<store::UnitOutcome> units = contents.units;
+    std::stable_sort(units.begin(), units.end(), [&](const store::UnitOutcome& left, const store::UnitOutcome& right) {
+        return key(left) < key(right);
+    });
+    return units;
+}
+
+void AddTasks(const store::RunContents& contents, RunReport& report) {
+    std::map<store::UnitKey, std::vector<const store::StoredFinding*>> findings;
+    for (const store::StoredFinding& finding : contents.findings) {
+        findings[finding.unit].push_back(&finding);
+    }
+    for (const store::UnitOutcome& outcome : InOrderOfTheRun(contents)) {
+        TaskResult result = ResultOf(outcome, findings[outcome.unit]);
+        report.tasks.push_back(std::move(result.task));
+        for (FindingRecord& finding : result.findings) {
+            finding.number = report.findings.size() + 1;
+            report.findings.push_back(std::move(finding));
+        }
+    }
+}
+
+// As the module counts: entities under the category of their rule, findings that are not trusted under their own.
+std::vector<CategoryTotal> TotalsOf(const RunReport& report) {
+    std::map<std::string, CategoryTotal> totals;
+    std::map<std::string, std::map<std::string, std::size_t>> kinds;
+    for (const RuleRecord& rule : report.rules) {
+        for (const TaskRecord& task : report.tasks) {
+            if (task.rule == rule.name) {
+                totals[rule.category].checks += task.examined;
+            }
+        }
+    }
+    for (const FindingRecord& finding : report.findings) {
+        if (finding.trusted) {
+            continue;
+        }
+        CategoryTotal& total = totals[finding.category];
+        ++(finding.severity == Severity::Confirmed   ? total.confirmed
+           : finding.severity == Severity::Suspected ? total.suspected
+                                                     : total.reminders);
+        ++kinds[finding.category][finding.subCategory];
+    }
+    std::vector<CategoryTotal> list;
+    for (auto& [category, total] : totals) {
+        total.category = category;
+        total.subCategories.assign(kinds[category].begin(), kinds[category].end());
+        list.push_back(std::move(total));
+    }
+    return list;
+}
+
+void NoteWhatWasNotDone(const store::RunRecord& run, RunReport& report) {
+    for (const TaskRecord& task : report.tasks) {
+        if (task.outcome == Outcome::Crashed) {
+            report.incomplete.push_back(fmt::format("Rule {} crashed on floor \"{}\", {}: {}.", task.rule, task.floor,
+                                                    task.specialty, task.reason));
+        }
+    }
+    if (run.status == store::RunStatus::Running) {
+        report.incomplete.push_back(
+            fmt::format("The run is under way or was interrupted; {} checks of it were done.", report.tasks.size()));
+    } else if (run.status == store::RunStatus::Cancelled) {
+        report.incomplete.push_back("The run was cancelled before it was complete.");
+    }
+}
+
+// The newest complete run of the whole project before this one.
+store::Result<std::optional<store::RunContents>> RunBefore(store::ProjectStore& project, store::RunId run) {
+    const store::Result<std::vector<store::RunRecord>> runs = project.ListRuns();
+    if (!runs) {
+        return runs.Error();
+    }
+    std::optional<store::RunContents> before;
+    for (auto each = runs->rbegin(); each != runs->rend() && !before; ++each) {
+        if (each->id < run && each->status == store::RunStatus::Complete && !each->identity.narrowed) {
+            store::Result<store::RunContents> loaded = project.LoadRun(each->id);
+            if (!loaded) {
+                return loaded.Error();
+            }
+            before.emplace(std::move(*loaded));
+        }
+    }
+    return before;
+}
+
+RunReport BareReport(const store::RunContents& contents, const std::vector<RuleRecord>& rules) {
+    const store::RunIdentity& identity = contents.run.identity;
+    RunReport report;
+    report.toolVersion = identity.programVersion;
+    report.model.path = identity.modelPath;
+    report.model.sha256 = identity.modelDigest;
+    for (const std::string& floor : identity.floors) {
+        report.floors.push_back({.name = floor, .elevation = std::nullopt});
+    }
+    report.specialties = identity.specialties;
+    report.rules = RulesOf(identity, rules);
+    report.narrowed = identity.narrowed;
+    AddTasks(contents, report);
+    report.totals = TotalsOf(report);
+    NoteWhatWasNotDone(contents.run, report);
+    return report;
+}
+
+}  // namespace
+
+store::Result<store::RunId> ChosenRun(store::ProjectStore& project, std::string_view named) {
+    const store::Result<std::vector<store::RunRecord>> runs = project.ListRuns();
+    if (!runs) {
+        return runs.Error();
+    }
+    if (runs->empty()) {
+        return StoreError{StoreErrorCode::NotFound,
+                          fmt::format("No run is remembered in \"{}\".", project.DatabasePath().string())};
+    }
+    if (named == "last") {
+        return runs->back().id;
+    }
+    store::RunId number = 0;
+    const auto [end, failure] = std::from_chars(named.data(), named.data() + named.size(), number);
+    if (failure != std::errc() || end != named.data() + named.size()) {
+        return StoreError{StoreErrorCode::InvalidInput,
+                          fmt::format("\"{}\" names no run; give its number, or \"last\".", named)};
+    }
+    if (std::none_of(runs->begin(), runs->end(), [&](const store::RunRecord& run) { return run.id == number; })) {
+        return StoreError{StoreErrorCode::NotFound, fmt::format("There is no run {} in \"{}\"; norvex runs lists them.",
+                                                                number, project.DatabasePath().string())};
+    }
+    return number;
+}
+
+store::Result<RunReport> StoredReport(store::ProjectStore& project, store::RunId run,
+                                      const std::vector<RuleRecord>& rules) {
+    const store::Result<store::RunContents> contents = project.LoadRun(run);
+    if (!contents) {
+        return contents.Error();
+    }
+    const store::Result<std::optional<store::RunContents>> before = RunBefore(project, run);
+    if (!before) {
+        return before.Error();
+    }
+    const store::Result<std::vector<store::TrustListing>> listings = project.ListTrust();
+    if (!listings) {
+        return listings.Error();
+    }
+    RunReport report = BareReport(*contents, rules);
+    report.projectFolder = project.DatabasePath().parent_path().string();
+    Annotate(report, contents->run, contents->trust, *before ? &**before : nullptr);
+    report.acceptances = AcceptanceRecords(*listings);
+    return report;
+}
+
+}  // namespace norvex::service::session
