@@ -109,8 +109,9 @@ void NoteWhatWasNotDone(const store::RunRecord& run, RunReport& report) {
         }
     }
     if (run.status == store::RunStatus::Running) {
-        report.incomplete.push_back(
-            fmt::format("The run is under way or was interrupted; {} checks of it were done.", report.tasks.size()));
+        report.incomplete.push_back(fmt::format(
+            "The run is under way or was interrupted; {} done so far.",
+            report.tasks.size() == 1 ? std::string("1 check is") : fmt::format("{} checks are", report.tasks.size())));
     } else if (run.status == store::RunStatus::Cancelled) {
         report.incomplete.push_back("The run was cancelled before it was complete.");
     }
