@@ -174,6 +174,22 @@ TEST_F(ReportFiles, GoToStandardOutputInOneForm) {
     }
 }
 
+TEST_F(ReportFiles, AreTheSameBytesHoweverManyFloorsAreCheckedSideBySide) {
+    for (const char* format : {"json", "sarif"}) {
+        Texts reports;
+        for (const char* jobs : {"1", "2", "4"}) {
+            fs::remove_all(m_folder / "project");
+            reports.push_back(norvex::test::RunProcess({NORVEX_PROGRAM, "check", NORVEX_SAMPLE, "--project",
+                                                        Path("project"), "--jobs", jobs, "--format", format},
+                                                       [&] { setenv("XDG_STATE_HOME", Path("state").c_str(), 1); })
+                                  .out);
+        }
+        EXPECT_GT(reports[0].size(), 10000U);
+        EXPECT_EQ(reports[1], reports[0]) << format;
+        EXPECT_EQ(reports[2], reports[0]) << format;
+    }
+}
+
 TEST_F(ReportFiles, TellTimesOnlyWhenAsked) {
     const ProcessResult timed = Check({"--timing", "--json", Path("timed.json")});
     EXPECT_NE(timed.out.find("Entities/s"), std::string::npos);
