@@ -36,7 +36,8 @@ constexpr const char* kExamples =
     "  norvex trust remove 3 --reason \"fixed in the model\"\n"
     "  norvex trust prune --dry-run       what has expired or hides nothing any more\n"
     "  norvex trust export --to trust.json\n"
-    "  norvex trust import trust.json\n\n"
+    "  norvex trust import trust.json\n"
+    "  norvex trust import-bcf findings.bcfzip     what people closed in a building program, one by one\n\n"
     "Trust holds from the next check on. A project is named by its model or by --project; without either it is\n"
     "the one checked last.";
 
@@ -112,9 +113,9 @@ Command AddTrust(CLI::App& app) {
         app.add_subcommand("trust", "Accept findings, so that later checks report them without counting them");
     command->require_subcommand(1);
     command->footer(kExamples);
-    const auto commands = std::make_shared<std::vector<Command>>(
-        std::vector<Command>{AddTrustAdd(*command), AddTrustList(*command), AddTrustRemove(*command),
-                             AddTrustPrune(*command), AddTrustExport(*command), AddTrustImport(*command)});
+    const auto commands = std::make_shared<std::vector<Command>>(std::vector<Command>{
+        AddTrustAdd(*command), AddTrustList(*command), AddTrustRemove(*command), AddTrustPrune(*command),
+        AddTrustExport(*command), AddTrustImport(*command), AddTrustImportBcf(*command)});
     return {command, [commands] {
                 return std::find_if(commands->begin(), commands->end(),
                                     [](const Command& each) { return each.app->parsed(); })

@@ -19,6 +19,7 @@ Command AddTrustRemove(CLI::App& trust);
 Command AddTrustPrune(CLI::App& trust);
 Command AddTrustExport(CLI::App& trust);
 Command AddTrustImport(CLI::App& trust);
+Command AddTrustImportBcf(CLI::App& trust);
 
 // Who answers for a change of trust. Default: the user's full name, or else the login.
 void AddPerson(CLI::App& command, std::string& person);

@@ -49,18 +49,25 @@ Encoded Indexed(const Pixels& pixels) {
     picture.bytes.resize(pixels.width * pixels.height);
     std::vector<std::uint32_t> indices(std::size_t{1} << 15U, kNoIndex);
     png_byte* out = picture.bytes.data();
+    // Most pixels are like the one before.
+    std::uint32_t before = ~pixels.first[0];
+    png_byte index = 0;
     for (std::size_t row = 0; row < pixels.height; ++row) {
         const std::uint32_t* in = pixels.first + row * pixels.stride;
         for (std::size_t column = 0; column < pixels.width; ++column) {
-            const std::uint32_t key = FiveBits(in[column]);
-            if (indices[key] == kNoIndex) {
-                if (picture.palette.size() == kMaxPalette) {
-                    return FullColour(pixels);
+            if (in[column] != before) {
+                before = in[column];
+                const std::uint32_t key = FiveBits(before);
+                if (indices[key] == kNoIndex) {
+                    if (picture.palette.size() == kMaxPalette) {
+                        return FullColour(pixels);
+                    }
+                    indices[key] = static_cast<std::uint32_t>(picture.palette.size());
+                    picture.palette.push_back(ColourOf(key));
                 }
-                indices[key] = static_cast<std::uint32_t>(picture.palette.size());
-                picture.palette.push_back(ColourOf(key));
+                index = static_cast<png_byte>(indices[key]);
             }
-            *out++ = static_cast<png_byte>(indices[key]);
+            *out++ = index;
         }
     }
     return picture;
