@@ -1,64 +1,68 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <fmt/format.h>
+#include <algorithm>
 #include <memory>
+#include <optional>
 
 #include "cli/Commands.h"
 #include "cli/ExitCode.h"
+#include "cli/KnownRules.h"
 #include "cli/Options.h"
 #include "cli/Output.h"
 #include "cli/Terminal.h"
-#include "report/Table.h"
+#include "report/RulesText.h"
 #include "service/Host.h"
-#include "service/Project.h"
-#include "service/TrustStore.h"
 #include "service/Words.h"
 
 namespace norvex::cli {
 namespace {
 
-int Rules(bool noColour) {
-    service::NothingTrusted trust;
-    service::Host host(trust);
-    const std::filesystem::path application = service::ApplicationFolder();
+struct RulesOptions {
+    std::optional<std::string> name;
+    bool noColour = false;
+};
+
+// The page of one rule.
+int ShowRule(const KnownRules& rules, const RulesOptions& options) {
+    std::vector<std::string> known;
+    for (const service::RuleRecord& rule : rules.records) {
+        if (service::EqualsIgnoringCase(rule.name, *options.name) ||
+            service::EqualsIgnoringCase(rule.shortName, *options.name)) {
+            return WriteOut(report::RulePage(rule, StyleOfOutput(options.noColour))) ? kClean : kIncomplete;
+        }
+        known.push_back(fmt::format("{} ({})", rule.shortName, rule.name));
+    }
+    Complain(fmt::format("There is no rule \"{}\"; there is: {}.", *options.name, service::Joined(known)));
+    return kUnusable;
+}
+
+int Rules(const RulesOptions& options) {
     std::string error;
-    if (!service::UseConfiguration(application, application, error)) {
+    const std::optional<KnownRules> rules = FindRules(service::ApplicationFolder(), error);
+    if (!rules) {
         Complain(error);
         return kUnusable;
     }
-    if (const std::optional<std::string> failure = host.Start(application)) {
-        Complain(*failure);
-        return kIncomplete;
+    if (options.name) {
+        return ShowRule(*rules, options);
     }
-    host.LoadRules();
-    report::Table table({{"Rule"}, {"Name"}, {"Version"}, {"Module"}, {"Specialties"}, {"What it looks for"}});
-    for (const service::LoadedRule& rule : host.Rules()) {
-        std::vector<std::string> glosses;
-        for (const std::string& specialty : rule.record.specialties) {
-            const std::string_view gloss = service::SpecialtyGloss(specialty);
-            glosses.emplace_back(gloss.empty() ? specialty : gloss);
-        }
-        table.AddRow({{rule.record.shortName, report::Tone::Strong},
-                      {rule.record.name},
-                      {rule.record.version},
-                      {rule.record.module},
-                      {glosses.empty() ? "all" : service::Joined(glosses)},
-                      {rule.record.title}});
-    }
-    const bool delivered = WriteOut(table.ToText(StyleOfOutput(noColour)));
-    for (const std::string& failure : host.LoadFailures()) {
+    const bool delivered = WriteOut(report::RulesText(rules->records, StyleOfOutput(options.noColour)));
+    for (const std::string& failure : rules->failures) {
         Complain(failure);
     }
-    return delivered && host.LoadFailures().empty() ? kClean : kIncomplete;
+    return delivered && rules->failures.empty() ? kClean : kIncomplete;
 }
 
 }  // namespace
 
 Command AddRules(CLI::App& app) {
-    const auto noColour = std::make_shared<bool>(false);
-    CLI::App* command = app.add_subcommand("rules", "List the rules that a check runs");
-    AddNoColour(*command, *noColour);
+    const auto options = std::make_shared<RulesOptions>();
+    CLI::App* command = app.add_subcommand("rules", "List the rules that a check runs, or explain one of them");
+    command->add_option("RULE", options->name, "The rule to explain: what it looks for, why, and how to fix it")
+        ->type_name("");
+    AddNoColour(*command, options->noColour);
     command->footer(kExitCodes);
-    return {command, [noColour] { return Rules(*noColour); }};
+    return {command, [options] { return Rules(*options); }};
 }
 
 }  // namespace norvex::cli

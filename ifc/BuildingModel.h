@@ -87,6 +87,8 @@ struct Element {
     // Whether the file says where the element is: a segment by its ends, everything else by its placement. An element
     // without a place has all its points at the origin.
     bool placed = false;
+    // Another element of the model has the same GlobalId.
+    bool globalIdRepeats = false;
     // Segments: the two ends, moved to the junctions they belong to. Ends that meet are equal bit by bit.
     // Without EndEvidence both are the position.
     EndEvidence ends = EndEvidence::None;

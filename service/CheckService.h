@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "norvexdata/state/NorvexService.h"
@@ -32,9 +34,13 @@ class CheckService final : public INorvexService {
     void ReportFinding(const NS_NORVEX::Finding& finding) override;
     bool ReportProgress(int done, int total) override;
     CString GetFloorTitle(const CString& floor) override;
+    const std::map<CString, int>& GetWithoutPlace() override { return m_withoutPlace; }
 
     // Null while no rule runs; what rules say then is dropped.
     void SetListener(RuleListener* listener) { m_listener = listener; }
+
+    // What GetWithoutPlace answers from now on.
+    void SetWithoutPlace(std::map<CString, int> counts) { m_withoutPlace = std::move(counts); }
 
     // Rules registered since the last call, in the order of registration.
     std::vector<INorvexRule*> TakeRegistered();
@@ -43,6 +49,7 @@ class CheckService final : public INorvexService {
     TrustStore& m_trust;
     RuleListener* m_listener = nullptr;
     std::vector<INorvexRule*> m_registered;
+    std::map<CString, int> m_withoutPlace;
 };
 
 }  // namespace norvex::service

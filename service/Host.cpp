@@ -33,7 +33,9 @@ RuleRecord RecordOf(const NS_NORVEX::RuleInfo& info, const Module& module) {
                       .specialties = {},
                       .md5 = {},
                       .why = text::ToUtf8(info.strWhy),
-                      .howToFix = text::ToUtf8(info.strHowToFix)};
+                      .howToFix = text::ToUtf8(info.strHowToFix),
+                      .what = text::ToUtf8(info.strWhat),
+                      .severity = text::ToUtf8(info.strSeverity)};
     for (const CString& specialty : info.vecSpecialties) {
         record.specialties.push_back(text::ToUtf8(specialty));
     }

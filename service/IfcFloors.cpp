@@ -59,6 +59,16 @@ void IfcFloors::AddFloor(const std::string& name, std::uint32_t storey) {
     m_storeys.push_back(storey);
 }
 
+std::map<CString, int> IfcFloors::WithoutPlace(std::size_t floor) const {
+    std::map<CString, int> counts;
+    for (const ifc::Element& element : m_model.elements) {
+        if (element.storey == m_storeys[floor] && !element.placed) {
+            ++counts[PathOf(element)];
+        }
+    }
+    return counts;
+}
+
 AcDbDatabase& IfcFloors::Open(std::size_t floor) {
     m_drawing = ifc::DrawFloor(m_model, m_storeys[floor]);
     return *m_drawing.database;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -20,6 +21,7 @@ class IfcFloors final : public FloorSource {
 
     const std::vector<FloorRecord>& Floors() const override { return m_floors; }
     const std::vector<CString>& Paths() const override { return m_paths; }
+    std::map<CString, int> WithoutPlace(std::size_t floor) const override;
     AcDbDatabase& Open(std::size_t floor) override;
 
   private:

@@ -100,6 +100,8 @@ struct RuleRecord {
     std::string md5 = {};                  // of the module's file, as the module inventory has it
     std::string why = {};                  // why the rule cares, whole sentences
     std::string howToFix = {};             // whole sentences
+    std::string what = {};                 // what exactly it looks at, whole sentences
+    std::string severity = {};             // how grave what it finds is, whole sentences
 };
 
 struct FloorRecord {

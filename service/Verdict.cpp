@@ -5,6 +5,31 @@
 #include <algorithm>
 
 namespace norvex::service {
+namespace {
+
+// One sentence for each rule that could look at nothing of what it is about: it has not found that all is well.
+void NoteBlindRules(RunReport& report) {
+    for (const RuleRecord& rule : report.rules) {
+        std::size_t examined = 0;
+        std::size_t notExamined = 0;
+        std::string reason;
+        for (const TaskRecord& task : report.tasks) {
+            if (task.rule == rule.name) {
+                examined += task.examined;
+                notExamined += task.notExamined;
+                reason = reason.empty() && task.notExamined > 0 ? task.reason : reason;
+            }
+        }
+        if (examined == 0 && notExamined > 0) {
+            const std::string what = notExamined == 1 ? "not look at the one entity"
+                                                      : fmt::format("look at none of the {} entities", notExamined);
+            report.incomplete.push_back(fmt::format("Rule {} could {} that it is about, because {}.",
+                                                    rule.shortName.empty() ? rule.name : rule.shortName, what, reason));
+        }
+    }
+}
+
+}  // namespace
 
 std::optional<FailOn> FailOnOfName(std::string_view name) {
     if (name == "confirmed") {
@@ -42,7 +67,11 @@ void NoteWhatIsMissing(RunReport& report) {
     const bool didAnything = std::any_of(report.tasks.begin(), report.tasks.end(), [](const TaskRecord& task) {
         return task.examined > 0 || task.findings > 0 || task.outcome == Outcome::Skipped;
     });
-    if (!didAnything && cancelled == 0) {
+    const std::size_t before = report.incomplete.size();
+    if (cancelled == 0) {
+        NoteBlindRules(report);
+    }
+    if (!didAnything && cancelled == 0 && report.incomplete.size() == before) {
         report.incomplete.push_back("Nothing was examined: no rule found anything in the model that it is about.");
     }
 }

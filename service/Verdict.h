@@ -21,8 +21,9 @@ enum class Verdict : std::uint8_t {
     Incomplete,  // something in scope was not checked, whatever else was found
 };
 
-// Adds to report.incomplete what the report itself shows: lost parts of the model, tasks that were cancelled, and a run
-// in which no rule looked at anything, which must not pass for a clean one.
+// Adds to report.incomplete what the report itself shows: lost parts of the model, tasks that were cancelled, a rule
+// that could look at nothing of what it is about, and a run in which no rule looked at anything. None of these must
+// pass for clean.
 void NoteWhatIsMissing(RunReport& report);
 
 // Requires: NoteWhatIsMissing was called.

@@ -50,6 +50,9 @@ class Draughtsman {
         }
         entity->SetSysCode(Converted(code));
         SetText(*entity, kPropertyGlobalId, element.globalId);
+        if (element.globalIdRepeats) {
+            entity->SetProperty(kPropertyGlobalIdRepeats, u"1");
+        }
         SetText(*entity, kPropertyName, element.name);
         entity->SetProperty(kPropertyClass, Converted(std::string(element.className)));
         SetNumber(*entity, kPropertyNominalDiameter, element.nominalDiameter);

@@ -24,7 +24,8 @@ struct FloorDrawing {
 // instance numbers of the file, units millimetres. The attribute path is specialty\category\sub-category\detail name;
 // the system code is the specialty, a backslash and the name of the element's first system. Each entity has the
 // properties that its element has of kPropertyGlobalId, kPropertyNominalDiameter, kPropertyOuterDiameter,
-// kPropertyConnectionType, kPropertyName and kPropertyClass; what is no segment also has kPropertyJoined.
+// kPropertyConnectionType, kPropertyName and kPropertyClass; one that shares its GlobalId has
+// kPropertyGlobalIdRepeats; what is no segment also has kPropertyJoined.
 // Ends that meet in the model are equal bit by bit.
 //
 // Requires: `storey` is kNoIndex or an index into model.storeys. The drawing keeps nothing of the model.

@@ -148,7 +148,7 @@ NetworkInput ModelReader::Read() {
     ReadShapes();
     Categorise();
     CountElements();
-    SayRepeatedGlobalIds();
+    MarkRepeatedGlobalIds();
     return std::move(input_);
 }
 
@@ -798,7 +798,7 @@ void ModelReader::CountElements() {
     counts.otherProducts = census_.otherProducts;
 }
 
-void ModelReader::SayRepeatedGlobalIds() {
+void ModelReader::MarkRepeatedGlobalIds() {
     // Hardly any model has one, and looking for it takes a tenth of the sort that tells which.
     std::unordered_set<std::string_view> known;
     known.reserve(model_.elements.size());
@@ -816,6 +816,8 @@ void ModelReader::SayRepeatedGlobalIds() {
         if (key(order[i]) != key(order[i - 1]) || key(order[i]).empty()) {
             continue;
         }
+        model_.elements[order[i]].globalIdRepeats = true;
+        model_.elements[order[i - 1]].globalIdRepeats = true;
         if (!log_.Keeps(DiagnosticCode::RepeatedGlobalId)) {
             log_.Count(Severity::Warning);
             continue;

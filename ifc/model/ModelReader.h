@@ -66,7 +66,7 @@ class ModelReader {
     std::string_view SystemSpecialty(std::uint32_t element);
     std::string_view DetailName(std::uint32_t element);
     void CountElements();
-    void SayRepeatedGlobalIds();
+    void MarkRepeatedGlobalIds();
     std::string_view Text(const part21::Value& value);
 
     const Access& access_;

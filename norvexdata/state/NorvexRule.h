@@ -12,7 +12,7 @@
 //
 // A rule module and the service agree on all of this at once, so they compare kNorvexRuleApiVersion before anything
 // else; it grows whenever a record, an operation or their order changes.
-inline constexpr int kNorvexRuleApiVersion = 2;
+inline constexpr int kNorvexRuleApiVersion = 3;
 
 namespace NS_NORVEX {
 
@@ -30,9 +30,12 @@ struct RuleInfo {
     CString strVersion = {};
     // Specialties that the rule has something to say about; empty means all.
     std::vector<CString> vecSpecialties = {};
-    // For a person: why what the rule finds is a defect, and what to do about it. Whole sentences; may be empty.
+    // For a person, in whole sentences; may be empty: why what the rule finds is a defect, what to do about it, what
+    // exactly the rule looks at, and how grave what it finds is.
     CString strWhy = {};
     CString strHowToFix = {};
+    CString strWhat = {};
+    CString strSeverity = {};
 };
 
 // One drawing object of a finding.

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <map>
 #include <string>
 
 #include "norvexdata/state/NorvexRule.h"
@@ -34,6 +35,9 @@ class INorvexService {
     // The name by which people know the floor that CNorvexData::s_strCurFloor names. The two may be spelt differently,
     // because the trust list cuts names at "层" and takes them through code page 936.
     virtual CString GetFloorTitle(const CString& floor) = 0;
+    // How many elements of the current floor are not in its drawing, because the model says no place for them: by
+    // attribute-name path, all specialties. Good until the floor changes.
+    virtual const std::map<CString, int>& GetWithoutPlace() = 0;
 
   protected:
     INorvexService() = default;

@@ -4,6 +4,7 @@
 ACRX_DEFINE_MEMBERS(ZrOwEntity, AcDbEntity)
 
 const CString kPropertyGlobalId = u"GlobalId";
+const CString kPropertyGlobalIdRepeats = u"GlobalIdRepeats";
 const CString kPropertyNominalDiameter = u"NominalDiameter";
 const CString kPropertyOuterDiameter = u"OuterDiameter";
 const CString kPropertyConnectionType = u"ConnectionType";

@@ -38,6 +38,8 @@ class NORVEX_PLATFORM_API ZrOwEntity : public AcDbEntity {
 
 // The property that holds the identity which an object keeps across exports of the same model.
 NORVEX_PLATFORM_API extern const CString kPropertyGlobalId;
+// The property that says that the object shares its identity with another one of the model: "1", or not there.
+NORVEX_PLATFORM_API extern const CString kPropertyGlobalIdRepeats;
 // The property that holds the nominal diameter, a decimal number of millimetres.
 NORVEX_PLATFORM_API extern const CString kPropertyNominalDiameter;
 // The property that holds the outer diameter as drawn, a decimal number of millimetres.

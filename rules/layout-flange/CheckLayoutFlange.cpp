@@ -170,7 +170,18 @@ class CCheckLayoutFlange final : public norvex::rule::Rule {
                 .strTitle = u"Flanges at equipment and tanks",
                 .strCategory = STR_CHECK_MODEL_OMISSION,
                 .strVersion = {},
-                .vecSpecialties = CheckedSpecialties()}) {}
+                .vecSpecialties = CheckedSpecialties(),
+                .strWhy = u"Equipment is taken out for repair. Without a flange that means cutting the pipe, and the "
+                          u"flange, its gasket and its bolts are in no list of quantities.",
+                .strHowToFix =
+                    u"Draw the flange between the equipment and the pipe, or have the pipe's port say that it "
+                    u"is flanged. Where a flange is not wanted, accept the finding: it keeps its feature "
+                    u"code.",
+                .strWhat =
+                    u"Pumps, heating equipment and tanks that a pipe meets without a flange between. Bends, tees and "
+                    u"reducers between are looked through; a valve or meter at the equipment brings a joint of its "
+                    u"own. Pipes smaller than DN50, and those of which nothing tells the diameter, need no flange.",
+                .strSeverity = u"Suspected, because many models leave out flanges on purpose."}) {}
 
   private:
     void Run(Context& context) override {
@@ -178,6 +189,7 @@ class CCheckLayoutFlange final : public norvex::rule::Rule {
         const CategoryMap entities = context.Entities();
         for (const Kind kind : {Kind::eEquipment, Kind::eWaterbox}) {
             const auto item = parser.GetAttItem(kind, context.Specialty());
+            context.NotExaminedWithoutPlace(item.mapEquipment);
             const std::vector<ZrOwEntity*> equipment = EntitiesOf(item.mapEquipment, entities);
             if (!equipment.empty() &&
                 !CheckKind(context, equipment, Search(parser, EntitiesOf(item.mapPipe, entities)), kind)) {

@@ -56,7 +56,18 @@ class CCheckPipeDiameter final : public norvex::rule::Rule {
                 .strTitle = u"Diameters of pipes and what is in them",
                 .strCategory = STR_CHECK_ATTRIBUTE_PLAUSIBILITY,
                 .strVersion = {},
-                .vecSpecialties = CheckedSpecialties()}) {}
+                .vecSpecialties = CheckedSpecialties(),
+                .strWhy =
+                    u"A valve of another diameter than its pipe cannot be mounted without two reducers that are in "
+                    u"no list. A pipe without diameter is missing in every calculation and every quantity.",
+                .strHowToFix =
+                    u"Exchange the valve, the meter or the pipe for one that fits, or draw the reducer between "
+                    u"them. Give a pipe without diameter a NominalDiameter, or a type whose name holds its "
+                    u"DN.",
+                .strWhat = u"A valve or meter whose nominal diameter is another one than that of a pipe joined to it, "
+                           u"and a pipe of which nothing tells the diameter. Pipes of which only the drawn outer "
+                           u"diameter is known are not compared.",
+                .strSeverity = u"Suspected."}) {}
 
   private:
     void Run(Context& context) override {
@@ -64,6 +75,8 @@ class CCheckPipeDiameter final : public norvex::rule::Rule {
         const CategoryMap& entities = context.Entities();
         std::vector<ZrOwEntity*> attachments = EntitiesOf(parser.GetAttachments(context.Specialty()), entities);
         const std::vector<ZrOwEntity*> pipes = EntitiesOf(parser.GetPipe(context.Specialty()), entities);
+        context.NotExaminedWithoutPlace(parser.GetAttachments(context.Specialty()));
+        context.NotExaminedWithoutPlace(parser.GetPipe(context.Specialty()));
         const int total = static_cast<int>(attachments.size() + pipes.size());
         int done = 0;
         for (ZrOwEntity* pipe : pipes) {

@@ -98,17 +98,35 @@ CString Joined(const std::vector<CString>& words) {
 class CCheckPipeLinkInvalid final : public norvex::rule::Rule {
   public:
     CCheckPipeLinkInvalid()
-        : Rule({.strName = u"CCheckPipeLinkInvalid",
-                .strShortName = u"pipe-link",
-                .strTitle = u"Link types of pipes",
-                .strCategory = STR_CHECK_ATTRIBUTE_PLAUSIBILITY,
-                .strVersion = {},
-                .vecSpecialties = {STR_SPEC_WATER, STR_SPEC_FIRE_PROTECTION, STR_SPEC_HVAC}}) {}
+        : Rule(
+              {.strName = u"CCheckPipeLinkInvalid",
+               .strShortName = u"pipe-link",
+               .strTitle = u"Link types of pipes",
+               .strCategory = STR_CHECK_ATTRIBUTE_PLAUSIBILITY,
+               .strVersion = {},
+               .vecSpecialties = {STR_SPEC_WATER, STR_SPEC_FIRE_PROTECTION, STR_SPEC_HVAC},
+               .strWhy =
+                   u"The joint decides which pressure and temperature a line bears, which fittings are bought and "
+                   u"how long the work takes. Quantities of couplings, flanges and welds are taken off the link "
+                   u"type; one wrong type makes the list wrong.",
+               .strHowToFix = u"Join the pipe as the finding says is permitted, or correct what the model says of its "
+                              u"ends. If the joint is permitted in this project, add its link type to the kind's "
+                              u"availables in NorvexConfig.xml.",
+               .strWhat = u"Pipes that are joined in a way that their kind does not permit, such as a large sprinkler "
+                          u"main with threads. The configuration says which kinds there are and what each permits, and "
+                          u"how a pipe is joined that does not say it; all other pipes are no concern of the rule.",
+               .strSeverity =
+                   u"Suspected, because the pipe may be right and the list of what is permitted too short."}) {}
 
   private:
     void Run(Context& context) override {
         const Configuration configuration;
         const std::vector<Pipe> pipes = PipesOf(context, configuration);
+        context.NotExaminedWithoutPlace(
+            [&](const CString& category, const CString& subCategory, const CString& detailName) {
+                const auto* kind = configuration.KindOf(detailName, subCategory);
+                return category == STR_CATEGORY_PIPELINE && kind != nullptr && !kind->second.vecAvailables.empty();
+            });
         int done = 0;
         for (const Pipe& pipe : pipes) {
             CheckPipe(context, configuration, pipe);

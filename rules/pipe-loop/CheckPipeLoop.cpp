@@ -194,7 +194,23 @@ class CCheckPipeLoop final : public norvex::rule::Rule {
                 .strTitle = u"Closed loops of pipes",
                 .strCategory = STR_CHECK_MODEL_PLAUSIBILITY,
                 .strVersion = {},
-                .vecSpecialties = norvex::pipe_loop::CheckedSpecialties()}) {}
+                .vecSpecialties = norvex::pipe_loop::CheckedSpecialties(),
+                .strWhy =
+                    u"Water that can reach a tap two ways stands still in one of them, and what stands still goes "
+                    u"bad; drainage has one direction, downhill, and a loop has none. Most loops in these systems "
+                    u"are drawing mistakes: a pipe drawn twice with another bend, or two branches joined in the "
+                    u"wrong place. Quantities taken off such a network are wrong too. Fire mains and heating are "
+                    u"built as rings on purpose; there the rule only reminds.",
+                .strHowToFix =
+                    u"Follow the loop in the model. Look for a pipe that runs beside another one, and for a tee "
+                    u"where two pipes only cross. Delete the pipe that is too much, or cut the wrong joint. If "
+                    u"the ring is meant to be, accept the finding: it keeps its feature code.",
+                .strWhat = u"Pipes that lead back to where they began. On each floor the pipes of one specialty are "
+                           u"joined where their ends coincide, and each connected network is searched for closed "
+                           u"loops; of two loops with a pipe in common, one is found. Ducts, trays and cables are not "
+                           u"looked at, and risers that pass from floor to floor close no loop.",
+                .strSeverity = u"Suspected for water, a reminder for fire protection and for heating, ventilation and "
+                               u"air conditioning; the configuration can say otherwise."}) {}
 
   private:
     void Run(Context& context) override {
@@ -207,6 +223,7 @@ class CCheckPipeLoop final : public norvex::rule::Rule {
     void CheckRow(Context& context, const LoopRow& row) {
         std::vector<ZrOwEntity*> pipes;
         const int others = TakePipes(context.Entities(row.category, row.subCategory), pipes);
+        context.NotExaminedWithoutPlace({{row.category, {row.subCategory}}});
         context.NotExamined(others, u"the model does not say where their two ends are");
         SortByIdentity(pipes);
         const int total = static_cast<int>(pipes.size());

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <map>
+#include <set>
 #include <vector>
 
 #include "norvexdata/common/ComMethod.h"
@@ -71,8 +73,33 @@ class Context {
     void NotExamined(int count, const CString& reason) {
         if (count > 0) {
             m_result.iNotExamined += count;
-            m_result.strReason = reason;
+            if (m_result.strReason.IsEmpty()) {
+                m_result.strReason = reason;
+            } else if (m_result.strReason.Find(reason) < 0) {
+                m_result.strReason += u", or " + reason;
+            }
         }
+    }
+
+    // The same for what is in no drawing, because the model says no place for it: isMine(category, sub-category, detail
+    // name) tells what the rule is about. What is trusted does not count.
+    template <class IsMine>
+    void NotExaminedWithoutPlace(IsMine isMine) {
+        for (const auto& [path, count] : CNorvexData::GetNorvexService()->GetWithoutPlace()) {
+            CStringArray parts;
+            CComMethod::ExplodeStrAryIncEmpty(parts, path, L'\\');
+            if (parts.GetSize() == 4 && parts[0] == Specialty() &&
+                !m_trust.IsTrustItem(CNorvexData::s_strCurFloor, parts[2]) && isMine(parts[1], parts[2], parts[3])) {
+                NotExamined(count, u"the model does not say where they are");
+            }
+        }
+    }
+    // The same for the sub-categories of a group: category to sub-categories.
+    void NotExaminedWithoutPlace(const std::map<CString, std::set<CString>>& group) {
+        NotExaminedWithoutPlace([&](const CString& category, const CString& subCategory, const CString&) {
+            const auto found = group.find(category);
+            return found != group.end() && found->second.count(subCategory) != 0;
+        });
     }
 
     // False when the rule is to end now; what it has reported stays. Call it in every long loop.

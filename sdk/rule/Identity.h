@@ -19,15 +19,19 @@ namespace norvex::rule {
 inline constexpr EFindHandle kFindTogether{1};
 
 // What an object is recognised by in the next export of the same model. Instance numbers and handles change there, so
-// an object without a GlobalId is known by its path and by where it is, to the millimetre.
+// an object without a GlobalId is known by its path and by where it is, to the millimetre. These tell it from another
+// object with the same GlobalId, too.
 inline CString IdentityOf(const ZrOwEntity& entity) {
-    CString identity;
-    if (entity.GetProperty(kPropertyGlobalId, identity) && !identity.IsEmpty()) {
-        return identity;
+    CString globalId;
+    CString repeats;
+    entity.GetProperty(kPropertyGlobalId, globalId);
+    if (!globalId.IsEmpty() && !entity.GetProperty(kPropertyGlobalIdRepeats, repeats)) {
+        return globalId;
     }
     AcGePoint3d place;
     entity.pntNamePos(place);
-    identity.Format(u"%s@%.0f,%.0f,%.0f", entity.GetAttName(), place.x, place.y, place.z);
+    CString identity;
+    identity.Format(u"%s%s@%.0f,%.0f,%.0f", globalId, entity.GetAttName(), place.x, place.y, place.z);
     return identity;
 }
 

@@ -122,6 +122,7 @@ void FloorCheck::Send(const Message& message) const {
 void FloorCheck::EnterFloor() const {
     Send(FloorEntered{});
     m_scope.host.OpenDrawing(m_scope.source.Open(m_scope.plan.floors[m_floor]));
+    m_scope.host.Service().SetWithoutPlace(m_scope.source.WithoutPlace(m_scope.plan.floors[m_floor]));
     CNorvexData::s_strCurFloor = m_scope.moduleFloors[m_floor];
 }
 

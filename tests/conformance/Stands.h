@@ -90,10 +90,12 @@ class TrustingService : public INorvexService {
     void ReportFinding(const NS_NORVEX::Finding&) override {}
     bool ReportProgress(int, int) override { return true; }
     CString GetFloorTitle(const CString& floor) override { return floor; }
+    const std::map<CString, int>& GetWithoutPlace() override { return withoutPlace; }
 
     NS_NORVEX::TrustStatus status = NS_NORVEX::eTrustNone;
     CZRArray<NS_NORVEX::ComponentInfo> records;
     std::set<std::string> trustedCodes;
+    std::map<CString, int> withoutPlace;
     std::vector<std::vector<std::string>> asked;
 };
 

@@ -34,6 +34,30 @@ std::string Property(const ZrOwEntity& entity, const CString& name) {
     return entity.GetProperty(name, value) ? text::ToUtf8(value) : "none";
 }
 
+TEST(FloorDrawing, MarksElementsThatShareTheirGlobalIdWithAnother) {
+    ModelText text;
+    const int one = text.Add("IFCVALVE('same',$,$,$,$," + ModelText::Ref(text.Placement(0, 0, 0)) + ",$,$,$)");
+    const int other = text.Add("IFCPUMP('same',$,$,$,$," + ModelText::Ref(text.Placement(9, 0, 0)) + ",$,$,$)");
+    const int alone = text.Add("IFCPUMP('alone',$,$,$,$," + ModelText::Ref(text.Placement(99, 0, 0)) + ",$,$,$)");
+    // Two without any GlobalId share nothing.
+    const int nameless = text.Add("IFCPUMP('',$,$,$,$," + ModelText::Ref(text.Placement(5, 0, 0)) + ",$,$,$)");
+    text.Add("IFCPUMP('',$,$,$,$," + ModelText::Ref(text.Placement(7, 0, 0)) + ",$,$,$)");
+    // The other one is marked although it lies on another floor.
+    text.Add("IFCRELCONTAINEDINSPATIALSTRUCTURE('',$,$,$,(" + ModelText::Ref(one) + "," + ModelText::Ref(alone) + "," +
+             ModelText::Ref(nameless) + "),#4)");
+    const BuildingModel model = text.Read();
+    const FloorDrawing storey = DrawFloor(model, 0);
+    const FloorDrawing rest = DrawFloor(model, kNoIndex);
+    const auto repeats = [](const FloorDrawing& drawing, int id) {
+        return Property(*Entity<ZrOwEntity>(*drawing.database, static_cast<std::uint32_t>(id)),
+                        kPropertyGlobalIdRepeats);
+    };
+    EXPECT_EQ(repeats(storey, one), "1");
+    EXPECT_EQ(repeats(rest, other), "1");
+    EXPECT_EQ(repeats(storey, alone), "none");
+    EXPECT_EQ(repeats(storey, nameless), "none");
+}
+
 TEST(FloorDrawing, DrawsEachKindUnderItsInstanceNumber) {
     ModelText text;
     const int left = text.Pipe(0, 0, 1000, 0);

@@ -107,7 +107,7 @@ TEST_P(RuleCases, EndAsTheirNamesAndTablesSay) {
     EXPECT_GT(fails, 0);
 }
 
-INSTANTIATE_TEST_SUITE_P(Each, RuleCases, testing::Values("pipe-link", "pipe-diameter", "layout-flange"),
+INSTANTIATE_TEST_SUITE_P(Each, RuleCases, testing::Values("pipe-loop", "pipe-link", "pipe-diameter", "layout-flange"),
                          [](const auto& rule) {
                              std::string name = rule.param;
                              std::erase(name, '-');

@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 
 #include <csignal>
+#include <map>
 #include <nlohmann/json.hpp>
 #include <regex>
 
@@ -213,6 +214,59 @@ TEST_F(Norvex, DoesNotWaitForAPipeThatNobodyWritesTo) {
         {"/usr/bin/timeout", "20", NORVEX_PROGRAM, "check", Path("pipe.ifc"), "--project", Path("project")});
     EXPECT_EQ(result.exitCode, 2) << result.err;
     ExpectOneSentence(result.err);
+}
+
+TEST_F(Norvex, SaysWhatItCouldNotExamineAndWhy) {
+    PipeModel model = Tree();
+    model.Line("#9000=IFCPIPESEGMENT('nowhere',$,'Pipe',$,$,$,$,$,.RIGIDSEGMENT.);")
+        .Line("#9001=IFCRELASSIGNSTOGROUP('in-system',$,$,$,(#9000),$,#9002);")
+        .Line("#9002=IFCDISTRIBUTIONSYSTEM('system',$,'Hot water',$,$,$,.DOMESTICHOTWATER.);");
+    const ProcessResult result = Run({"check", Model(std::move(model)), "--json", Path("a.json")});
+    EXPECT_EQ(result.exitCode, 0) << result.out;
+    std::map<std::string, std::string> reasons;
+    const Json json = Json::parse(FileText(Path("a.json")));
+    for (const Json& outcome : json.at("outcomes")) {
+        if (outcome.at("notExamined").get<int>() > 0) {
+            EXPECT_EQ(outcome.at("notExamined"), 1);
+            EXPECT_TRUE(reasons.try_emplace(outcome.at("rule"), outcome.at("reason")).second) << outcome;
+        }
+    }
+    const std::string reason = "the model does not say where they are";
+    EXPECT_EQ(reasons,
+              (std::map<std::string, std::string>{{"CCheckPipeDiameter", reason}, {"CCheckPipeLoop", reason}}));
+}
+
+TEST_F(Norvex, IsIncompleteWhenARuleCouldLookAtNothingOfWhatItIsAbout) {
+    PipeModel model;
+    model.Storey("1F", 0);
+    model.Line("#9000=IFCPIPESEGMENT('nowhere',$,'Pipe',$,$,$,$,$,.RIGIDSEGMENT.);")
+        .Line("#9001=IFCRELASSIGNSTOGROUP('in-system',$,$,$,(#9000),$,#9002);")
+        .Line("#9002=IFCDISTRIBUTIONSYSTEM('system',$,'Hot water',$,$,$,.DOMESTICHOTWATER.);");
+    const ProcessResult result = Run({"check", Model(std::move(model)), "--rule", "pipe-loop"});
+    EXPECT_EQ(result.exitCode, 3) << result.out;
+    EXPECT_NE(result.out.find("Incomplete: Rule pipe-loop could not look at the one entity that it is about, because "
+                              "the model does not say where they are."),
+              std::string::npos)
+        << result.out;
+}
+
+TEST_F(Norvex, ExplainsEachRule) {
+    const ProcessResult list = Run({"rules"});
+    for (const std::string rule : {"layout-flange", "pipe-diameter", "pipe-link", "pipe-loop"}) {
+        EXPECT_NE(list.out.find(rule), std::string::npos) << list.out;
+        const ProcessResult page = Run({"rules", rule});
+        EXPECT_EQ(page.exitCode, 0) << page.err;
+        for (const std::string part : {"What it looks for\n  ", "Why\n  ", "Severity\n  ", "How to fix\n  ",
+                                       "Name         CCheck", "Category     ", "Specialties  给排水 (water)",
+                                       "Module       Check", "Version      " NORVEX_VERSION ".0"}) {
+            EXPECT_NE(page.out.find(part), std::string::npos) << part << "\n" << page.out;
+        }
+    }
+    EXPECT_EQ(Run({"rules", "ccheckpipeloop"}).out, Run({"rules", "pipe-loop"}).out);
+    const ProcessResult unknown = Run({"rules", "pipe"});
+    EXPECT_EQ(unknown.exitCode, 2);
+    ExpectOneSentence(unknown.err);
+    EXPECT_NE(unknown.err.find("pipe-loop (CCheckPipeLoop)"), std::string::npos) << unknown.err;
 }
 
 TEST_F(Norvex, IsIncompleteWhenNoRuleHadAnythingToLookAt) {

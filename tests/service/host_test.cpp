@@ -84,7 +84,7 @@ TEST(Host, RefusesAModuleOfAnotherHostApi) {
 TEST(Host, RefusesAModuleOfAnotherRuleInterface) {
     const auto complaints = ComplaintsAbout(TestModule("OldRuleApi"));
     ASSERT_EQ(complaints.size(), 1U);
-    EXPECT_NE(complaints[0].find("OldRuleApi.Arx cannot be used: it was built for version 1 of the rule interface"),
+    EXPECT_NE(complaints[0].find("OldRuleApi.Arx cannot be used: it was built for version 2 of the rule interface"),
               std::string::npos)
         << complaints[0];
 }

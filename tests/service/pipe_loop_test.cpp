@@ -6,6 +6,7 @@
 #include <random>
 #include <set>
 
+#include "norvexdata/trust/ErrorFeatureCode.h"
 #include "service/Project.h"
 #include "tests/service/support/RunFixture.h"
 
@@ -207,6 +208,58 @@ TEST(PipeLoopRule, FindsTwoPipesOfDifferentLengthBetweenTheSamePoints) {
         .length(1400);
     DrawingFloors floors = OneFloor(std::move(drawing));
     EXPECT_EQ(RunShippedRules(floors).findings.size(), 1U);
+}
+
+// Two loops of pipes with the same four GlobalIds, one beside the other.
+RunReport TwoLoopsOfOneIdentity(bool isSaid) {
+    Drawing drawing;
+    for (const double x : {0.0, 5000.0}) {
+        const AcGePoint3d corners[] = {{x, 0, 0}, {x + 1000, 0, 0}, {x + 1000, 1000, 0}, {x, 1000, 0}};
+        for (int side = 0; side < 4; ++side) {
+            drawing.pipe(corners[side], corners[(side + 1) % 4], kWaterPipe.c_str())
+                .property(kPropertyGlobalId, ("side" + std::to_string(side)).c_str());
+            if (isSaid) {
+                drawing.property(kPropertyGlobalIdRepeats, "1");
+            }
+        }
+    }
+    DrawingFloors floors = OneFloor(std::move(drawing));
+    return RunShippedRules(floors);
+}
+
+TEST(PipeLoopRule, TellsFindingsApartWhoseGlobalIdsRepeat) {
+    const RunReport report = TwoLoopsOfOneIdentity(true);
+    ASSERT_EQ(report.findings.size(), 2U);
+    EXPECT_NE(report.findings[0].featureCode, report.findings[1].featureCode);
+    const RunReport again = TwoLoopsOfOneIdentity(true);
+    EXPECT_EQ(again.findings[0].featureCode, report.findings[0].featureCode);
+    EXPECT_EQ(again.findings[1].featureCode, report.findings[1].featureCode);
+}
+
+TEST(PipeLoopRule, KeepsTheCodesOfObjectsWhoseGlobalIdsAreTheirOwn) {
+    Drawing drawing;
+    AddSquare(drawing, kWaterPipe, 0, "side");
+    DrawingFloors floors = OneFloor(std::move(drawing));
+    const RunReport report = RunShippedRules(floors);
+    ASSERT_EQ(report.findings.size(), 1U);
+    EXPECT_EQ(report.findings[0].featureCode,
+              norvex::text::ToUtf8(GetErrorFeatureCode(u"CCheckPipeLoop", L"建模合理性", L"管道闭合成环",
+                                                       u"side0,side1,side2,side3", u"", u"")));
+}
+
+TEST(PipeLoopRule, SaysHowManyPipesHaveNoPlace) {
+    Drawing drawing;
+    drawing.pipe({0, 0, 0}, {1000, 0, 0}, kWaterPipe.c_str()).pipe({5, 5, 5}, {5, 5, 5}, kWaterPipe.c_str());
+    DrawingFloors floors = OneFloor(std::move(drawing));
+    floors.WithoutPlace(kWaterPipe, 3).WithoutPlace(kFirePipe, 7).WithoutPlace("给排水\\附件\\阀门\\DN50", 9);
+    const RunReport report = RunShippedRules(floors);
+    const auto water = TaskOf(report, "CCheckPipeLoop", "1F", "给排水");
+    EXPECT_EQ(water.examined, 1U);
+    EXPECT_EQ(water.notExamined, 4U);
+    EXPECT_EQ(water.reason,
+              "the model does not say where they are, or the model does not say where their two ends are");
+    EXPECT_EQ(TaskOf(report, "CCheckPipeLoop", "1F", "消防").notExamined, 7U);
+    EXPECT_EQ(TaskOf(report, "CCheckPipeLoop", "1F", "暖通").notExamined, 0U);
 }
 
 TEST(PipeLoopRule, SaysHowManyPipesHaveNoTwoEnds) {

@@ -5,6 +5,7 @@
 #include "support/Narrow.h"
 
 #include <initializer_list>
+#include <map>
 #include <set>
 #include <string>
 #include <vector>
@@ -43,6 +44,7 @@ class StubService : public INorvexService {
     void ReportFinding(const NS_NORVEX::Finding& finding) override { findings.push_back(finding); }
     bool ReportProgress(int, int) override { return !cancelled; }
     CString GetFloorTitle(const CString& floor) override { return floor; }
+    const std::map<CString, int>& GetWithoutPlace() override { return withoutPlace; }
 
     NS_NORVEX::TrustStatus status = NS_NORVEX::eTrustNone;
     bool hasRecords = true;
@@ -51,6 +53,7 @@ class StubService : public INorvexService {
     std::vector<std::string> questions;
     std::vector<INorvexRule*> rules;
     std::vector<NS_NORVEX::Finding> findings;
+    std::map<CString, int> withoutPlace;
     bool cancelled = false;
 };
 

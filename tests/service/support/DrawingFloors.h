@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <map>
 #include <set>
 #include <string>
 #include <vector>
@@ -28,6 +29,16 @@ class DrawingFloors final : public service::FloorSource {
         return *this;
     }
 
+    // Elements of the floor added last that are not in its drawing.
+    DrawingFloors& WithoutPlace(const std::string& path, int count) {
+        m_withoutPlace[m_floors.size() - 1][text::FromUtf8(path)] += count;
+        return *this;
+    }
+
+    std::map<CString, int> WithoutPlace(std::size_t floor) const override {
+        const auto found = m_withoutPlace.find(floor);
+        return found == m_withoutPlace.end() ? std::map<CString, int>() : found->second;
+    }
     const std::vector<service::FloorRecord>& Floors() const override { return m_floors; }
     const std::vector<CString>& Paths() const override { return m_paths; }
     AcDbDatabase& Open(std::size_t floor) override { return m_drawings[floor].database(); }
@@ -35,6 +46,7 @@ class DrawingFloors final : public service::FloorSource {
   private:
     std::vector<service::FloorRecord> m_floors;
     std::vector<Drawing> m_drawings;
+    std::map<std::size_t, std::map<CString, int>> m_withoutPlace;
     std::set<CString> m_all;
     std::vector<CString> m_paths;
 };
