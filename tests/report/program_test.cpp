@@ -174,6 +174,41 @@ TEST_F(ReportFiles, GoToStandardOutputInOneForm) {
     }
 }
 
+TEST_F(ReportFiles, TellInEveryFormWhatWasAcceptedAndWhatIsNew) {
+    ASSERT_EQ(Check({"--quiet"}).exitCode, 1);
+    const ProcessResult trust =
+        norvex::test::RunProcess({NORVEX_PROGRAM, "trust", "add", "--project", Path("project"), "--finding", "1",
+                                  "--reason", "Meant to be a ring.", "--person", "Li", "--expires", "2999-12-31"},
+                                 [&] { setenv("XDG_STATE_HOME", Path("state").c_str(), 1); });
+    ASSERT_EQ(trust.exitCode, 0) << trust.err;
+    const ProcessResult again = Check({"--json", Path("a.json"), "--sarif", Path("a.sarif")});
+    EXPECT_EQ(again.exitCode, 0) << again.err << "what counts is accepted";
+    EXPECT_NE(again.out.find("0 new, 2 persisting, 0 gone."), std::string::npos) << again.out;
+    const Json finding = Json::parse(FileText(Path("a.json")))["findings"][0];
+    EXPECT_EQ(finding["acceptance"]["reason"], "Meant to be a ring.");
+    EXPECT_EQ(finding["novelty"], "persisting");
+    const Json results = Json::parse(FileText(Path("a.sarif")))["runs"][0]["results"];
+    EXPECT_EQ(results[0]["suppressions"][0]["properties"]["person"], "Li");
+    EXPECT_EQ(results[1]["suppressions"], Json::array());
+    EXPECT_EQ(results[0]["baselineState"], "unchanged");
+    const std::string guide = FileText(m_folder / "project" / "ProjectAssist" / "NxResult" / "Guide.xml");
+    EXPECT_EQ(Selected(guide, "//r:acceptance/@state"), Texts{"hides"});
+    const std::string water =
+        FileText(m_folder / "project" / Selected(guide, "//r:specialty[@tag='(Wsd)']/@file").at(0));
+    EXPECT_EQ(norvex::test::SchemaErrors(NORVEX_RESULT_SCHEMA, water), "");
+    EXPECT_EQ(Selected(water, "/r:result/r:run/@number"), Texts{"2"});
+    EXPECT_EQ(Selected(water, "//r:findings/r:finding/r:trust"), Texts{"Meant to be a ring."});
+    EXPECT_EQ(Selected(water, "//r:findings/r:finding/@novelty"), Texts{"persisting"});
+    EXPECT_EQ(Selected(water, "/r:result/r:totals/@trusted"), Texts{"1"});
+    EXPECT_EQ(Selected(water, "//r:rule[@shortName='pipe-loop']/@md5").at(0).size(), 32U);
+}
+
+TEST_F(ReportFiles, OfARunThatIsNotRememberedAreOnlyThoseAskedFor) {
+    EXPECT_EQ(Check({"--no-memory", "--json", Path("a.json")}).exitCode, 1);
+    EXPECT_FALSE(fs::exists(m_folder / "project"));
+    EXPECT_EQ(Json::parse(FileText(Path("a.json")))["run"]["number"], nullptr);
+}
+
 TEST_F(ReportFiles, AreTheSameBytesHoweverManyFloorsAreCheckedSideBySide) {
     for (const char* format : {"json", "sarif"}) {
         Texts reports;
