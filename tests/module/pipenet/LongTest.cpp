@@ -33,6 +33,15 @@ TEST(LongRandomNets, GiveTheSameGraphsAndLoopsInMeshes) {
     }
 }
 
+TEST(LongRandomNets, GiveTheSameGraphsAndLoopsWhereHundredsOfPipesLieInAFewUnits) {
+    RandomNets nets(1004);
+    for (int number = 0; number < 5000; ++number) {
+        const std::unique_ptr<PipeSet> set = nets.NextCrowd();
+        const std::string difference = CompareSearches(*set);
+        ASSERT_EQ(difference, "") << "crowd " << number << "\n" << Describe(*set);
+    }
+}
+
 TEST(LongPipeShapes, GiveTheSameGraphsAndLoopsAsTheLiteralStepsAtAHundredThousandPipes) {
     for (const char* kind :
          {"forest", "chain", "grid", "building", "squares", "ladder", "honeycomb", "sparse", "twins", "petals"}) {

@@ -1,0 +1,194 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
+"""Puts known faults into the pipe network code, one at a time, and expects pipenet_test to catch each.
+
+A fault is a piece of the source and what stands there instead. The changed file is compiled and linked beside the
+build, by the build's own commands; nothing in the source tree or the build changes. Needs a build by Ninja.
+
+Usage: faults.py SOURCE_DIR BUILD_DIR WORK_DIR [NUMBER...]
+Exit codes: 0 every fault was caught, 1 one was not or no longer fits the source, 2 the build cannot be used.
+"""
+import os
+import pathlib
+import shlex
+import shutil
+import subprocess
+import sys
+
+DETAIL = "norvexdata/pipenet/detail/"
+LOOPS = DETAIL + "LoopFinder.cpp"
+SEARCH = DETAIL + "PipeSearch.cpp"
+BLOCKS = DETAIL + "Blocks.cpp"
+OBJECTS = DETAIL + "NetworkObjects.cpp"
+CELLS = DETAIL + "Cells.h"
+NODE = "norvexdata/pipenet/CheckPipeLineNode.cpp"
+GRAPH = "norvexdata/pipenet/CheckPipeLineGraph.cpp"
+
+# What is wrong, where, the text as it is, the text with the fault.
+FAULTS = [
+    ("trees are stripped past sites where blocks meet", LOOPS,
+     "            if (m_joins[other]) {\n                break;", "            if (false) {\n                break;"),
+    ("edges at dead ends are not pruned", LOOPS, "Access::ListSize(*node) != 1", "Access::ListSize(*node) != 77"),
+    ("edges at any end of a run are pruned", LOOPS, "Access::ListSize(*node) != 1", "Access::ListSize(*node) > 2"),
+    ("blocks that meet at several nodes stay apart", BLOCKS,
+     "if (joins[graph.vertices[vertex]]) {\n            for", "if (false) {\n            for"),
+    ("a walk turns back on the edge it came by", LOOPS, "step.edge != frame.cameBy && LeadsOn", "LeadsOn"),
+    ("a walk turns back at a long list", LOOPS, "step.edge != frame.cameBy && inBlock", "inBlock"),
+    ("the hub stops walks that end there", LOOPS, "part.hub != kNone && SiteOf(m_end[edge]) != part.hub",
+     "part.hub != kNone"),
+    ("the hub closes one node early", LOOPS, "walk.hubNodesLeft = NodesToEnter(batch, walk.hub);",
+     "walk.hubNodesLeft = NodesToEnter(batch, walk.hub) - 1;"),
+    ("a look back that did not run out is believed", LOOPS, "return false;\n                }\n                if (batch.looks",
+     "return true;\n                }\n                if (batch.looks"),
+    ("a walk arrives at one node of a place only", LOOPS, "if (IsNear(batch.stops[number].node, m_end[edge])) {",
+     "if (batch.stops[number].node == m_end[edge]) {"),
+    ("pipes of hardly different length are one", LOOPS, "kSameLength = 0.001", "kSameLength = 0.0011"),
+    ("a pipe drawn twice loses both", LOOPS, "            loop.push_back(m_pipes[edge]);\n        }\n",
+     "            loop.push_back(m_pipes[edge]);\n        } else {\n            RemoveEdge(m_path.front());\n        }\n"),
+    ("a loop begins with its closing pipe", LOOPS, "            loop.push_back(m_pipes[edge]);\n",
+     "            loop.insert(loop.begin(), m_pipes[edge]);\n"),
+    ("a loop's last pipe stays for others", LOOPS, "        RemoveEdge(edge);\n    }\n    if", "    }\n    if"),
+    ("the end of a pipe is tried before its start", LOOPS,
+     "if (IsNear(m_start[edge], node)) {\n        return m_end[edge];\n    }\n"
+     "    return IsNear(m_end[edge], node) ? m_start[edge] : kNone;",
+     "if (IsNear(m_end[edge], node)) {\n        return m_start[edge];\n    }\n"
+     "    return IsNear(m_start[edge], node) ? m_end[edge] : kNone;"),
+    ("taking an edge out takes its neighbour along", LOOPS, "        if (step.edge != edge) {",
+     "        if (step.edge != edge && position + 1 != stop.end) {"),
+    ("steps past what is gone skip one that is not", LOOPS, "batch.onward[position] = position + 1;",
+     "batch.onward[position] = std::min(position + 2, stop.end);"),
+    ("dead ends are followed past sites where blocks meet", LOOPS,
+     "if (m_joins[SiteOf(batch.stops[other].node)]) {", "if (false) {"),
+    ("parts hold blocks of more than themselves", BLOCKS, "m_low[done.vertex] < m_order[above]",
+     "m_low[done.vertex] <= m_order[above]"),
+    ("a searched list is read one entry short", LOOPS, "entry < Access::ListedCount(node)",
+     "entry + 1 < Access::ListedCount(node)"),
+    ("neighbouring cells are not looked at", SEARCH, "spot.crossing || slot.place != made || !m_selfEqual",
+     "slot.place != made || !m_selfEqual"),
+    ("points near a border count as well inside", CELLS, "const double margin = m_reach * m_scale + kRounding;",
+     "const double margin = 0.0;"),
+    ("an end joins the newest node in reach", SEARCH, "other.node < oldest &&",
+     "(oldest == kNone || other.node > oldest) &&"),
+    ("pipes at a point come in any order", SEARCH, "return left.pipe < right.pipe; }", "return left.pipe > right.pipe; }"),
+    ("a repeated entry is a second pipe", SEARCH, "if (flag) {", "if (false) {"),
+    ("pipes meet within a tenth", SEARCH, "place.point.isEqualTo(point, AcGeContext::gTol)",
+     "CEntFindMethod::Is2PtNear(place.point, point, kPlaceTolerance)"),
+    ("pipes of earlier graphs are found again", SEARCH, "if (entry.edge >= m_firstEdge) {", "if (true) {"),
+    ("nodes in crowded cells are forgotten", SEARCH, "        m_dense.Nodes().Add(m_places[far].point, far);\n", ""),
+    ("places in crowded cells are made twice", SEARCH,
+     "        m_places.push_back({spot.point, kNoPlace, 1, 0, 0, kNone});\n"
+     "        m_dense.All().Add(spot.point, place);\n",
+     "        m_places.push_back({spot.point, kNoPlace, 1, 0, 0, kNone});\n"),
+    ("a list that is handed out repeats its first pipe", NODE, "m_firstListed + entry", "m_firstListed"),
+    ("links go while a caller holds objects", OBJECTS, "m_pool.use_count() > 1", "m_pool.use_count() > 1000"),
+    ("the newest edge of a pipe is found", GRAPH, "index.edges.emplace(", "index.edges.insert_or_assign("),
+]
+
+# Results only, not the work they take. Large drawings and other tolerances add nothing but time.
+FILTER = "-LargeNets.*:LoopWork.*:PipeShapes.*HundredThousandPipes:RandomNets.*OtherHostTolerances"
+LONGEST_RUN = 300  # seconds; a fault may also make a walk endless
+
+
+def give_up(sentence):
+    print(sentence, file=sys.stderr)
+    sys.exit(2)
+
+
+def commands_of(build, target):
+    """The shell commands that build the target, as lists of words."""
+    listed = subprocess.run(["ninja", "-C", build, "-t", "commands", target], capture_output=True, text=True)
+    if listed.returncode != 0:
+        give_up(f"This needs a build by Ninja: {listed.stderr.strip()}")
+    return [shlex.split(line) for line in listed.stdout.splitlines()]
+
+
+class Build:
+    def __init__(self, source, build, work):
+        self.source, self.build, self.work = source, build, work
+        commands = commands_of(build, "app/NorvexData.arx")
+        self.compiles = {}
+        for words in commands:
+            if "-c" in words:
+                path = pathlib.Path(words[words.index("-c") + 1])
+                if path.is_relative_to(source):
+                    self.compiles[str(path.relative_to(source))] = words
+        self.link = next(words for words in reversed(commands) if "-shared" in words and "app/NorvexData.arx" in words)
+        self.link = self.link[: self.link.index("&&", 2)] if "&&" in self.link[2:] else self.link
+        self.link = [word for word in self.link if word not in (":", "&&")]
+
+    def compile(self, file, overlay):
+        words = list(self.compiles[file])
+        at = words.index("-o")
+        old = words[at + 1]
+        new = str(self.work / (pathlib.Path(file).name + ".o"))
+        words[at + 1] = new
+        for option in ("-MF", "-MT"):
+            if option in words:
+                where = words.index(option)
+                del words[where : where + 2]
+        # A fault may leave something unused.
+        words = [word for word in words if word not in ("-MD", "-Werror")]
+        if (overlay / file).exists():
+            words[words.index("-c") + 1] = str(overlay / file)
+        # Before the source tree, so that a header with a fault is found first.
+        words.insert(next(at for at, word in enumerate(words) if word.startswith("-I")), f"-I{overlay}")
+        done = subprocess.run(words, cwd=self.build, capture_output=True, text=True)
+        return (old, new) if done.returncode == 0 else done.stderr
+
+    def make(self, fault):
+        """Returns: nothing, or why the library could not be made."""
+        _, file, text, wrong = fault
+        overlay = self.work / "overlay"
+        shutil.rmtree(overlay, ignore_errors=True)
+        content = (self.source / file).read_text()
+        if content.count(text) == 0:
+            return "the source no longer has this text"
+        (overlay / file).parent.mkdir(parents=True)
+        (overlay / file).write_text(content.replace(text, wrong, 1))
+        files = [file] if file.endswith(".cpp") else [one for one in self.compiles if "/pipenet/" in one]
+        link = list(self.link)
+        for one in files:
+            result = self.compile(one, overlay)
+            if isinstance(result, str):
+                return "it does not compile: " + result[:400]
+            link = [result[1] if word == result[0] else word for word in link]
+        link[link.index("-o") + 1] = str(self.work / "NorvexData.arx")
+        done = subprocess.run(link, cwd=self.build, capture_output=True, text=True)
+        return done.stderr[:400] if done.returncode else None
+
+    def test(self, library_folder):
+        """Returns: how the tests end: "passes", the first test that fails, or "hangs"."""
+        environment = dict(os.environ, LD_LIBRARY_PATH=str(library_folder))
+        try:
+            done = subprocess.run(
+                [self.build / "tests/module/pipenet/pipenet_test", f"--gtest_filter={FILTER}", "--gtest_fail_fast"],
+                env=environment, capture_output=True, text=True, timeout=LONGEST_RUN)
+        except subprocess.TimeoutExpired:
+            return "hangs"
+        if done.returncode == 0:
+            return "passes"
+        failed = [line.split()[3] for line in done.stdout.splitlines() if line.startswith("[  FAILED  ] ")]
+        return failed[0].rstrip(",") if failed else f"ends with {done.returncode}"
+
+
+def main():
+    source, build, work = (pathlib.Path(argument).resolve() for argument in sys.argv[1:4])
+    numbers = [int(argument) for argument in sys.argv[4:]] or range(1, len(FAULTS) + 1)
+    work.mkdir(parents=True, exist_ok=True)
+    made = Build(source, build, work)
+    if made.test(build / "app") != "passes":
+        give_up("Without a fault the tests do not pass either.")
+    missed = 0
+    for number in numbers:
+        fault = FAULTS[number - 1]
+        reason = made.make(fault)
+        outcome = made.test(work) if reason is None else reason
+        caught = reason is None and outcome != "passes"
+        missed += 0 if caught else 1
+        print(f"{number:2} {'caught' if caught else 'MISSED'}  {fault[0]}: {outcome}", flush=True)
+    print(f"{len(list(numbers)) - missed} of {len(list(numbers))} faults caught")
+    return 1 if missed else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
