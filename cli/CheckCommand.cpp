@@ -151,10 +151,25 @@ std::optional<int> Prepare(const CheckOptions& options, Preparation& ready) {
     return std::nullopt;
 }
 
+// Null when there is none; the run goes on without.
+std::unique_ptr<service::ControlSocket> OpenSocket(const std::filesystem::path& folder, const CheckOptions& options) {
+    if (options.noMemory) {
+        return nullptr;
+    }
+    std::string error;
+    std::unique_ptr<service::ControlSocket> socket = service::ControlSocket::Open(folder, error);
+    if (socket == nullptr && !options.output.quiet) {
+        Complain(error);
+    }
+    return socket;
+}
+
 // The run itself, and what only this program and the project know of it.
 service::RunReport RunChecks(Preparation& ready, const CheckOptions& options, service::RunControl& control) {
     service::RunSettings settings = options.settings;
     settings.finished = ready.memory->Finished(ready.plan, ready.floors);
+    const std::unique_ptr<service::ControlSocket> socket = OpenSocket(ready.folder, options);
+    settings.socket = socket.get();
     ProgressDisplay progress(ProgressKind(options), ready.plan.tasks.size() - settings.finished.size(), control);
     service::session::RememberingObserver observer(*ready.memory, progress);
     service::RunReport report = service::ExecuteRun(*ready.host, ready.floors, ready.plan, ready.project, observer,

@@ -17,6 +17,7 @@ struct Command {
 };
 
 Command AddCheck(CLI::App& app);
+Command AddControl(CLI::App& app);
 Command AddInspect(CLI::App& app);
 Command AddRules(CLI::App& app);
 Command AddTrust(CLI::App& app);

@@ -18,6 +18,7 @@ namespace {
 
 constexpr std::array kEnding{SIGINT, SIGTERM, SIGHUP};
 constexpr std::string_view kInterrupted = "norvex: Interrupted before there was a result; nothing was written.\n";
+constexpr std::string_view kInterruptedAgain = "norvex: Interrupted again; not all of the result was delivered.\n";
 
 // Supervisors signal a process and then its whole group; that is one wish.
 constexpr std::int64_t kSameWishMilliseconds = 50;
@@ -32,10 +33,10 @@ std::int64_t Milliseconds() {
     return std::int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1'000'000;
 }
 
-void OnEnding(int) {
+[[noreturn]] void End(std::string_view sentence) {
     kernel::RemoveUnfinishedFiles();
     // Nobody is left to tell when standard error fails too.
-    static_cast<void>(!write(STDERR_FILENO, kInterrupted.data(), kInterrupted.size()));
+    static_cast<void>(!write(STDERR_FILENO, sentence.data(), sentence.size()));
     _exit(kIncomplete);
 }
 
@@ -52,13 +53,13 @@ void Handle(int signal, void (*handler)(int)) {
     sigaction(signal, &action, nullptr);
 }
 
-void OnCancel(int signal) {
+void OnCancel(int) {
     const std::int64_t now = Milliseconds();
     if (!g_control->IsCancelled()) {
         g_cancelledAt = now;
         g_control->Cancel();
     } else if (now - g_cancelledAt >= kSameWishMilliseconds) {
-        OnEnding(signal);
+        End(kInterruptedAgain);
     }
 }
 
@@ -66,7 +67,7 @@ void OnCancel(int signal) {
 
 void EndOnSignals() {
     for (const int signal : kEnding) {
-        Handle(signal, OnEnding);
+        Handle(signal, [](int) { End(kInterrupted); });
     }
 }
 

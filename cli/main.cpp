@@ -96,6 +96,7 @@ int Main(int argc, char** argv) {
     app.footer(std::string(kExamples) + kExitCodes);
     const std::vector<Command> commands{
         AddCheck(app),
+        AddControl(app),
         AddInspect(app),
         AddRules(app),
         AddTrust(app),

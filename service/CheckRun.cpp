@@ -82,17 +82,19 @@ class Run final : public work::PoolListener {
     RunReport Execute();
 
     void OnBegun(std::size_t index) override;
-    void OnProgress(std::size_t index, int percent) override { m_observer.OnTaskProgress(index, percent); }
+    void OnProgress(std::size_t index, int percent) override;
     void OnFound(std::size_t index, FindingRecord finding) override;
     void OnEnded(std::size_t index, const work::TaskEnded& end, std::chrono::microseconds duration) override;
     void OnBroken(std::size_t index, const std::string& reason, std::chrono::microseconds duration) override;
     void OnKilled(std::size_t index, std::chrono::microseconds duration) override;
     void OnWish() override { m_observer.OnWish(); }
+    std::string Status() const override;
 
   private:
     // How far a task is: nothing, begun, or ended.
     struct Progress {
         TaskResult result;
+        int percent = 0;
         bool isBegun = false;
         bool isEnded = false;
     };
@@ -131,7 +133,7 @@ RunReport Run::Execute() {
     }
     std::deque<work::FloorWork> floors = WorkLeft();
     const std::size_t jobs = m_settings.jobs == 0 ? Processors() : m_settings.jobs;
-    work::WorkerPool(scope, {std::max<std::size_t>(jobs, 1), m_settings.budget}, m_control, *this)
+    work::WorkerPool(scope, {std::max<std::size_t>(jobs, 1), m_settings.budget, m_settings.socket}, m_control, *this)
         .Run(std::move(floors));
     CancelTheRest();
     CNorvexData::s_strCurCategory = CString();
@@ -262,6 +264,27 @@ void Run::OnBegun(std::size_t index) {
     CNorvexData::s_strCurSpec = m_plan.specialties[*planned.specialty];
     CNorvexData::s_strCurCategory = text::FromUtf8(m_plan.rules[planned.rule].record.category);
     Begin(index);
+}
+
+void Run::OnProgress(std::size_t index, int percent) {
+    m_results[index].percent = percent;
+    m_observer.OnTaskProgress(index, percent);
+}
+
+std::string Run::Status() const {
+    const auto done = static_cast<std::size_t>(CNorvexData::s_iCurRuleNum);
+    std::string text = fmt::format("{}{}: {} of {} checks done\n",
+                                   m_control.IsCancelled() ? "cancelling"
+                                   : m_control.IsPaused()  ? "paused"
+                                                           : "running",
+                                   m_control.AreFloorsHeld() ? ", floors are held" : "", done, m_results.size());
+    for (const Progress& progress : m_results) {
+        if (progress.isBegun && !progress.isEnded) {
+            const TaskRecord& task = progress.result.task;
+            text += fmt::format("{}, {}, {}: {} %\n", task.rule, task.floor, task.specialty, progress.percent);
+        }
+    }
+    return text;
 }
 
 void Run::OnFound(std::size_t index, FindingRecord finding) {

@@ -11,6 +11,7 @@
 #include "service/Host.h"
 #include "service/RunPlan.h"
 #include "service/RunReport.h"
+#include "service/work/ControlSocket.h"
 #include "service/work/RunControl.h"
 
 namespace norvex::service {
@@ -42,6 +43,8 @@ struct RunSettings {
     // Time that one rule may take for one floor and specialty, pauses not included; ten minutes are far more than any
     // rule of ours takes for a city block.
     std::chrono::milliseconds budget = std::chrono::minutes{10};
+    // By which other processes may wish something of the run; borrowed. Null: by none.
+    const ControlSocket* socket = nullptr;
     // What an earlier part of the same run has done; these tasks are not run again, and nobody hears of them.
     std::map<std::size_t, TaskResult> finished = {};
 };

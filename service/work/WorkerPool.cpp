@@ -166,6 +166,9 @@ bool WorkerPool::StartWorker(FloorWork work) {
 
 std::vector<int> WorkerPool::DescriptorsOfOthers() const {
     std::vector<int> descriptors{m_control.News()};
+    if (m_settings.socket != nullptr) {
+        descriptors.insert(descriptors.end(), {m_settings.socket->Requests(), m_settings.socket->Folder()});
+    }
     for (const Active& worker : m_active) {
         if (worker.process != nullptr) {
             descriptors.push_back(worker.process->Socket());
@@ -176,7 +179,8 @@ std::vector<int> WorkerPool::DescriptorsOfOthers() const {
 }
 
 void WorkerPool::Wait() {
-    std::vector<pollfd> polled{{m_control.News(), POLLIN, 0}};
+    const int requests = m_settings.socket == nullptr ? -1 : m_settings.socket->Requests();
+    std::vector<pollfd> polled{{m_control.News(), POLLIN, 0}, {requests, POLLIN, 0}};
     for (const Active& worker : m_active) {
         polled.push_back({worker.isClosed ? -1 : worker.process->Socket(), POLLIN, 0});
         polled.push_back({worker.process->End(), POLLIN, 0});
@@ -184,7 +188,10 @@ void WorkerPool::Wait() {
     if (poll(polled.data(), polled.size(), MillisecondsToWait()) <= 0) {
         return;
     }
-    std::size_t next = 1;
+    if (polled[1].revents != 0) {
+        m_settings.socket->Serve(m_control, [this] { return m_listener.Status(); });
+    }
+    std::size_t next = 2;
     for (auto worker = m_active.begin(); worker != m_active.end();) {
         const bool hasNews = polled[next].revents != 0;
         const bool hasEnded = polled[next + 1].revents != 0;

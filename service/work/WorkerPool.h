@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "service/work/ControlSocket.h"
 #include "service/work/RunControl.h"
 #include "service/work/Stopwatch.h"
 #include "service/work/Worker.h"
@@ -31,8 +32,10 @@ class PoolListener {
     virtual void OnBroken(std::size_t task, const std::string& reason, std::chrono::microseconds duration) = 0;
     // The run was cancelled, and the rule did not end by itself.
     virtual void OnKilled(std::size_t task, std::chrono::microseconds duration) = 0;
-    // The run was paused, continued or cancelled, or floors are held or not.
+    // The run was paused, continued or cancelled.
     virtual void OnWish() = 0;
+    // How the run stands, for whoever asks: lines of text.
+    virtual std::string Status() const = 0;
 };
 
 struct FloorWork {
@@ -44,6 +47,7 @@ struct FloorWork {
 struct PoolSettings {
     std::size_t jobs = 1;  // not 0
     std::chrono::milliseconds budget{};
+    const ControlSocket* socket = nullptr;  // may be null
 };
 
 // Has floors checked by worker processes, several side by side, and obeys the user's wishes. A worker is made for every

@@ -72,10 +72,12 @@ class CCheckCrashing final : public norvex::rule::Rule {
             for (int i = 0;; ++i) {
                 context.GoOn(i % 100, 100);
             }
-        } else if (floor == u"close everything") {
-            for (int descriptor = 3; descriptor < 1024; ++descriptor) {
-                close(descriptor);
+        } else if (floor == u"half a second") {
+            for (int i = 0; i < 50 && context.GoOn(i, 50); ++i) {
+                std::this_thread::sleep_for(std::chrono::milliseconds(10));
             }
+        } else if (floor == u"close everything") {
+            close_range(3, ~0U, 0);
         }
     }
 };

@@ -9,6 +9,7 @@
 #include <csignal>
 
 #include "tests/service/work/Runs.h"
+#include "tests/service/work/User.h"
 
 extern "C" const char* __tsan_default_options() {
     return kStopAtTheFirstRace;
@@ -114,6 +115,183 @@ TEST(Cancel, LeavesNothingToDoWhenItComesBeforeTheRun) {
     const RunReport report = RunModules(floors, {"CrashingRule"}, {}, observer, control);
     EXPECT_EQ(TaskOf(report, "CCheckCrashing", "hang", "给排水").reason, "the run was cancelled before");
     EXPECT_TRUE(report.findings.empty());
+}
+
+// Lets signals of another process wish something of the run.
+void WishBySignals(RunControl& control) {
+    g_control = &control;
+    std::signal(SIGUSR1, [](int) { g_control->Pause(); });
+    std::signal(SIGUSR2, [](int) { g_control->Continue(); });
+    std::signal(SIGTERM, [](int) { g_control->Cancel(); });
+    std::signal(SIGALRM, [](int) { g_control->NextFloor(); });
+}
+
+// Runs the crashing rule on a floor while a user pauses it; returns what the user saw: the states of the worker while
+// it is paused, and the ticks of processor time that it used in half a second paused, and in half a second after that.
+struct SeenInPause {
+    std::string state;
+    int ticksPaused = 0;
+    int ticksAfter = 0;
+};
+
+SeenInPause PauseOn(const std::string& floor) {
+    DrawingFloors floors = FloorsWithWater({floor});
+    RunControl control;
+    WishBySignals(control);
+    User user([](pid_t run, int out) {
+        if (!Eventually([&] { return WorkersOf(run).size() == 1 && StateOf(WorkersOf(run)[0]).ticks > 10; })) {
+            return;
+        }
+        const pid_t worker = WorkersOf(run)[0];
+        kill(run, SIGUSR1);
+        Sleep(300);
+        const ProcessState paused = StateOf(worker);
+        Sleep(500);
+        const ProcessState stillPaused = StateOf(worker);
+        kill(run, SIGUSR2);
+        Sleep(500);
+        const ProcessState after = StateOf(worker);
+        Say(out, stillPaused.state);
+        Say(out, std::to_string(stillPaused.ticks - paused.ticks));
+        Say(out, std::to_string(after.ticks - stillPaused.ticks));
+        kill(run, SIGTERM);
+    });
+    SilentObserver observer;
+    RunModules(floors, {"CrashingRule"}, {.budget = 60s}, observer, control);
+    SeenInPause seen;
+    seen.state = user.ReadLine();
+    seen.ticksPaused = user.ReadNumber();
+    seen.ticksAfter = user.ReadNumber();
+    return seen;
+}
+
+TEST(Pause, MakesARuleThatAsksWaitWithoutUsingTheProcessor) {
+    const SeenInPause seen = PauseOn("hang politely");
+    EXPECT_EQ(seen.state, "S") << "it waits for the stop/continue event, and nobody had to stop it";
+    EXPECT_LE(seen.ticksPaused, 1);
+    EXPECT_GT(seen.ticksAfter, 3) << "it goes on when it is continued";
+}
+
+TEST(Pause, StopsARuleThatNeverAsks) {
+    const SeenInPause seen = PauseOn("hang");
+    EXPECT_EQ(seen.state, "T");
+    EXPECT_LE(seen.ticksPaused, 1);
+    EXPECT_GT(seen.ticksAfter, 3);
+}
+
+TEST(Pause, DoesNotCountTowardsTheBudgetOrTheTime) {
+    DrawingFloors floors = FloorsWithWater({"half a second"});
+    RunControl control;
+    WishBySignals(control);
+    User user([](pid_t run, int) {
+        Eventually([&] { return WorkersOf(run).size() == 1; });
+        Sleep(100);
+        kill(run, SIGUSR1);
+        Sleep(2500);
+        kill(run, SIGUSR2);
+    });
+    SilentObserver observer;
+    const auto start = Clock::now();
+    const RunReport report = RunModules(floors, {"CrashingRule"}, {.budget = 2s}, observer, control);
+    EXPECT_GT(Clock::now() - start, 2500ms) << "it was paused";
+    const auto task = TaskOf(report, "CCheckCrashing", "half a second", "给排水");
+    EXPECT_EQ(task.outcome, Outcome::Failed) << task.reason;
+    EXPECT_LT(task.duration, 2s);
+}
+
+TEST(Pause, DoesNotKeepACancelledRunAlive) {
+    for (const char* floor : {"hang", "hang politely"}) {
+        DrawingFloors floors = FloorsWithWater({floor, "2F"});
+        RunControl control;
+        WishBySignals(control);
+        User user([](pid_t run, int) {
+            Eventually([&] { return WorkersOf(run).size() == 1; });
+            Sleep(100);
+            kill(run, SIGUSR1);
+            Sleep(300);
+            kill(run, SIGTERM);
+        });
+        SilentObserver observer;
+        const RunReport report = RunModules(floors, {"CrashingRule"}, {.budget = 60s}, observer, control);
+        EXPECT_EQ(TaskOf(report, "CCheckCrashing", floor, "给排水").outcome, Outcome::Cancelled);
+        EXPECT_EQ(report.findings.size(), 1U);
+    }
+}
+
+// Names of the floors on which something was begun.
+class FloorWatcher : public SilentObserver {
+  public:
+    void OnTask(std::size_t, const norvex::service::TaskRecord& task) override {
+        if (floors.empty() || floors.back() != task.floor) {
+            floors.push_back(task.floor);
+        }
+    }
+    std::vector<std::string> floors;
+};
+
+FloorWatcher* g_watcher = nullptr;
+std::vector<std::size_t> g_floorsBegun;
+
+TEST(Floors, BeginOneByOneWhenTheyAreHeld) {
+    DrawingFloors floors = FloorsWithWater({"1F", "2F", "3F"});
+    RunControl control;
+    control.HoldFloors();
+    FloorWatcher watcher;
+    g_control = &control;
+    g_watcher = &watcher;
+    g_floorsBegun.clear();
+    g_floorsBegun.reserve(3);
+    std::signal(SIGALRM, [](int) {
+        g_floorsBegun.push_back(g_watcher->floors.size());
+        g_control->NextFloor();
+    });
+    User user([](pid_t run, int) {
+        for (int floor = 0; floor < 3; ++floor) {
+            Sleep(500);
+            kill(run, SIGALRM);
+        }
+    });
+    const RunReport report = RunModules(floors, {"CrashingRule"}, {.jobs = 3}, watcher, control);
+    EXPECT_EQ(g_floorsBegun, (std::vector<std::size_t>{0, 1, 2}));
+    EXPECT_EQ(watcher.floors, (std::vector<std::string>{"1F", "2F", "3F"}));
+    EXPECT_EQ(report.findings.size(), 3U);
+}
+
+TEST(Floors, GoOnWhenTheyAreReleased) {
+    DrawingFloors floors = FloorsWithWater({"1F", "2F", "3F"});
+    RunControl control;
+    control.HoldFloors();
+    g_control = &control;
+    std::signal(SIGALRM, [](int) { g_control->ReleaseFloors(); });
+    User user([](pid_t run, int) {
+        Sleep(300);
+        kill(run, SIGALRM);
+    });
+    SilentObserver observer;
+    const RunReport report = RunModules(floors, {"CrashingRule"}, {.jobs = 2}, observer, control);
+    EXPECT_EQ(report.findings.size(), 3U);
+}
+
+TEST(Workers, DieWithTheService) {
+    ChildProcess service([](int out) {
+        DrawingFloors floors = FloorsWithWater({"hang", "hang ", "hang  "});
+        Say(out, "ready");
+        RunModules(floors, {"CrashingRule"}, {.jobs = 3, .budget = 60s});
+        return 0;
+    });
+    service.ReadLine();
+    std::vector<pid_t> workers;
+    ASSERT_TRUE(Eventually([&] {
+        workers = ChildrenOf(service.Id());
+        return workers.size() == 3;
+    }));
+    service.Kill();
+    for (const pid_t worker : workers) {
+        EXPECT_TRUE(Eventually([&] {
+            const std::string state = StateOf(worker).state;
+            return state.empty() || state == "Z";
+        })) << worker;
+    }
 }
 
 }  // namespace

@@ -6,10 +6,6 @@
 #include "report/CheckReport.h"
 #include "tests/service/work/Runs.h"
 
-extern "C" const char* __tsan_default_options() {
-    return kStopAtTheFirstRace;
-}
-
 namespace {
 
 using namespace norvex::test;

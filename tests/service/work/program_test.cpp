@@ -1,0 +1,234 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <gtest/gtest.h>
+
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+
+#include <algorithm>
+#include <csignal>
+#include <cstring>
+#include <nlohmann/json.hpp>
+
+#include "tests/service/support/PipeModel.h"
+#include "tests/service/support/RunFixture.h"
+#include "tests/service/work/User.h"
+
+namespace {
+
+using namespace norvex::test;
+using Json = nlohmann::json;
+
+// norvex with a rule that does what the floor's name says, on a model with such floors, while it runs.
+class RunningProgram : public testing::Test {
+  protected:
+    RunningProgram() {
+        const std::filesystem::path built = std::filesystem::path(NORVEX_PROGRAM).parent_path();
+        std::filesystem::create_directories(m_folder / "app/Norvex");
+        for (const auto& entry : std::filesystem::directory_iterator(built)) {
+            if (!entry.is_directory()) {
+                std::filesystem::copy(entry.path(), m_folder / "app" / entry.path().filename(),
+                                      std::filesystem::copy_options::copy_symlinks);
+            }
+        }
+        std::filesystem::copy(TestModule("CrashingRule"), m_folder / "app/Norvex/CrashingRule.Arx");
+    }
+    ~RunningProgram() override {
+        if (m_process > 0) {
+            kill(m_process, SIGKILL);
+            waitpid(m_process, nullptr, 0);
+        }
+    }
+
+    std::string Path(const std::string& name) const { return (m_folder / name).string(); }
+    std::string Text(const std::string& name) const { return FileText(m_folder / name); }
+
+    void WriteModel(const std::vector<std::string>& floors) const {
+        PipeModel model;
+        for (const std::string& floor : floors) {
+            model.Storey(floor, 0).System("Cold water", "DOMESTICCOLDWATER").Pipe({0, 0, 0}, {1000, 0, 0});
+        }
+        WriteFile(m_folder / "house.ifc", model.Text());
+    }
+
+    // Standard output goes to a file, or to the given descriptor.
+    void Start(const std::string& project, int output = -1) {
+        m_project = Path(project);
+        m_process = fork();
+        if (m_process == 0) {
+            dup2(output >= 0 ? output : open(Path("out").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), STDOUT_FILENO);
+            dup2(open(Path("err").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), STDERR_FILENO);
+            execl(Path("app/norvex").c_str(), "norvex", "check", Path("house.ifc").c_str(), "--project",
+                  m_project.c_str(), "--json", Path("a.json").c_str(), "-j", "2", "--rule-timeout", "100", nullptr);
+            _exit(127);
+        }
+    }
+    // Until a line of the status begins so.
+    bool WaitForStatus(const std::string& begin) const {
+        return Eventually([&] { return Control("status").out.find(begin) != std::string::npos; });
+    }
+    ProcessResult Control(const std::string& wish) const {
+        return RunProcess({Path("app/norvex"), "control", wish, "--project", m_project});
+    }
+    int End() {
+        int status = 0;
+        waitpid(m_process, &status, 0);
+        m_process = -1;
+        return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    }
+    std::vector<std::string> UnfinishedFiles() const {
+        std::vector<std::string> files;
+        for (const auto& entry : std::filesystem::directory_iterator(m_folder.Path())) {
+            if (entry.path().extension() == ".part") {
+                files.push_back(entry.path().filename());
+            }
+        }
+        return files;
+    }
+
+    TemporaryFolder m_folder;
+    std::string m_project;
+    pid_t m_process = -1;
+};
+
+TEST_F(RunningProgram, ObeysWhatNorvexControlWishes) {
+    WriteModel({"hang politely"});
+    Start("project");
+    ASSERT_TRUE(WaitForStatus("CCheckCrashing, hang politely, 给排水: ")) << Control("status").err;
+    EXPECT_EQ(Control("status").out.find("running: 0 of "), 0U) << Control("status").out;
+    EXPECT_EQ(Control("pause").out.find("paused: 0 of "), 0U);
+    EXPECT_EQ(Control("hold-floors").out.find("paused, floors are held: "), 0U);
+    EXPECT_EQ(Control("release-floors").out.find("paused: "), 0U);
+    EXPECT_EQ(Control("continue").out.find("running: "), 0U);
+    EXPECT_EQ(Control("cancel").out.find("cancelling: "), 0U);
+    EXPECT_EQ(End(), 3);
+    const Json json = Json::parse(Text("a.json"));
+    EXPECT_EQ(json["complete"], false);
+    EXPECT_EQ(json["findings"].size(), 1U);
+    EXPECT_NE(Text("out").find("this report is partial"), std::string::npos) << Text("out");
+    const ProcessResult late = Control("status");
+    EXPECT_EQ(late.exitCode, 2);
+    EXPECT_NE(late.err.find("No check of the project"), std::string::npos) << late.err;
+}
+
+TEST_F(RunningProgram, CanBeControlledInAProjectOfALongChineseName) {
+    WriteModel({"hang politely"});
+    std::string project = "项目 ";
+    for (int i = 0; i < 20; ++i) {
+        project += "给排水";
+    }
+    Start(project + "/" + project);
+    ASSERT_TRUE(WaitForStatus("running: "));
+    EXPECT_EQ(Control("cancel").exitCode, 0);
+    EXPECT_EQ(End(), 3);
+}
+
+TEST_F(RunningProgram, IsForItsUserAlone) {
+    WriteModel({"hang politely"});
+    Start("project");
+    ASSERT_TRUE(WaitForStatus("running: "));
+    struct stat file {};
+    ASSERT_EQ(stat(Path("project/control.socket").c_str(), &file), 0);
+    EXPECT_TRUE(S_ISSOCK(file.st_mode));
+    EXPECT_EQ(file.st_mode & 0777, 0600U);
+    Control("cancel");
+    End();
+    EXPECT_NE(stat(Path("project/control.socket").c_str(), &file), 0) << "it stays behind";
+}
+
+TEST_F(RunningProgram, ReplacesTheSocketOfARunThatWasKilled) {
+    WriteModel({"hang politely"});
+    Start("project");
+    ASSERT_TRUE(WaitForStatus("running: "));
+    kill(m_process, SIGKILL);
+    End();
+    ASSERT_TRUE(std::filesystem::exists(Path("project/control.socket")));
+    EXPECT_EQ(Control("status").exitCode, 2);
+    Start("project");
+    ASSERT_TRUE(WaitForStatus("running: "));
+    Control("cancel");
+    EXPECT_EQ(End(), 3);
+}
+
+TEST_F(RunningProgram, IsStoppedByTheTerminalAndGoesOn) {
+    WriteModel({"hang politely", "hang"});
+    Start("project");
+    ASSERT_TRUE(WaitForStatus("CCheckCrashing, hang, 给排水: "));
+    const std::vector<pid_t> workers = ChildrenOf(m_process);
+    ASSERT_EQ(workers.size(), 2U);
+    kill(m_process, SIGTSTP);
+    int status = 0;
+    ASSERT_EQ(waitpid(m_process, &status, WUNTRACED), m_process);
+    EXPECT_TRUE(WIFSTOPPED(status)) << "so that the shell gets its terminal back";
+    long before = 0;
+    long after = 0;
+    for (const pid_t worker : workers) {
+        before += StateOf(worker).ticks;
+    }
+    Sleep(300);
+    for (const pid_t worker : workers) {
+        after += StateOf(worker).ticks;
+    }
+    EXPECT_LE(after - before, 1) << "its workers use the processor";
+    kill(m_process, SIGCONT);
+    for (const pid_t worker : workers) {
+        const long stopped = StateOf(worker).ticks;
+        EXPECT_TRUE(Eventually([&] { return StateOf(worker).ticks > stopped; })) << "it does not go on";
+    }
+    EXPECT_TRUE(WaitForStatus("running: "));
+    kill(m_process, SIGINT);
+    EXPECT_EQ(End(), 3);
+}
+
+TEST_F(RunningProgram, PausesAndContinuesBySignals) {
+    WriteModel({"hang politely"});
+    Start("project");
+    ASSERT_TRUE(WaitForStatus("running: "));
+    kill(m_process, SIGUSR1);
+    EXPECT_TRUE(WaitForStatus("paused: "));
+    kill(m_process, SIGUSR2);
+    EXPECT_TRUE(WaitForStatus("running: "));
+    kill(m_process, SIGTERM);
+    EXPECT_EQ(End(), 3);
+    EXPECT_NE(Text("err").find("paused\ngoing on\n"), std::string::npos) << Text("err");
+}
+
+TEST_F(RunningProgram, EndsCleanlyWhenItIsInterruptedWhileItReadsTheModel) {
+    PipeModel model;
+    model.Storey("1F", 0);
+    for (int i = 0; i < 60'000; ++i) {
+        model.Pipe({0, i * 10.0, 0}, {1000, i * 10.0, 0});
+    }
+    WriteFile(m_folder / "house.ifc", model.Text());
+    Start("project");
+    ASSERT_TRUE(Eventually([&] { return !UnfinishedFiles().empty(); }));
+    kill(m_process, SIGINT);
+    EXPECT_EQ(End(), 3);
+    EXPECT_EQ(Text("err"), "norvex: Interrupted before there was a result; nothing was written.\n");
+    EXPECT_EQ(UnfinishedFiles(), std::vector<std::string>());
+    EXPECT_FALSE(std::filesystem::exists(Path("a.json")));
+}
+
+TEST_F(RunningProgram, EndsAtOnceAtTheSecondInterrupt) {
+    WriteModel({"hang politely"});
+    // Nobody reads what the program writes, so that it cannot end by itself.
+    int ends[2];
+    ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
+    fcntl(ends[1], F_SETFL, O_NONBLOCK);
+    while (write(ends[1], "x", 1) == 1) {
+    }
+    fcntl(ends[1], F_SETFL, 0);
+    Start("project", ends[1]);
+    ASSERT_TRUE(WaitForStatus("running: "));
+    kill(m_process, SIGINT);
+    Sleep(500);
+    EXPECT_EQ(waitpid(m_process, nullptr, WNOHANG), 0) << "the first interrupt lets it deliver its result";
+    kill(m_process, SIGINT);
+    EXPECT_EQ(End(), 3);
+    EXPECT_NE(Text("err").find("Interrupted again"), std::string::npos) << Text("err");
+    EXPECT_EQ(UnfinishedFiles(), std::vector<std::string>());
+    close(ends[0]);
+    close(ends[1]);
+}
+
+}  // namespace
