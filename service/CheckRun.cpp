@@ -321,7 +321,8 @@ void Run::OnBroken(std::size_t index, const std::string& reason, std::chrono::mi
 }
 
 void Run::OnKilled(std::size_t index, std::chrono::microseconds duration) {
-    OnEnded(index, {.end = NS_NORVEX::eRuleCancelled, .examined = 0, .notExamined = 0, .reason = {}}, duration);
+    OnEnded(index, {.end = NS_NORVEX::eRuleCancelled, .examined = 0, .notExamined = 0, .reason = {}, .at = {}},
+            duration);
 }
 
 // The workers' counts are theirs; the shared state of the run gets them from what they said.

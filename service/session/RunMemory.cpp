@@ -197,6 +197,11 @@ void RunMemory::Remember(const TaskResult& result) {
     if (!m_store || m_use == MemoryUse::ReadOnly || m_failure) {
         return;
     }
+    // Nothing is lost when these wait for the end of the run, and a cancelled run has to end soon.
+    if (result.task.outcome == Outcome::Cancelled && result.findings.empty()) {
+        m_cancelled.push_back(StoredOutcome(result.task));
+        return;
+    }
     const store::Status kept =
         m_store->CommitUnit(m_run.id, StoredOutcome(result.task), StoredFindings(result.findings));
     if (!kept) {
@@ -210,7 +215,7 @@ void RunMemory::Conclude(RunReport& report) {
         return;
     }
     if (m_use != MemoryUse::ReadOnly && !m_failure) {
-        if (const store::Status ended = m_store->EndRun(m_run.id, StatusOf(report)); !ended) {
+        if (const store::Status ended = m_store->EndRun(m_run.id, StatusOf(report), m_cancelled); !ended) {
             Fail(fmt::format("The end of run {} is not remembered", m_run.id), ended.Error());
         }
     }

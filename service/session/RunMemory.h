@@ -86,6 +86,7 @@ class RunMemory {
     std::optional<store::RunId> m_baseline;    // the run that this one is compared with
     std::vector<std::string> m_remarks;
     std::optional<std::string> m_failure;
+    std::vector<store::UnitOutcome> m_cancelled;  // not kept yet
 };
 
 // Passes on what a run tells to another observer, and lets the memory keep every finished task first.

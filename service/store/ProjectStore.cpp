@@ -114,12 +114,15 @@ Status ProjectStore::CommitUnit(RunId run, const UnitOutcome& outcome, const std
     });
 }
 
-Status ProjectStore::EndRun(RunId run, RunStatus status) {
+Status ProjectStore::EndRun(RunId run, RunStatus status, const std::vector<UnitOutcome>& withoutFindings) {
     assert(status != RunStatus::Running);
     return database_->Guard([&]() -> Status {
         Transaction transaction(database_->Connection(), Transaction::Kind::Write);
         if (std::optional<StoreError> error = WhyNotOpen(*database_, run)) {
             return *error;
+        }
+        for (const UnitOutcome& outcome : withoutFindings) {
+            rows::WriteUnit(database_->Connection(), run, outcome, {});
         }
         sqlite::Statement update(database_->Connection(), "UPDATE run SET status = ?, ended_at = ? WHERE id = ?");
         update.Bind(rows::Word(status)).Bind(clock_->Now()).Bind(run).Run();

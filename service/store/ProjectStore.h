@@ -65,8 +65,9 @@ class ProjectStore {
     // Records how a unit ended and everything that was found in it, in place of an earlier outcome of the same unit in
     // this run. Errors: NotFound, RunNotOpen.
     Status CommitUnit(RunId run, const UnitOutcome& outcome, const std::vector<Finding>& findings);
-    // Requires: status is not Running. Errors: NotFound, RunNotOpen.
-    Status EndRun(RunId run, RunStatus status);
+    // Records the end of a run, and with it how units ended in which nothing was found. Requires: status is not
+    // Running. Errors: NotFound, RunNotOpen.
+    Status EndRun(RunId run, RunStatus status, const std::vector<UnitOutcome>& withoutFindings = {});
     // Opens a run again that was killed or ended before it was complete. Errors: NotFound; RunNotOpen for a complete
     // run.
     Status ReopenRun(RunId run);

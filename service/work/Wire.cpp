@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "service/work/Wire.h"
 
-#include <array>
+#include <algorithm>
 #include <nlohmann/json.hpp>
 #include <type_traits>
 #include <vector>
@@ -14,6 +14,15 @@ using Json = nlohmann::json;
 constexpr std::size_t kLengthSize = 4;
 // Far more than a finding with a hundred thousand objects takes.
 constexpr std::size_t kMostBytes = 256U << 20U;
+
+std::int64_t NumberOf(Moment moment) {
+    return std::chrono::duration_cast<std::chrono::nanoseconds>(moment.time_since_epoch()).count();
+}
+
+// A moment that is still to come is none that a worker can have seen.
+Moment MomentOf(const Json& json) {
+    return std::min(Moment(std::chrono::nanoseconds(json.get<std::int64_t>())), std::chrono::steady_clock::now());
+}
 
 Json ToJson(const FindingRecord& finding) {
     Json objects = Json::array();
@@ -52,13 +61,14 @@ Json ContentOf(const Message& message) {
         [](const auto& value) -> Json {
             using Value = std::decay_t<decltype(value)>;
             if constexpr (std::is_same_v<Value, TaskBegun>) {
-                return value.index;
+                return Json::array({value.index, NumberOf(value.at)});
             } else if constexpr (std::is_same_v<Value, TaskProgress>) {
                 return value.percent;
             } else if constexpr (std::is_same_v<Value, TaskFound>) {
                 return ToJson(value.finding);
             } else if constexpr (std::is_same_v<Value, TaskEnded>) {
-                return Json::array({static_cast<int>(value.end), value.examined, value.notExamined, value.reason});
+                return Json::array(
+                    {static_cast<int>(value.end), value.examined, value.notExamined, value.reason, NumberOf(value.at)});
             } else {
                 return {};
             }
@@ -72,14 +82,14 @@ Message MessageOf(std::size_t kind, const Json& content) {
         case 0:
             return FloorEntered{};
         case 1:
-            return TaskBegun{content};
+            return TaskBegun{content.at(0), MomentOf(content.at(1))};
         case 2:
             return TaskProgress{content};
         case 3:
             return TaskFound{FindingOf(content)};
         case 4:
             return TaskEnded{static_cast<NS_NORVEX::RuleEnd>(content.at(0).get<int>()), content.at(1), content.at(2),
-                             content.at(3)};
+                             content.at(3), MomentOf(content.at(4))};
         case 5:
             return CheckWaits{};
         case 6:

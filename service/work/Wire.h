@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -18,8 +19,12 @@ namespace norvex::service::work {
 
 // A worker's step past the change-floor event; the floor is being drawn from now on.
 struct FloorEntered {};
+// Moments are the worker's, because messages may wait before they are read; the steady clock is the same in all
+// processes of a system.
+using Moment = std::chrono::steady_clock::time_point;
 struct TaskBegun {
     std::size_t index = 0;  // into RunPlan::tasks
+    Moment at;
 };
 struct TaskProgress {
     int percent = 0;
@@ -34,6 +39,7 @@ struct TaskEnded {
     std::size_t examined = 0;
     std::size_t notExamined = 0;
     std::string reason;
+    Moment at;
 };
 // The check thread waits for the stop/continue event, and goes on.
 struct CheckWaits {};

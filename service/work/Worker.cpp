@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstdint>
 #include <exception>
 #include <optional>
@@ -146,7 +147,7 @@ void FloorCheck::Check(std::size_t index) {
     CNorvexData::s_iCurRuleNum = static_cast<int>(index);
     CNorvexData::s_strCurCategory = text::FromUtf8(rule.record.category);
     m_percent = 0;
-    Send(TaskBegun{index});
+    Send(TaskBegun{index, std::chrono::steady_clock::now()});
     NS_NORVEX::RuleResult result;
     try {
         rule.rule->Check(result);
@@ -160,7 +161,8 @@ void FloorCheck::Check(std::size_t index) {
     Send(TaskEnded{.end = result.eEnd,
                    .examined = static_cast<std::size_t>(std::max(result.iExamined, 0)),
                    .notExamined = static_cast<std::size_t>(std::max(result.iNotExamined, 0)),
-                   .reason = text::ToUtf8(result.strReason)});
+                   .reason = text::ToUtf8(result.strReason),
+                   .at = std::chrono::steady_clock::now()});
 }
 
 bool FloorCheck::OnProgress(int done, int total) {

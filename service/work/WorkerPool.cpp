@@ -16,8 +16,8 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 // What a check gets to come to a point where it waits or ends by itself; most rules get there within a millisecond. A
-// run has to end within 200 ms, and killing the process of a large model takes some of that.
-constexpr std::chrono::milliseconds kGrace{100};
+// run has to end within 200 ms of the wish, and killing the process of a large model takes some of that.
+constexpr std::chrono::milliseconds kGrace{60};
 
 constexpr const char* kWhileDrawn = ", while its floor was drawn";
 
@@ -233,7 +233,7 @@ Clock::duration WorkerPool::TimeLeft(const Active& worker) const {
     if (m_isPaused) {
         return worker.IsQuiet() ? Clock::duration::max() : m_pausedAt + kGrace - Clock::now();
     }
-    return worker.isFloorEntered ? m_settings.budget - worker.time.Elapsed() : Clock::duration::max();
+    return worker.isFloorEntered ? m_settings.budget - worker.time.Elapsed(Clock::now()) : Clock::duration::max();
 }
 
 void WorkerPool::EnforceDeadlines() {
@@ -277,14 +277,14 @@ bool WorkerPool::Take(Active& worker, Message& message) {
         if constexpr (std::is_same_v<Said, FloorEntered>) {
             worker.isFloorEntered = true;
             worker.isFloorHeld = false;
-            worker.time.Restart();
+            worker.time.Restart(Clock::now());
         } else if constexpr (std::is_same_v<Said, TaskBegun>) {
             if (worker.task || worker.work.tasks.empty() || worker.work.tasks.front() != said.index) {
                 return false;
             }
             worker.task = said.index;
             worker.work.tasks.pop_front();
-            worker.time.Restart();
+            worker.time.Restart(said.at);
             m_listener.OnBegun(said.index);
         } else if constexpr (std::is_same_v<Said, TaskProgress>) {
             if (worker.task) {
@@ -298,10 +298,10 @@ bool WorkerPool::Take(Active& worker, Message& message) {
             if (!worker.task) {
                 return false;
             }
-            m_listener.OnEnded(*worker.task, said, Microseconds(worker.time.Elapsed()));
+            m_listener.OnEnded(*worker.task, said, Microseconds(worker.time.Elapsed(said.at)));
             worker.task.reset();
             worker.hasEndedATask = true;
-            worker.time.Restart();
+            worker.time.Restart(Clock::now());
         } else if constexpr (std::is_same_v<Said, CheckWaits>) {
             worker.isWaiting = true;
         } else if constexpr (std::is_same_v<Said, CheckGoesOn>) {
@@ -319,9 +319,9 @@ void WorkerPool::Bury(Active& worker) {
     const bool isCancelled = m_isCancelled && worker.isKilled && worker.failure.empty();
     const std::string reason = worker.failure.empty() ? EndInWords(status) : worker.failure;
     if (worker.task && isCancelled) {
-        m_listener.OnKilled(*worker.task, Microseconds(worker.time.Elapsed()));
+        m_listener.OnKilled(*worker.task, Microseconds(worker.time.Elapsed(Clock::now())));
     } else if (worker.task) {
-        m_listener.OnBroken(*worker.task, reason, Microseconds(worker.time.Elapsed()));
+        m_listener.OnBroken(*worker.task, reason, Microseconds(worker.time.Elapsed(Clock::now())));
     } else if (!worker.hasEndedATask && !m_isCancelled && !worker.work.tasks.empty()) {
         GiveUpFloor(worker.work, reason + kWhileDrawn);
         return;

@@ -10,6 +10,8 @@ namespace {
 using namespace norvex::service;
 using namespace norvex::service::work;
 
+const Moment kMoment(std::chrono::nanoseconds(123'456'789));
+
 FindingRecord WholeFinding() {
     FindingRecord finding;
     finding.category = "建模合理性";
@@ -50,9 +52,9 @@ TEST(Wire, BringsAFindingOverWhole) {
 }
 
 TEST(Wire, BringsEveryKindOverInAnyPieces) {
-    const std::string bytes = Encode(FloorEntered{}) + Encode(TaskBegun{70000}) + Encode(TaskProgress{99}) +
-                              Encode(TaskEnded{NS_NORVEX::eRuleTrusted, 3, 4, "because"}) + Encode(CheckWaits{}) +
-                              Encode(CheckGoesOn{}) + Encode(FloorDone{});
+    const std::string bytes = Encode(FloorEntered{}) + Encode(TaskBegun{70000, kMoment}) + Encode(TaskProgress{99}) +
+                              Encode(TaskEnded{NS_NORVEX::eRuleTrusted, 3, 4, "because", kMoment}) +
+                              Encode(CheckWaits{}) + Encode(CheckGoesOn{}) + Encode(FloorDone{});
     for (std::size_t piece = 1; piece <= bytes.size(); ++piece) {
         MessageReader reader;
         std::vector<Message> arrived;
@@ -64,6 +66,8 @@ TEST(Wire, BringsEveryKindOverInAnyPieces) {
         }
         ASSERT_EQ(arrived.size(), 7U) << piece;
         EXPECT_EQ(std::get<TaskBegun>(arrived[1]).index, 70000U);
+        EXPECT_EQ(std::get<TaskBegun>(arrived[1]).at, kMoment);
+        EXPECT_EQ(std::get<TaskEnded>(arrived[3]).at, kMoment);
         EXPECT_EQ(std::get<TaskProgress>(arrived[2]).percent, 99);
         EXPECT_EQ(std::get<TaskEnded>(arrived[3]).end, NS_NORVEX::eRuleTrusted);
         EXPECT_EQ(std::get<TaskEnded>(arrived[3]).examined, 3U);
@@ -74,6 +78,13 @@ TEST(Wire, BringsEveryKindOverInAnyPieces) {
         EXPECT_TRUE(std::holds_alternative<CheckGoesOn>(arrived[5]));
         EXPECT_TRUE(std::holds_alternative<FloorDone>(arrived[6]));
     }
+}
+
+TEST(Wire, NobodyHasSeenTheFuture) {
+    MessageReader reader;
+    reader.Add(Encode(TaskBegun{1, Moment::max()}));
+    const Moment arrived = std::get<TaskBegun>(*reader.Next()).at;
+    EXPECT_LE(arrived, std::chrono::steady_clock::now());
 }
 
 TEST(Wire, TakesNoHarmFromBytesThatAreNoMessage) {
