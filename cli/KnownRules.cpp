@@ -3,7 +3,9 @@
 
 #include "service/Host.h"
 #include "service/Project.h"
+#include "service/RunPlan.h"
 #include "service/TrustStore.h"
+#include "service/session/Identity.h"
 
 namespace norvex::cli {
 
@@ -19,8 +21,11 @@ std::optional<KnownRules> FindRules(const std::filesystem::path& projectFolder, 
         return std::nullopt;
     }
     host.LoadRules();
+    service::RunPlan plan;
+    plan.rules = host.Rules();
+    service::session::NoteModuleDigests(plan);
     KnownRules rules;
-    for (const service::LoadedRule& rule : host.Rules()) {
+    for (const service::LoadedRule& rule : plan.rules) {
         rules.records.push_back(rule.record);
     }
     rules.failures = host.LoadFailures();

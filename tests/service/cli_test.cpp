@@ -261,6 +261,7 @@ TEST_F(Norvex, ExplainsEachRule) {
                                        "Module       Check", "Version      " NORVEX_VERSION ".0"}) {
             EXPECT_NE(page.out.find(part), std::string::npos) << part << "\n" << page.out;
         }
+        EXPECT_TRUE(std::regex_search(page.out, std::regex("\nMD5          [0-9a-fA-F]{32}\n"))) << page.out;
     }
     EXPECT_EQ(Run({"rules", "ccheckpipeloop"}).out, Run({"rules", "pipe-loop"}).out);
     const ProcessResult unknown = Run({"rules", "pipe"});
