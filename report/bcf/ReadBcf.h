@@ -34,7 +34,7 @@ struct ReadTopic {
 
 // Far above what people make by hand or a check can write; what is beyond is made to exhaust memory or time.
 struct ReadLimits {
-    std::uint64_t maxArchiveBytes = std::uint64_t{2} << 30U;
+    std::uint64_t maxArchiveBytes = std::uint64_t{1} << 30U;
     std::uint64_t maxMembers = 1'000'000;
     std::uint64_t maxMarkupBytes = std::uint64_t{16} << 20U;  // unpacked, of one topic
     std::uint64_t maxTotalBytes = std::uint64_t{512} << 20U;  // unpacked, of all topics

@@ -269,7 +269,7 @@ class Maker {
     }
 
     // One for each floor of the group, in the order of the report.
-    void AddViewpoints(const Group& group, Topic& topic) const {
+    void AddViewpoints(const Group& group, Topic& topic) {
         std::vector<std::string> floors;
         std::unordered_map<std::string, std::vector<const FindingRecord*>> findings;
         for (const FindingRecord* finding : group.findings) {
@@ -301,7 +301,7 @@ class Maker {
     }
 
     Viewpoint ViewpointOf(const std::string& topicGuid, const std::string& floor,
-                          const std::vector<const FindingRecord*>& findings) const {
+                          const std::vector<const FindingRecord*>& findings) {
         Viewpoint view;
         view.guid = PartGuid(topicGuid, "viewpoint\n" + floor);
         const auto storey = m_storeys.find(floor);
@@ -330,26 +330,30 @@ class Maker {
     }
 
     // The box of a storey, or of the building when nothing there has a place, or of nothing at the origin.
-    ifc::Box Surroundings(std::uint32_t storey) const {
-        ifc::Box onStorey;
-        ifc::Box all;
-        for (const ifc::Element& element : m_building.elements) {
-            const ifc::Box extent = ExtentOf(element);
-            all.Add(extent);
-            if (element.storey == storey) {
-                onStorey.Add(extent);
+    const ifc::Box& Surroundings(std::uint32_t storey) {
+        if (m_extents.empty()) {
+            ifc::Box& all = m_extents[kWholeBuilding];
+            for (const ifc::Element& element : m_building.elements) {
+                const ifc::Box extent = ExtentOf(element);
+                all.Add(extent);
+                m_extents[element.storey].Add(extent);
+            }
+            if (all.IsEmpty()) {
+                all.Add(ifc::Point{});
             }
         }
-        if (all.IsEmpty()) {
-            all.Add(ifc::Point{});
-        }
-        return onStorey.IsEmpty() ? all : onStorey;
+        const auto found = m_extents.find(storey);
+        return found == m_extents.end() || found->second.IsEmpty() ? m_extents.at(kWholeBuilding) : found->second;
     }
+
+    // What no storey and no element without one has as its index.
+    static constexpr std::uint64_t kWholeBuilding = std::uint64_t{1} << 32U;
 
     const service::RunReport& m_report;
     const ifc::BuildingModel& m_building;
     std::map<std::string, const service::RuleRecord*> m_rules;
     std::map<std::string, std::uint32_t> m_storeys;
+    std::map<std::uint64_t, ifc::Box> m_extents;  // of each storey that holds anything; made when first asked for
     std::set<std::string> m_guids;
 };
 

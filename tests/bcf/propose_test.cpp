@@ -1,11 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
 
+#include <fstream>
+#include <random>
 #include <string>
 #include <vector>
 
 #include "report/bcf/Identity.h"
 #include "report/bcf/ProposeTrust.h"
+#include "report/bcf/ReadBcf.h"
+#include "report/bcf/WriteBcf.h"
+#include "support/TemporaryFolder.h"
 
 namespace {
 
@@ -138,6 +143,67 @@ TEST(BcfProposals, IgnoreWhatWasClosedByTheCheckItself) {
     // Some programs change a topic without saying that they did; a later comment is a person's.
     topic.comments.push_back({"2026-03-05T10:00:00Z", "li", "still so"});
     EXPECT_EQ(ProposeTrust({topic}, {Stored(kFirst)}, {}, Request()).proposals.size(), 1U);
+}
+
+// An archive of two findings, as we write it.
+std::string Archive() {
+    norvex::service::RunReport report;
+    report.startedAt = "2026-03-01T08:30:00Z";
+    report.findings.resize(2);
+    report.findings[0].featureCode = kFirst;
+    report.findings[1].featureCode = kSecond;
+    return MakeBcf(report, norvex::ifc::BuildingModel(), {}, {});
+}
+
+TEST(BcfReader, ReadsWhatWeWrite) {
+    const TemporaryFolder folder;
+    const std::filesystem::path path = folder.Path() / "a.bcfzip";
+    std::ofstream(path, std::ios::binary) << Archive();
+    const ReadArchive read = ReadBcfFile(path);
+    EXPECT_EQ(read.error, "");
+    EXPECT_TRUE(read.problems.empty());
+    ASSERT_EQ(read.topics.size(), 2U);
+    EXPECT_EQ(read.topics[0].guid, TopicGuid(kFirst, 0));
+    EXPECT_EQ(read.topics[1].guid, TopicGuid(kSecond, 0));
+    EXPECT_EQ(read.topics[0].status, "Open");
+    EXPECT_EQ(read.topics[0].modifiedAuthor, "norvex");
+}
+
+TEST(BcfReader, KeepsToItsLimits) {
+    const TemporaryFolder folder;
+    const std::filesystem::path path = folder.Path() / "a.bcfzip";
+    std::ofstream(path, std::ios::binary) << Archive();
+    EXPECT_NE(ReadBcfFile(path, {.maxArchiveBytes = 100}).error, "");
+    EXPECT_NE(ReadBcfFile(path, {.maxMembers = 3}).error, "");
+    EXPECT_NE(ReadBcfFile(path, {.maxTotalBytes = 100}).error, "");
+    const ReadArchive read = ReadBcfFile(path, {.maxMarkupBytes = 100});
+    EXPECT_EQ(read.error, "");
+    EXPECT_EQ(read.problems.size(), 2U);
+    EXPECT_TRUE(read.topics.empty());
+}
+
+TEST(BcfReader, TakesNothingFromDamagedArchivesThatWasNotWritten) {
+    const TemporaryFolder folder;
+    const std::filesystem::path path = folder.Path() / "a.bcfzip";
+    const std::string whole = Archive();
+    std::mt19937 random(11);
+    for (int n = 0; n < 500; ++n) {
+        std::string damaged = whole;
+        for (int change = 0; change <= n % 4; ++change) {
+            damaged[random() % damaged.size()] = static_cast<char>(random());
+        }
+        if (n % 5 == 0) {
+            damaged.resize(random() % damaged.size());
+        }
+        std::ofstream(path, std::ios::binary | std::ios::trunc) << damaged;
+        const ReadArchive read = ReadBcfFile(path);
+        for (const ReadTopic& topic : read.topics) {
+            EXPECT_TRUE(topic.guid == TopicGuid(kFirst, 0) || topic.guid == TopicGuid(kSecond, 0)) << topic.guid;
+            EXPECT_EQ(topic.status, "Open");
+        }
+        EXPECT_LE(read.topics.size() + read.problems.size(), 2U);
+        EXPECT_TRUE(read.error.empty() || (read.topics.empty() && read.problems.empty())) << read.error;
+    }
 }
 
 TEST(BcfMoments, OrderAcrossTimeZones) {
