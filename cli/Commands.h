@@ -18,8 +18,10 @@ struct Command {
 
 Command AddCheck(CLI::App& app);
 Command AddControl(CLI::App& app);
+Command AddDiff(CLI::App& app);
 Command AddInspect(CLI::App& app);
 Command AddRules(CLI::App& app);
+Command AddRuns(CLI::App& app);
 Command AddTrust(CLI::App& app);
 
 }  // namespace norvex::cli

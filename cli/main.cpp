@@ -97,8 +97,10 @@ int Main(int argc, char** argv) {
     const std::vector<Command> commands{
         AddCheck(app),
         AddControl(app),
+        AddDiff(app),
         AddInspect(app),
         AddRules(app),
+        AddRuns(app),
         AddTrust(app),
     };
     try {

@@ -2,6 +2,7 @@
 #include <nlohmann/json.hpp>
 
 #include "report/CheckReport.h"
+#include "report/DiffReport.h"
 #include "report/Json.h"
 #include "service/Words.h"
 
@@ -12,6 +13,7 @@ using service::RunReport;
 
 // Grows when a field changes its meaning or goes; new fields alone do not change it.
 constexpr int kFormatVersion = 1;
+constexpr int kDiffFormatVersion = 1;
 
 Json ModelJson(const service::ModelRecord& model) {
     return {{"path", model.path},
@@ -195,6 +197,16 @@ Json TotalsJson(const RunReport& report) {
             {"categories", std::move(categories)}};
 }
 
+Json FindingsJson(const std::vector<service::FindingRecord>& findings, service::Novelty novelty) {
+    Json entries = Json::array();
+    for (const service::FindingRecord& finding : findings) {
+        if (finding.novelty == novelty) {
+            entries.push_back(FindingJson(finding));
+        }
+    }
+    return entries;
+}
+
 }  // namespace
 
 std::string CheckJson(const RunReport& report, Times times) {
@@ -213,6 +225,23 @@ std::string CheckJson(const RunReport& report, Times times) {
                          {"comparison", report.comparison ? ComparisonJson(*report.comparison, times) : Json()},
                          {"acceptances", AcceptancesJson(report)},
                          {"diagnostics", DiagnosticsJson(report.model)}});
+}
+
+std::string DiffJson(const RunReport& report) {
+    const service::Comparison& comparison = *report.comparison;
+    return DocumentText({{"format", "norvex-diff"},
+                         {"formatVersion", kDiffFormatVersion},
+                         {"tool", {{"name", "norvex"}, {"version", report.toolVersion}}},
+                         {"projectFolder", report.projectFolder},
+                         {"from", {{"run", comparison.run}, {"startedAt", comparison.startedAt}}},
+                         {"to", {{"run", report.run}, {"startedAt", report.startedAt}}},
+                         {"new", FindingsJson(report.findings, service::Novelty::New)},
+                         {"notKnownToBeNew", FindingsJson(report.findings, service::Novelty::Unknown)},
+                         {"persisting", FindingsJson(report.findings, service::Novelty::Persisting)},
+                         {"gone", FindingsJson(comparison.gone)},
+                         {"hidden", FindingsJson(comparison.hidden)},
+                         {"notVisited", comparison.notVisited},
+                         {"remarks", comparison.remarks}});
 }
 
 }  // namespace norvex::report

@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <fmt/format.h>
 #include <algorithm>
+#include <iterator>
 #include <vector>
 
 #include "report/CheckReport.h"
+#include "report/DiffReport.h"
 #include "report/DisplayText.h"
 #include "report/OutcomeText.h"
 #include "report/Phrases.h"
@@ -123,11 +125,8 @@ std::string Sentences(const std::vector<std::string>& sentences, const TextStyle
     return out;
 }
 
-// What became of the findings of the run before.
-std::string ChangesText(const RunReport& report, const TextStyle& style) {
-    if (!report.comparison) {
-        return "";
-    }
+// What became of the findings of the run before, in words. Requires: the report has a comparison.
+std::vector<std::string> ChangeSentences(const RunReport& report) {
     const service::Comparison& comparison = *report.comparison;
     const auto count = [&](service::Novelty novelty) {
         return std::count_if(report.findings.begin(), report.findings.end(),
@@ -135,6 +134,10 @@ std::string ChangesText(const RunReport& report, const TextStyle& style) {
     };
     std::vector<std::string> sentences = {fmt::format("{} new, {} persisting, {} gone.", count(service::Novelty::New),
                                                       count(service::Novelty::Persisting), comparison.gone.size())};
+    if (const auto unknown = static_cast<std::size_t>(count(service::Novelty::Unknown)); unknown > 0) {
+        sentences.push_back(fmt::format("{} where the earlier run did not look; it may have been there before.",
+                                        Counted(unknown, "finding lies", "findings lie")));
+    }
     if (!comparison.hidden.empty()) {
         sentences.push_back(fmt::format("{} not looked for any more, because a rule or sub-category is trusted now.",
                                         Counted(comparison.hidden.size(), "other finding is", "other findings are")));
@@ -144,13 +147,22 @@ std::string ChangesText(const RunReport& report, const TextStyle& style) {
                                         Counted(comparison.notVisited, "finding lies", "findings lie")));
     }
     sentences.insert(sentences.end(), comparison.remarks.begin(), comparison.remarks.end());
+    return sentences;
+}
+
+// What became of the findings of the run before.
+std::string ChangesText(const RunReport& report, const TextStyle& style) {
+    if (!report.comparison) {
+        return "";
+    }
+    const service::Comparison& comparison = *report.comparison;
     Table gone = FindingTable();
     const std::size_t shown = style.brief ? 0 : std::min(comparison.gone.size(), kShownGone);
     for (std::size_t index = 0; index < shown; ++index) {
         AddFinding(report, comparison.gone[index], gone);
     }
     std::string out = Heading(fmt::format("Since run {} of {}", comparison.run, comparison.startedAt), style) +
-                      Sentences(sentences, style) + gone.ToText(style);
+                      Sentences(ChangeSentences(report), style) + gone.ToText(style);
     if (!style.brief && comparison.gone.size() > shown) {
         out += fmt::format("  {} gone; norvex diff lists them.\n",
                            Counted(comparison.gone.size() - shown, "more finding is", "more findings are"));
@@ -231,6 +243,16 @@ std::string VerdictText(const RunReport& report, const TextStyle& style) {
     return out;
 }
 
+// The findings as a table with a heading; empty without findings.
+std::string ListText(const RunReport& report, std::string_view title, const std::vector<FindingRecord>& findings,
+                     const TextStyle& style) {
+    Table table = FindingTable();
+    for (const FindingRecord& finding : findings) {
+        AddFinding(report, finding, table);
+    }
+    return findings.empty() ? "" : Heading(fmt::format("{} ({})", title, findings.size()), style) + table.ToText(style);
+}
+
 }  // namespace
 
 std::string CheckText(const RunReport& report, const TextStyle& style, const TextContent& content) {
@@ -245,6 +267,24 @@ std::string CheckText(const RunReport& report, const TextStyle& style, const Tex
         out += TotalsText(report, style);
     }
     return out + ChangesText(report, style) + AcceptancesText(report, style) + VerdictText(report, style);
+}
+
+std::string DiffText(const RunReport& report, const TextStyle& style) {
+    const service::Comparison& comparison = *report.comparison;
+    const auto findings = [&](service::Novelty novelty) {
+        std::vector<FindingRecord> chosen;
+        std::copy_if(report.findings.begin(), report.findings.end(), std::back_inserter(chosen),
+                     [&](const FindingRecord& finding) { return finding.novelty == novelty; });
+        return chosen;
+    };
+    const std::string head =
+        fmt::format("Project  {}\nFrom     run {} of {}\nTo       run {} of {}\n", Sanitised(report.projectFolder),
+                    comparison.run, comparison.startedAt, report.run, report.startedAt);
+    return head + ListText(report, "New", findings(service::Novelty::New), style) +
+           ListText(report, "Found where the earlier run did not look", findings(service::Novelty::Unknown), style) +
+           ListText(report, "Gone", comparison.gone, style) +
+           ListText(report, "Hidden, because a rule or sub-category is trusted now", comparison.hidden, style) + "\n" +
+           Sentences(ChangeSentences(report), style);
 }
 
 }  // namespace norvex::report

@@ -117,25 +117,6 @@ void NoteWhatWasNotDone(const store::RunRecord& run, RunReport& report) {
     }
 }
 
-// The newest complete run of the whole project before this one.
-store::Result<std::optional<store::RunContents>> RunBefore(store::ProjectStore& project, store::RunId run) {
-    const store::Result<std::vector<store::RunRecord>> runs = project.ListRuns();
-    if (!runs) {
-        return runs.Error();
-    }
-    std::optional<store::RunContents> before;
-    for (auto each = runs->rbegin(); each != runs->rend() && !before; ++each) {
-        if (each->id < run && each->status == store::RunStatus::Complete && !each->identity.narrowed) {
-            store::Result<store::RunContents> loaded = project.LoadRun(each->id);
-            if (!loaded) {
-                return loaded.Error();
-            }
-            before.emplace(std::move(*loaded));
-        }
-    }
-    return before;
-}
-
 RunReport BareReport(const store::RunContents& contents, const std::vector<RuleRecord>& rules) {
     const store::RunIdentity& identity = contents.run.identity;
     RunReport report;
@@ -181,15 +162,30 @@ store::Result<store::RunId> ChosenRun(store::ProjectStore& project, std::string_
     return number;
 }
 
+store::Result<std::optional<store::RunId>> CompleteRunBefore(store::ProjectStore& project, store::RunId run) {
+    const store::Result<std::vector<store::RunRecord>> runs = project.ListRuns();
+    if (!runs) {
+        return runs.Error();
+    }
+    const auto before = std::find_if(runs->rbegin(), runs->rend(), [&](const store::RunRecord& each) {
+        return each.id < run && each.status == store::RunStatus::Complete && !each.identity.narrowed;
+    });
+    return before == runs->rend() ? std::nullopt : std::optional(before->id);
+}
+
 store::Result<RunReport> StoredReport(store::ProjectStore& project, store::RunId run,
-                                      const std::vector<RuleRecord>& rules) {
+                                      std::optional<store::RunId> before, const std::vector<RuleRecord>& rules) {
     const store::Result<store::RunContents> contents = project.LoadRun(run);
     if (!contents) {
         return contents.Error();
     }
-    const store::Result<std::optional<store::RunContents>> before = RunBefore(project, run);
-    if (!before) {
-        return before.Error();
+    std::optional<store::RunContents> earlier;
+    if (before) {
+        store::Result<store::RunContents> loaded = project.LoadRun(*before);
+        if (!loaded) {
+            return loaded.Error();
+        }
+        earlier.emplace(std::move(*loaded));
     }
     const store::Result<std::vector<store::TrustListing>> listings = project.ListTrust();
     if (!listings) {
@@ -197,9 +193,15 @@ store::Result<RunReport> StoredReport(store::ProjectStore& project, store::RunId
     }
     RunReport report = BareReport(*contents, rules);
     report.projectFolder = project.DatabasePath().parent_path().string();
-    Annotate(report, contents->run, contents->trust, *before ? &**before : nullptr);
+    Annotate(report, contents->run, contents->trust, earlier ? &*earlier : nullptr);
     report.acceptances = AcceptanceRecords(*listings);
     return report;
+}
+
+store::Result<RunReport> StoredReport(store::ProjectStore& project, store::RunId run,
+                                      const std::vector<RuleRecord>& rules) {
+    const store::Result<std::optional<store::RunId>> before = CompleteRunBefore(project, run);
+    return before ? StoredReport(project, run, *before, rules) : before.Error();
 }
 
 }  // namespace norvex::service::session

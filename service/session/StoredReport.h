@@ -14,10 +14,17 @@ namespace norvex::service::session {
 // NotFound, InvalidInput.
 store::Result<store::RunId> ChosenRun(store::ProjectStore& project, std::string_view named);
 
+// The newest complete run of the whole project that is older than this one; nothing when there is none. Errors: those
+// of the store.
+store::Result<std::optional<store::RunId>> CompleteRunBefore(store::ProjectStore& project, store::RunId run);
+
 // The report of a run that the project remembers, as norvex check gave it: findings under the same numbers, compared
-// with the last complete run before it. Of the model it knows path and digest alone, of the floors their names.
-// rules: what is known of rules today, by name; one of the run that is not among them has name, module, version and
-// digest alone. Errors: NotFound.
+// with another one, or with nothing when that is nothing. Of the model it knows path and digest alone, of the floors
+// their names. rules: what is known of rules today, by name; one of the run that is not among them has name, module,
+// version and digest alone. Errors: NotFound.
+store::Result<RunReport> StoredReport(store::ProjectStore& project, store::RunId run,
+                                      std::optional<store::RunId> before, const std::vector<RuleRecord>& rules);
+// The same, compared with the newest complete run before it.
 store::Result<RunReport> StoredReport(store::ProjectStore& project, store::RunId run,
                                       const std::vector<RuleRecord>& rules);
 

@@ -4,6 +4,7 @@
 #include <sqlite3.h>
 
 #include <cassert>
+#include <map>
 #include <string>
 #include <utility>
 
@@ -163,6 +164,22 @@ Result<std::vector<RunRecord>> ProjectStore::ListRuns() {
     return database_->Guard([&]() -> Result<std::vector<RunRecord>> {
         Transaction view(database_->Connection(), Transaction::Kind::Read);
         return rows::ReadRuns(database_->Connection(), "ORDER BY id");
+    });
+}
+
+Result<std::map<RunId, RunTally>> ProjectStore::TallyRuns() {
+    return database_->Guard([&]() -> Result<std::map<RunId, RunTally>> {
+        sqlite::Statement row(
+            database_->Connection(),
+            "SELECT r.id, count(DISTINCT u.id), count(f.id), coalesce(sum(f.trusted), 0) FROM run r "
+            "LEFT JOIN unit u ON u.run_id = r.id LEFT JOIN finding f ON f.unit_id = u.id GROUP BY r.id");
+        std::map<RunId, RunTally> tallies;
+        while (row.Step()) {
+            const std::int64_t trusted = row.Integer(3);
+            tallies[row.Integer(0)] = {
+                .units = row.Integer(1), .findings = row.Integer(2) - trusted, .trusted = trusted};
+        }
+        return tallies;
     });
 }
 

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cstdint>
 #include <filesystem>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -77,6 +78,8 @@ class ProjectStore {
     Result<std::optional<RunRecord>> FindOpenRun();
     // Newest last.
     Result<std::vector<RunRecord>> ListRuns();
+    // Of every run.
+    Result<std::map<RunId, RunTally>> TallyRuns();
     // The newest complete run that was not narrowed.
     Result<std::optional<RunRecord>> LastCompleteRun();
     // The outcomes of a run's units, sorted by unit: what a resumed run need not do again (IsDone). Errors: NotFound.

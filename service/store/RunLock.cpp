@@ -70,6 +70,17 @@ Result<RunLock> RunLock::Acquire(const std::filesystem::path& projectFolder, std
                                                        "; try again when it has finished."};
 }
 
+bool RunLock::IsHeldElsewhere(const std::filesystem::path& projectFolder) {
+    const int descriptor = open((projectFolder / kLockFileName).c_str(), O_RDONLY | O_CLOEXEC);
+    if (descriptor < 0) {
+        return false;
+    }
+    struct flock holder = WholeFile();
+    const bool isHeld = fcntl(descriptor, F_GETLK, &holder) == 0 && holder.l_type != F_UNLCK;
+    close(descriptor);
+    return isHeld;
+}
+
 RunLock::RunLock(RunLock&& other) noexcept : descriptor_(std::exchange(other.descriptor_, -1)) {
 }
 

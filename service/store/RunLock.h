@@ -18,6 +18,9 @@ class RunLock {
     static Result<RunLock> Acquire(const std::filesystem::path& projectFolder,
                                    std::chrono::milliseconds wait = std::chrono::milliseconds{0});
 
+    // Whether another process checks the project just now. Writes nothing; what cannot be asked is not held.
+    static bool IsHeldElsewhere(const std::filesystem::path& projectFolder);
+
     RunLock(RunLock&& other) noexcept;
     RunLock& operator=(RunLock&& other) noexcept;
     ~RunLock();

@@ -135,6 +135,13 @@ struct RunRecord {
     bool clockWentBack = false;
 };
 
+// How much a run has left behind.
+struct RunTally {
+    std::int64_t units = 0;
+    std::int64_t findings = 0;  // trusted ones not included
+    std::int64_t trusted = 0;
+};
+
 // Whether the rule really looked at the unit, so that a finding which is no longer there is gone.
 bool IsVisited(const UnitOutcome& outcome);
 
