@@ -129,7 +129,8 @@ std::optional<int> Prepare(const CheckOptions& options, Preparation& ready) {
     ready.folder = *folder;
     auto memory = service::session::RunMemory::Open(*folder, MemoryUseOf(options));
     if (!memory) {
-        return Unusable(Advised(memory.Error()));
+        const bool mayHelp = !options.noMemory && memory.Error().code == service::store::StoreErrorCode::ReadOnly;
+        return Unusable(Advised(memory.Error()) + (mayHelp ? " With --no-memory nothing is recorded." : ""));
     }
     ready.memory = std::move(*memory);
     if (const std::optional<int> end = Plan(options, ready)) {

@@ -13,10 +13,7 @@ using service::store::StoreErrorCode;
 const char* AdviceFor(StoreErrorCode code) {
     switch (code) {
         case StoreErrorCode::Damaged:
-        case StoreErrorCode::Foreign:
             return "norvex runs --set-aside-damaged moves it away, so that a new one can begin";
-        case StoreErrorCode::ReadOnly:
-            return "norvex check --no-memory works without writing there";
         case StoreErrorCode::NothingStored:
             return "norvex check makes it";
         default:

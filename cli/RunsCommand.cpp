@@ -170,7 +170,7 @@ int SetAside(const std::filesystem::path& folder) {
         return Unusable(
             fmt::format("The database of the project \"{}\" is sound; nothing was moved.", folder.string()));
     }
-    if (damage->code != StoreErrorCode::Damaged && damage->code != StoreErrorCode::Foreign) {
+    if (damage->code != StoreErrorCode::Damaged) {
         return Refused(*damage);
     }
     const auto moved = service::store::SetAsideDatabase(folder);

@@ -212,6 +212,7 @@ void RunMemory::Remember(const TaskResult& result) {
 void RunMemory::Conclude(RunReport& report) {
     report.resumed = m_done.has_value();
     if (!m_store) {
+        Annotate(report, m_run, {}, nullptr);
         return;
     }
     if (m_use != MemoryUse::ReadOnly && !m_failure) {

@@ -1,0 +1,149 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <fmt/format.h>
+#include <gtest/gtest.h>
+
+#include "tests/service/store/StoreSupport.h"
+#include "tests/service/support/Program.h"
+
+using namespace norvex::test;
+using Json = nlohmann::json;
+
+namespace {
+
+// What norvex runs and norvex diff tell of the runs before.
+class History : public Program {
+  protected:
+    // Two floors, each with a ring of water pipes where it is wanted.
+    std::string Building(bool ringBelow, bool ringAbove) const {
+        PipeModel model;
+        model.Storey("1层", 0).System("Cold water", "DOMESTICCOLDWATER").Pipe({50000, 0, 0}, {51000, 0, 0});
+        if (ringBelow) {
+            model.Ring({0, 0, 2500});
+        }
+        model.Storey("2层", 3000)
+            .System("Cold water above", "DOMESTICCOLDWATER")
+            .Pipe({50000, 0, 3000}, {51000, 0, 3000});
+        if (ringAbove) {
+            model.Ring({9000, 0, 5500});
+        }
+        return Model(std::move(model));
+    }
+
+    ProcessResult Diff(std::vector<std::string> arguments = {}) const {
+        arguments.insert(arguments.begin(), {"diff", "--project", ProjectPath()});
+        return Run(arguments);
+    }
+    Json DiffJson(std::vector<std::string> arguments = {}) const {
+        arguments.insert(arguments.end(), {"--json", "-"});
+        const ProcessResult result = Diff(arguments);
+        EXPECT_TRUE(Json::accept(result.out)) << result.out << result.err;
+        return Json::parse(result.out);
+    }
+};
+
+TEST_F(History, DiffSaysWhatIsNewPersistingAndGone) {
+    ASSERT_EQ(Check(Building(true, false)).exitCode, 1);
+    ASSERT_EQ(Check(Building(true, true)).exitCode, 1);
+    const Json first = DiffJson();
+    EXPECT_EQ(first["format"], "norvex-diff");
+    EXPECT_EQ(first["from"]["run"], 1);
+    EXPECT_EQ(first["to"]["run"], 2);
+    ASSERT_EQ(first["new"].size(), 1U);
+    EXPECT_EQ(first["new"][0]["floor"], "2层");
+    ASSERT_EQ(first["persisting"].size(), 1U);
+    EXPECT_EQ(first["persisting"][0]["floor"], "1层");
+    EXPECT_EQ(Diff().exitCode, 1) << "something new that counts";
+
+    ASSERT_EQ(Check(Building(false, true)).exitCode, 1);
+    const ProcessResult second = Diff();
+    EXPECT_EQ(second.exitCode, 0) << second.out;
+    EXPECT_NE(second.out.find("Gone (1)"), std::string::npos) << second.out;
+    EXPECT_NE(second.out.find("0 new, 1 persisting, 1 gone."), std::string::npos) << second.out;
+    const Json whole = DiffJson({"--from", "1", "--to", "3"});
+    EXPECT_EQ(whole["new"].size(), 1U);
+    EXPECT_EQ(whole["gone"].size(), 1U);
+    EXPECT_EQ(whole["persisting"].size(), 0U);
+}
+
+TEST_F(History, ANarrowedRunNeverCallsGoneWhatItDidNotVisit) {
+    ASSERT_EQ(Check(Building(true, true)).exitCode, 1);
+    const ProcessResult narrowed = Check(Building(false, false), {"--floor", "1层", "--json", Path("a.json")});
+    EXPECT_EQ(narrowed.exitCode, 0) << narrowed.err;
+    const Json comparison = Json::parse(FileText(Path("a.json")))["comparison"];
+    ASSERT_EQ(comparison["gone"].size(), 1U);
+    EXPECT_EQ(comparison["gone"][0]["floor"], "1层");
+    EXPECT_EQ(comparison["notVisited"], 1);
+    const Json diff = DiffJson({"--to", "2"});
+    EXPECT_EQ(diff["gone"].size(), 1U);
+    EXPECT_EQ(diff["notVisited"], 1);
+}
+
+TEST_F(History, DiffNeedsTwoRuns) {
+    const ProcessResult unknown = Run({"diff"});
+    EXPECT_EQ(unknown.exitCode, 2);
+    ExpectOneSentence(unknown.err);
+    EXPECT_NE(unknown.err.find("No project has been checked yet"), std::string::npos) << unknown.err;
+    ASSERT_EQ(Check(Building(true, false)).exitCode, 1);
+    for (const std::vector<std::string>& arguments :
+         std::vector<std::vector<std::string>>{{}, {"--from", "7"}, {"--to", "7"}, {"--fail-on", "x"}}) {
+        const ProcessResult result = Diff(arguments);
+        EXPECT_EQ(result.exitCode, 2);
+        ExpectOneSentence(result.err);
+        EXPECT_EQ(result.out, "");
+    }
+}
+
+TEST_F(History, RunsAreListedWithNumberStatusScopeAndFindings) {
+    ASSERT_EQ(Check(Building(true, true)).exitCode, 1);
+    ASSERT_EQ(Check(Building(true, true), {"--floor", "1层"}).exitCode, 1);
+    const ProcessResult result = Run({"runs"});
+    EXPECT_EQ(result.exitCode, 0) << result.err;
+    EXPECT_NE(result.out.find(ProjectPath()), std::string::npos) << result.out;
+    std::vector<std::string> lines;
+    std::istringstream text(result.out);
+    for (std::string line; std::getline(text, line);) {
+        lines.push_back(line);
+    }
+    ASSERT_EQ(lines.size(), 4U) << result.out;
+    EXPECT_NE(lines[2].find("complete"), std::string::npos);
+    EXPECT_NE(lines[2].find("everything"), std::string::npos);
+    EXPECT_NE(lines[3].find("1 floor, 5 specialties"), std::string::npos) << lines[3];
+}
+
+TEST_F(History, KeepForgetsTheOldestRuns) {
+    const std::string model = Building(true, false);
+    for (int run = 0; run < 4; ++run) {
+        ASSERT_EQ(Check(model).exitCode, 1);
+    }
+    const ProcessResult result = Run({"runs", "--keep", "2"});
+    EXPECT_EQ(result.exitCode, 0) << result.err;
+    EXPECT_NE(result.out.find("2 runs were forgotten."), std::string::npos) << result.out;
+    auto project = std::move(*store::ProjectStore::Open(ProjectPath()));
+    const auto runs = Expect(project.ListRuns());
+    ASSERT_EQ(runs.size(), 2U);
+    EXPECT_EQ(runs[0].id, 3);
+    EXPECT_EQ(Run({"runs", "--keep", "-1"}).exitCode, 2);
+}
+
+TEST_F(History, IsFoundByModelByFolderOrAsTheLastOne) {
+    const std::string model = Building(true, false);
+    ASSERT_EQ(Run({"check", model}).exitCode, 1);
+    ASSERT_EQ(Check(model).exitCode, 1);
+    const std::string last = Run({"runs"}).out;
+    EXPECT_NE(last.find(ProjectPath()), std::string::npos) << last;
+    EXPECT_NE(Run({"runs", model}).out.find(Path("state") + "/norvex/house-"), std::string::npos);
+    EXPECT_NE(Run({"runs", "--project", ProjectPath()}).out.find(ProjectPath()), std::string::npos);
+    const ProcessResult unknown = Run({"runs", "--project", Path("nowhere")});
+    EXPECT_EQ(unknown.exitCode, 2);
+    ExpectOneSentence(unknown.err);
+    const ProcessResult unchecked = Run({"runs", Path("other.ifc")});
+    EXPECT_EQ(unchecked.exitCode, 2);
+    ExpectOneSentence(unchecked.err);
+    std::filesystem::remove_all(ProjectPath());
+    const ProcessResult gone = Run({"runs"});
+    EXPECT_EQ(gone.exitCode, 2);
+    ExpectOneSentence(gone.err);
+    EXPECT_NE(gone.err.find("no longer there"), std::string::npos) << gone.err;
+}
+
+}  // namespace
