@@ -122,7 +122,7 @@ int List(const std::filesystem::path& folder, bool noColour) {
              {std::to_string(tally.findings)},
              {std::to_string(tally.trusted)},
              {ScopeText(run.identity)},
-             {run.identity.modelPath}});
+             {std::filesystem::path(run.identity.modelPath).filename().string()}});
     }
     const std::string head = fmt::format("Project  {}\n", report::Sanitised(folder.string()));
     const std::string text = runs->empty() ? "No run is remembered.\n" : table.ToText(StyleOfOutput(noColour));

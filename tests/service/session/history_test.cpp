@@ -2,6 +2,8 @@
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 
+#include <sstream>
+
 #include "tests/service/store/StoreSupport.h"
 #include "tests/service/support/Program.h"
 
@@ -13,20 +15,23 @@ namespace {
 // What norvex runs and norvex diff tell of the runs before.
 class History : public Program {
   protected:
-    // Two floors, each with a ring of water pipes where it is wanted.
+    // Two floors with four pipes each, which close a ring where it is wanted. Every pipe keeps its GlobalId.
     std::string Building(bool ringBelow, bool ringAbove) const {
         PipeModel model;
-        model.Storey("1层", 0).System("Cold water", "DOMESTICCOLDWATER").Pipe({50000, 0, 0}, {51000, 0, 0});
-        if (ringBelow) {
-            model.Ring({0, 0, 2500});
-        }
-        model.Storey("2层", 3000)
-            .System("Cold water above", "DOMESTICCOLDWATER")
-            .Pipe({50000, 0, 3000}, {51000, 0, 3000});
-        if (ringAbove) {
-            model.Ring({9000, 0, 5500});
-        }
+        model.Storey("1层", 0).System("Cold water", "DOMESTICCOLDWATER");
+        AddPipes(model, 0, ringBelow);
+        model.Storey("2层", 3000);
+        AddPipes(model, 3000, ringAbove);
         return Model(std::move(model));
+    }
+
+    static void AddPipes(PipeModel& model, double z, bool isRing) {
+        model.Pipe({0, 0, z}, {1000, 0, z}).Pipe({1000, 0, z}, {1000, 1000, z}).Pipe({1000, 1000, z}, {0, 1000, z});
+        if (isRing) {
+            model.Pipe({0, 1000, z}, {0, 0, z});
+        } else {
+            model.Pipe({0, 1000, z}, {0, 2000, z});
+        }
     }
 
     ProcessResult Diff(std::vector<std::string> arguments = {}) const {

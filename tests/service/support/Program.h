@@ -72,7 +72,7 @@ class RunningProcess {
 class Program : public testing::Test {
   protected:
     std::string Path(const std::string& name) const { return (m_folder / name).string(); }
-    std::string ProjectPath() const { return Path("项目 with blanks"); }
+    std::string ProjectPath() const { return (m_projects.empty() ? m_folder.Path() : m_projects) / "项目 with blanks"; }
 
     std::string Model(PipeModel model, const std::string& name = "house.ifc") const {
         WriteFile(m_folder / name, model.Text());
@@ -124,6 +124,7 @@ class Program : public testing::Test {
     }
 
     TemporaryFolder m_folder;
+    std::filesystem::path m_projects;  // where the project lies; empty: in m_folder
     std::string m_program = NORVEX_PROGRAM;
 };
 
