@@ -199,7 +199,7 @@ int CheckModel(const ifc::BuildingModel& model, const CheckOptions& options, ser
         return *end;
     }
     const service::RunReport report = RunChecks(ready, options, control);
-    const bool delivered = outputs.Deliver(report, model, ready.floors);
+    const bool delivered = outputs.Deliver(report, {.model = &model, .floors = ready.floors.Floors(), .whyNot = {}});
     if (ready.memory->Failure()) {
         Complain(*ready.memory->Failure());
     }

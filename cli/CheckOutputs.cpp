@@ -17,16 +17,17 @@
 namespace norvex::cli {
 namespace {
 
-std::string PageText(const service::RunReport& report, const ifc::BuildingModel& model,
-                     const service::IfcFloors& floors) {
+std::string PageText(const service::RunReport& report, const ModelView& view) {
+    const report::RunPage page = view.model == nullptr ? report::MakeRunPageWithoutPlan(report, view.whyNot)
+                                                       : report::MakeRunPage(report, *view.model, view.floors);
     std::ostringstream text;
-    report::page::WritePage(report::MakeRunPage(report, model, floors.Floors()).model, text);
+    report::page::WritePage(page.model, text);
     return std::move(text).str();
 }
 
-std::string BcfArchive(const service::RunReport& report, const ifc::BuildingModel& model,
-                       const service::IfcFloors& floors, report::bcf::Grouping grouping) {
-    return report::bcf::MakeBcf(report, model, floors.Floors(),
+std::string BcfArchive(const service::RunReport& report, const ModelView& view, report::bcf::Grouping grouping) {
+    const ifc::BuildingModel nothing;
+    return report::bcf::MakeBcf(report, view.model == nullptr ? nothing : *view.model, view.floors,
                                 {.grouping = grouping, .moment = service::store::SystemClock().Now()});
 }
 
@@ -131,15 +132,29 @@ std::string CheckOutputs::StandardText(const service::RunReport& report) const {
     return report::CheckText(report, style, {.allOutcomes = m_options.outcomes, .times = TimesOf(m_options)});
 }
 
-bool CheckOutputs::Deliver(const service::RunReport& report, const ifc::BuildingModel& model,
-                           const service::IfcFloors& floors) {
+bool CheckOutputs::Deliver(const service::RunReport& report, const ModelView& view) {
     // A run that the project does not remember leaves nothing in its folder.
-    bool isDelivered = report.run == 0 || Succeeded(report::WriteResultFiles(report).failure);
+    const bool areResultsWritten = report.run == 0 || Succeeded(report::WriteResultFiles(report).failure);
+    const bool areFilesWritten = WriteFiles(report, view);
+    return WriteStandard(report) && areResultsWritten && areFilesWritten;
+}
+
+bool CheckOutputs::WriteStandard(const service::RunReport& report) {
+    return WriteOut(StandardText(report));
+}
+
+bool CheckOutputs::HasFilesOnly() const {
+    const bool hasFiles = m_options.html || m_options.bcf || m_options.json || m_options.sarif;
+    return hasFiles && m_format == "text";
+}
+
+bool CheckOutputs::WriteFiles(const service::RunReport& report, const ModelView& view) {
+    bool isDelivered = true;
     if (m_options.html) {
-        isDelivered = Succeeded(m_html.Commit(PageText(report, model, floors))) && isDelivered;
+        isDelivered = Succeeded(m_html.Commit(PageText(report, view)));
     }
     if (m_options.bcf) {
-        isDelivered = Succeeded(m_bcf.Commit(BcfArchive(report, model, floors, m_bcfGrouping))) && isDelivered;
+        isDelivered = Succeeded(m_bcf.Commit(BcfArchive(report, view, m_bcfGrouping))) && isDelivered;
     }
     if (m_options.json && m_options.json != "-") {
         isDelivered = Succeeded(m_json.Commit(report::CheckJson(report, TimesOf(m_options)))) && isDelivered;
@@ -147,7 +162,7 @@ bool CheckOutputs::Deliver(const service::RunReport& report, const ifc::Building
     if (m_options.sarif && m_options.sarif != "-") {
         isDelivered = Succeeded(m_sarif.Commit(report::CheckSarif(report, TimesOf(m_options)))) && isDelivered;
     }
-    return WriteOut(StandardText(report)) && isDelivered;
+    return isDelivered;
 }
 
 }  // namespace norvex::cli

@@ -4,11 +4,11 @@
 #include <CLI/CLI.hpp>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "cli/Output.h"
 #include "ifc/BuildingModel.h"
 #include "report/bcf/WriteBcf.h"
-#include "service/IfcFloors.h"
 #include "service/RunReport.h"
 
 namespace norvex::cli {
@@ -29,6 +29,13 @@ struct OutputOptions {
 
 void AddOutputOptions(CLI::App& command, OutputOptions& options);
 
+// What there is to draw of the model of a run.
+struct ModelView {
+    const ifc::BuildingModel* model = nullptr;  // null: nothing
+    std::vector<service::FloorRecord> floors;   // of the whole building, as service::IfcFloors has them
+    std::string whyNot;                         // one sentence without a model
+};
+
 // The files and streams that take the report. Each file is written whole or not at all.
 class CheckOutputs {
   public:
@@ -42,7 +49,14 @@ class CheckOutputs {
     // Requires: Open succeeded. Writes the project's result files, unless the project does not remember the run, and
     // the report where it is wanted. Returns false, having said so, when not all of it could be delivered; what could
     // be is.
-    bool Deliver(const service::RunReport& report, const ifc::BuildingModel& model, const service::IfcFloors& floors);
+    bool Deliver(const service::RunReport& report, const ModelView& view);
+
+    // The parts of it. Each returns false, having said so, when not all of it could be delivered.
+    bool WriteFiles(const service::RunReport& report, const ModelView& view);
+    bool WriteStandard(const service::RunReport& report);
+
+    // Whether something beside standard output takes the report, and standard output is not told to take it.
+    bool HasFilesOnly() const;
 
   private:
     std::optional<std::string> OpenFiles();

@@ -20,8 +20,10 @@ Command AddCheck(CLI::App& app);
 Command AddControl(CLI::App& app);
 Command AddDiff(CLI::App& app);
 Command AddInspect(CLI::App& app);
+Command AddReport(CLI::App& app);
 Command AddRules(CLI::App& app);
 Command AddRuns(CLI::App& app);
+Command AddShow(CLI::App& app);
 Command AddTrust(CLI::App& app);
 
 }  // namespace norvex::cli

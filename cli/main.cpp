@@ -99,8 +99,10 @@ int Main(int argc, char** argv) {
         AddControl(app),
         AddDiff(app),
         AddInspect(app),
+        AddReport(app),
         AddRules(app),
         AddRuns(app),
+        AddShow(app),
         AddTrust(app),
     };
     try {

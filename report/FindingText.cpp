@@ -130,10 +130,11 @@ std::string NoveltyText(const RunReport& report, const FindingRecord& finding, b
 }
 
 std::string AcceptanceText(const FindingRecord& finding) {
-    if (!finding.acceptance) {
+    const std::optional<service::Acceptance>& said = finding.trusted ? finding.acceptance : finding.expired;
+    if (!said) {
         return finding.trusted ? "Accepted: it is shown, but it does not count." : "";
     }
-    const service::Acceptance& acceptance = *finding.acceptance;
+    const service::Acceptance& acceptance = *said;
     std::string text = fmt::format("{} by {} on {} (trust {})", finding.trusted ? "Accepted" : "Was accepted",
                                    acceptance.person, acceptance.addedOn, acceptance.entry);
     if (!acceptance.expiresOn.empty()) {

@@ -195,8 +195,8 @@ class Maker {
         }
         if (record.trusted) {
             finding.trust = TrustOf(page::TrustState::Trusted, record.acceptance.value_or(service::Acceptance{}));
-        } else if (record.acceptance) {
-            finding.trust = TrustOf(page::TrustState::Expired, *record.acceptance);
+        } else if (record.expired) {
+            finding.trust = TrustOf(page::TrustState::Expired, *record.expired);
         }
         finding.change = ChangeOf(record.novelty);
         return finding;

@@ -47,7 +47,7 @@ std::optional<FailOn> FailOnOfName(std::string_view name) {
     return std::nullopt;
 }
 
-void NoteWhatIsMissing(RunReport& report) {
+void NoteWhatWasNotRead(RunReport& report) {
     if (report.model.lostInstances > 0) {
         report.incomplete.push_back(fmt::format("{} of the model could not be read, so they were not checked.",
                                                 report.model.lostInstances == 1
@@ -57,6 +57,10 @@ void NoteWhatIsMissing(RunReport& report) {
     if (report.model.isCutOff) {
         report.incomplete.push_back("The model is cut off at its end; what may have followed was not checked.");
     }
+}
+
+void NoteWhatIsMissing(RunReport& report) {
+    NoteWhatWasNotRead(report);
     const auto cancelled = std::count_if(report.tasks.begin(), report.tasks.end(),
                                          [](const TaskRecord& task) { return task.outcome == Outcome::Cancelled; });
     if (cancelled > 0) {

@@ -25,6 +25,8 @@ enum class Verdict : std::uint8_t {
 // that could look at nothing of what it is about, and a run in which no rule looked at anything. None of these must
 // pass for clean.
 void NoteWhatIsMissing(RunReport& report);
+// Of these, the sentences about the model alone.
+void NoteWhatWasNotRead(RunReport& report);
 
 // Requires: NoteWhatIsMissing was called.
 Verdict Judge(const RunReport& report, FailOn failOn);

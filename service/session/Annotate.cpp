@@ -146,6 +146,16 @@ void Annotate(RunReport& report, const store::RunRecord& run, const std::vector<
     }
 }
 
+void NoteExpired(RunReport& report, const std::vector<store::TrustListing>& listings) {
+    for (FindingRecord& record : report.findings) {
+        const auto hid = std::find_if(listings.begin(), listings.end(), [&](const store::TrustListing& listing) {
+            return listing.expired && !record.trusted &&
+                   store::Hides(listing.entry, UnitOf(record), StoredFindingOf(record));
+        });
+        record.expired = hid == listings.end() ? std::nullopt : std::optional(AcceptanceOf(hid->entry));
+    }
+}
+
 std::vector<AcceptanceRecord> AcceptanceRecords(const std::vector<store::TrustListing>& listings) {
     std::vector<AcceptanceRecord> records;
     for (const store::TrustListing& listing : listings) {

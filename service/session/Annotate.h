@@ -17,6 +17,9 @@ namespace norvex::service::session {
 void Annotate(RunReport& report, const store::RunRecord& run, const std::vector<store::TrustEntry>& trust,
               const store::RunContents* before);
 
+// Sets what has expired on the findings that it hid. listings: everything that is accepted.
+void NoteExpired(RunReport& report, const std::vector<store::TrustListing>& listings);
+
 // Everything that is accepted, as a report has it; in the same order.
 std::vector<AcceptanceRecord> AcceptanceRecords(const std::vector<store::TrustListing>& listings);
 

@@ -232,6 +232,7 @@ void RunMemory::Conclude(RunReport& report) {
     Annotate(report, m_run, m_trustEntries, before ? &*before : nullptr);
     if (const store::Result<std::vector<store::TrustListing>> listings = m_store->ListTrust()) {
         report.acceptances = AcceptanceRecords(*listings);
+        NoteExpired(report, *listings);
     } else {
         Fail("What is accepted in the project is not in the report", listings.Error());
     }

@@ -195,6 +195,7 @@ store::Result<RunReport> StoredReport(store::ProjectStore& project, store::RunId
     report.projectFolder = project.DatabasePath().parent_path().string();
     Annotate(report, contents->run, contents->trust, earlier ? &*earlier : nullptr);
     report.acceptances = AcceptanceRecords(*listings);
+    NoteExpired(report, *listings);
     return report;
 }
 

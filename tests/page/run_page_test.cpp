@@ -92,7 +92,7 @@ TEST(RunPage, TellsNoveltyAndAcceptanceOfEachFinding) {
     report.findings[1].novelty = service::Novelty::Persisting;
     report.findings[2].trusted = true;
     report.findings[2].acceptance = service::Acceptance{7, "ring main", "Ada", "2026-03-01", "2026-09-01"};
-    report.findings[3].acceptance = service::Acceptance{8, "until delivery", "Ben", "2026-01-01", "2026-02-01"};
+    report.findings[3].expired = service::Acceptance{8, "until delivery", "Ben", "2026-01-01", "2026-02-01"};
     const report::RunPage page = report::MakeRunPage(report, building, {});
     using report::page::Change;
     using report::page::TrustState;

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <utility>
+
 using namespace norvex;
 using report::FindingText;
 using report::ShellWord;
@@ -92,6 +94,7 @@ TEST(FindingText, TellsHowItStandsToTheRunBeforeAndToTrust) {
     report.findings[0].acceptance = service::Acceptance{3, "ring main", "Ada", "2026-02-01", "2026-09-01"};
     EXPECT_NE(text().find("Accepted by Ada on 2026-02-01 (trust 3), until 2026-09-01: ring main"), std::string::npos);
     report.findings[0].trusted = false;
+    report.findings[0].expired = std::exchange(report.findings[0].acceptance, std::nullopt);
     EXPECT_NE(text().find("Was accepted by Ada on 2026-02-01 (trust 3), which expired on 2026-09-01: ring main"),
               std::string::npos);
 }

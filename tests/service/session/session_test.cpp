@@ -215,6 +215,23 @@ TEST(Acceptances, StandWithTheFindingsThatTheyHide) {
     EXPECT_FALSE(report.findings[1].acceptance);
 }
 
+TEST(Acceptances, AreRememberedByTheFindingsThatAreBack) {
+    FindingRecord trusted = On("3层", Code(1), "guid-1");
+    trusted.trusted = true;
+    RunReport report = Report({trusted, On("3层", Code(1), "guid-2"), On("3层", Code(2), "guid-3")});
+    store::TrustListing listing;
+    listing.entry = TrustedFinding(Code(1));
+    listing.entry.expiresOn = "2026-03-01";
+    NoteExpired(report, {listing});
+    EXPECT_FALSE(report.findings[1].expired) << "it still holds";
+    listing.expired = true;
+    NoteExpired(report, {listing});
+    EXPECT_FALSE(report.findings[0].expired) << "another acceptance hides it";
+    ASSERT_TRUE(report.findings[1].expired);
+    EXPECT_EQ(report.findings[1].expired->expiresOn, "2026-03-01");
+    EXPECT_FALSE(report.findings[2].expired);
+}
+
 TEST(StoredReport, NumbersFindingsInTheOrderOfTheRun) {
     const ProjectFolder folder;
     store::ProjectStore project = OpenStore(folder);
