@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: Apache-2.0
 # Drives Chromium through report pages. Usage: run.sh WORK_FOLDER TEST.mjs ...
-# The tests learn from the environment what to make their pages with: NORVEX, MAKE_PAGE, SAMPLES, NORVEX_SHARED.
+# The tests learn from the environment what to make their pages with: NORVEX, NORVEX_SAMPLE, MAKE_PAGE, SAMPLES,
+# NORVEX_SHARED.
 # The pages and the screenshots stay in the work folder.
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)

@@ -162,6 +162,54 @@ test("says at the top what was not checked", async () => {
     assert.match(await page.locator("#coverage-table").textContent(), /1 × IfcPipeSegment: no relation places it/);
 });
 
+test("shows what a project remembers: what is trusted, what persists, what is gone", async () => {
+    const project = ["--project", "history-project"];
+    fs.rmSync(path.join(work, "history-project"), { recursive: true, force: true });
+    run("NORVEX", [1], "check", path.join(process.env.SAMPLES, "house.ifc"), ...project, "--quiet");
+    const loop = result.findings.find((finding) => finding.sentence.startsWith("4 pipes of the system \"给水系统"));
+    run("NORVEX", [0], "trust", "add", "--finding", loop.featureCode, "--reason", "a ring by intention", "--person", "Ada", ...project);
+    // The same house once most of its defects are repaired, and one more is made.
+    run("NORVEX_SAMPLE", [0], "--floors", "3", "--bays", "1", "--defects", "water-loop,pipe-pair,gap", "-o", "repaired.ifc",
+        "--expected", "repaired.tsv", "--others", "repaired.others.tsv");
+    run("NORVEX", [1], "check", "repaired.ifc", ...project, "--html", "history.html", "--json", "history.json", "--quiet");
+    const second = JSON.parse(fs.readFileSync(path.join(work, "history.json"), "utf8"));
+    const page = await open(browser, "history.html");
+    await settle(page);
+    await shot(page, "sample-history");
+    assert.match(await page.locator("#run-line").textContent(), /run 2, \d{4}-\d\d-\d\d \d\d:\d\d UTC .*compared with run 1/);
+    assert.equal(await totalOf(page, "trusted"), 1);
+    assert.equal(await totalOf(page, "gone"), second.comparison.gone.length);
+    assert.ok(second.comparison.gone.length > 0);
+    assert.equal(await page.locator("#fault").isVisible(), false);
+    await page.locator("#filter-state").selectOption("trusted");
+    await firstFinding(page).click();
+    assert.match(await page.locator("#details").textContent(), /Trusted by Ada.*a ring by intention/);
+    await page.locator("#filter-state").selectOption("gone");
+    assert.equal(await shownCount(page), second.comparison.gone.length);
+    await firstFinding(page).click();
+    assert.match(await page.locator("#details").textContent(), /Run 1 found it, this run does not any more\./);
+    await page.locator("#filter-state").selectOption("persisting");
+    assert.equal(await shownCount(page), second.findings.filter((finding) => finding.novelty === "persisting").length);
+    assert.deepEqual(page.complaints, []);
+});
+
+test("shows the findings of a stored run when its model has changed", async () => {
+    const project = ["--project", "changed-project"];
+    fs.rmSync(path.join(work, "changed-project"), { recursive: true, force: true });
+    fs.copyFileSync(path.join(process.env.SAMPLES, "house.ifc"), path.join(work, "changed.ifc"));
+    run("NORVEX", [1], "check", "changed.ifc", ...project, "--quiet");
+    fs.appendFileSync(path.join(work, "changed.ifc"), "\n");
+    run("NORVEX", [0], "report", ...project, "--html", "changed.html");
+    const page = await open(browser, "changed.html");
+    await settle(page);
+    await shot(page, "sample-changed");
+    assert.match(await page.locator("#coverage").textContent(), /changed\.ifc" is not the one that was checked any more, so no plan is drawn\./);
+    assert.equal(await shownCount(page), result.findings.length);
+    await firstFinding(page).click();
+    assert.ok((await chosenGlobalIds(page)).length > 0);
+    assert.deepEqual(page.complaints, []);
+});
+
 test("draws a real model", async (context) => {
     const model = path.join(process.env.NORVEX_SHARED, "models", "B03_hvac_heating.ifc");
     if (!fs.existsSync(model)) {

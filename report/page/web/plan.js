@@ -254,6 +254,7 @@ function drawDiameters(context) {
         return;
     }
     const taken = new Set();
+    const chosen = new Set(selectedObjects());
     context.font = "11px system-ui, sans-serif";
     context.textAlign = "center";
     context.textBaseline = "middle";
@@ -264,13 +265,14 @@ function drawDiameters(context) {
     for (const object of inSight) {
         const text = elements.hasEnds(object) && !choice.hiddenSpecialties.has(specialtyOf(object)) ? diameterText(object) : "";
         if (text) {
-            drawDiameter(context, object, text, taken);
+            drawDiameter(context, object, text, taken, chosen.has(object) ? 15 : 8);
         }
     }
     context.globalAlpha = 1;
 }
 
-function drawDiameter(context, object, text, taken) {
+// aside: pixels from the edge of the line to the middle of the text; the mark around what is chosen must not cover it.
+function drawDiameter(context, object, text, taken, aside) {
     const { view, colours } = plan;
     const elements = report.elements;
     const dx = (elements.x1[object] - elements.x0[object]) * view.scale;
@@ -291,7 +293,7 @@ function drawDiameter(context, object, text, taken) {
     context.save();
     context.translate(x, y);
     context.rotate(angle);
-    const away = -lineWidth(elements.width[object], view.scale) / 2 - 8;
+    const away = -lineWidth(elements.width[object], view.scale) / 2 - aside;
     context.strokeText(text, 0, away);
     context.fillStyle = colours.specialties[specialtyOf(object)];
     context.fillText(text, 0, away);
