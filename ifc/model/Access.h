@@ -24,6 +24,48 @@ class Access {
     std::string_view UpperName(std::uint32_t index) const { return file_->ClassNames()[file_->Class(index)]; }
     part21::ValueCursor Arguments(std::uint32_t index) const { return file_->Arguments(index); }
 
+    // Walks instances in their order. The text of those that follow is on its way from memory meanwhile: instances of
+    // one class lie far apart in a large file.
+    class Ahead {
+      public:
+        class Iterator {
+          public:
+            Iterator(const part21::ExchangeFile& file, const std::uint32_t* at, const std::uint32_t* end)
+                : file_(&file), at_(at), end_(end) {}
+            std::uint32_t operator*() const {
+                if (end_ - at_ > kDistance) {
+                    __builtin_prefetch(file_->ArgumentText(at_[kDistance]));
+                }
+                return *at_;
+            }
+            Iterator& operator++() {
+                ++at_;
+                return *this;
+            }
+            bool operator!=(const Iterator& other) const { return at_ != other.at_; }
+
+          private:
+            // Enough for the memory to answer in, and few enough to stay in the cache.
+            static constexpr std::ptrdiff_t kDistance = 8;
+
+            const part21::ExchangeFile* file_;
+            const std::uint32_t* at_;
+            const std::uint32_t* end_;
+        };
+
+        Ahead(const part21::ExchangeFile& file, const std::vector<std::uint32_t>& instances)
+            : file_(&file), begin_(instances.data()), end_(instances.data() + instances.size()) {}
+        Iterator begin() const { return {*file_, begin_, end_}; }
+        Iterator end() const { return {*file_, end_, end_}; }
+
+      private:
+        const part21::ExchangeFile* file_;
+        const std::uint32_t* begin_;
+        const std::uint32_t* end_;
+    };
+    // The vector must outlive what is returned, and not change meanwhile.
+    Ahead InTurn(const std::vector<std::uint32_t>& instances) const { return {*file_, instances}; }
+
     // A reference to an instance that the file does not hold.
     struct Dangling {
         std::size_t offset;  // of the reference, in bytes from the beginning of the file

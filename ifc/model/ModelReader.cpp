@@ -199,7 +199,7 @@ void ModelReader::ReadStoreys() {
 void ModelReader::ReadElements() {
     model_.elements.reserve(census_.elements.size());
     drafts_.reserve(census_.elements.size());
-    for (const std::uint32_t instance : census_.elements) {
+    for (const std::uint32_t instance : access_.InTurn(census_.elements)) {
         const ClassInfo& info = access_.Info(instance);
         Element element;
         Draft draft;
@@ -242,7 +242,7 @@ std::uint32_t ModelReader::TypeAt(std::uint32_t instance) {
 }
 
 void ModelReader::ReadTypes() {
-    for (const std::uint32_t relation : census_.byType) {
+    for (const std::uint32_t relation : access_.InTurn(census_.byType)) {
         const std::uint32_t type = access_.Follow(access_.Argument(relation, 5));
         if (access_.RoleOf(type) != Role::TypeObject) {
             continue;
@@ -273,7 +273,7 @@ void ModelReader::ReadTypes() {
 void ModelReader::ReadStructure() {
     parent_.assign(file_.InstanceCount(), kNoInstance);
     const auto note = [&](const std::vector<std::uint32_t>& relations, std::size_t parts, std::size_t whole) {
-        for (const std::uint32_t relation : relations) {
+        for (const std::uint32_t relation : access_.InTurn(relations)) {
             const std::uint32_t container = access_.Follow(access_.Argument(relation, whole));
             if (container == kNoInstance) {
                 continue;
@@ -372,7 +372,7 @@ void ModelReader::ReadSystems() {
         systemSpecialties_.push_back(specialty);
     }
     std::vector<std::pair<std::uint32_t, std::uint32_t>> members;  // element, system
-    for (const std::uint32_t relation : census_.toGroup) {
+    for (const std::uint32_t relation : access_.InTurn(census_.toGroup)) {
         const std::uint32_t group = access_.Follow(access_.Argument(relation, 6));
         const Role role = access_.RoleOf(group);
         if ((role != Role::System && role != Role::Circuit) || slot_[group] == kNoIndex) {
@@ -430,17 +430,17 @@ void ModelReader::ReadPorts() {
     model_.counts.portsToElement = static_cast<std::uint32_t>(census_.portToElement.size());
     input_.ports.reserve(census_.ports.size());
     input_.stated.reserve(census_.connectsPorts.size());
-    for (const std::uint32_t instance : census_.ports) {
+    for (const std::uint32_t instance : access_.InTurn(census_.ports)) {
         slot_[instance] = static_cast<std::uint32_t>(input_.ports.size());
         input_.ports.push_back({file_.Id(instance), kNoIndex, {}, false});
     }
-    for (const std::uint32_t relation : census_.portToElement) {
+    for (const std::uint32_t relation : access_.InTurn(census_.portToElement)) {
         ValueCursor arguments = access_.Arguments(relation);
         arguments.Skip(4);
         const std::uint32_t port = access_.Follow(arguments.Next());
         OwnPort(port, access_.Follow(arguments.Next()), file_.Offset(relation));
     }
-    for (const std::uint32_t relation : census_.nests) {
+    for (const std::uint32_t relation : access_.InTurn(census_.nests)) {
         const std::uint32_t owner = access_.Follow(access_.Argument(relation, 4));
         ForEach(access_, access_.Argument(relation, 5), [&](std::uint32_t part) {
             if (access_.RoleOf(part) == Role::Port) {
@@ -448,7 +448,7 @@ void ModelReader::ReadPorts() {
             }
         });
     }
-    for (const std::uint32_t instance : census_.ports) {
+    for (const std::uint32_t instance : access_.InTurn(census_.ports)) {
         NetworkPort& port = input_.ports[slot_[instance]];
         const std::uint32_t placement = access_.Follow(access_.Argument(instance, 5));
         if (port.element == kNoIndex || placement == kNoInstance) {
@@ -463,7 +463,7 @@ void ModelReader::ReadPorts() {
 
 void ModelReader::ReadConnections() {
     model_.counts.statedConnections = static_cast<std::uint32_t>(census_.connectsPorts.size());
-    for (const std::uint32_t relation : census_.connectsPorts) {
+    for (const std::uint32_t relation : access_.InTurn(census_.connectsPorts)) {
         ValueCursor arguments = access_.Arguments(relation);
         arguments.Skip(4);
         const std::uint32_t first = access_.Follow(arguments.Next());
@@ -573,7 +573,7 @@ void ModelReader::AddConnectionType(Element& element, std::string_view type) {
 
 // Most sets hold neither a diameter nor a connection type, so a set is only read when somebody misses something.
 void ModelReader::ReadProperties() {
-    for (const std::uint32_t relation : census_.byProperties) {
+    for (const std::uint32_t relation : access_.InTurn(census_.byProperties)) {
         ValueCursor arguments = access_.Arguments(relation);
         arguments.Skip(4);
         const Value objects = arguments.Next();

@@ -46,6 +46,8 @@ class ExchangeFile {
     ClassId Class(std::uint32_t index) const { return classes_[index]; }
     // A complex instance #1=(A(..)B(..)) has the class of its first record and gives that record's arguments.
     ValueCursor Arguments(std::uint32_t index) const { return ValueCursor(text_.substr(offsets_[index] + 1)); }
+    // Returns: where the arguments stand in the text.
+    const char* ArgumentText(std::uint32_t index) const { return text_.data() + offsets_[index]; }
     // Returns: the arguments of the record of this class in a complex instance, or of the instance itself; else empty.
     std::optional<ValueCursor> Record(std::uint32_t index, std::string_view className) const;
     // Returns: the offset of the instance's '#'.
