@@ -95,15 +95,8 @@ int Main(int argc, char** argv) {
     app.require_subcommand(1);
     app.footer(std::string(kExamples) + kExitCodes);
     const std::vector<Command> commands{
-        AddCheck(app),
-        AddControl(app),
-        AddDiff(app),
-        AddInspect(app),
-        AddReport(app),
-        AddRules(app),
-        AddRuns(app),
-        AddShow(app),
-        AddTrust(app),
+        AddCheck(app), AddControl(app), AddDiff(app), AddInspect(app), AddReport(app),
+        AddRules(app), AddRuns(app),    AddShow(app), AddTrust(app),
     };
     try {
         app.parse(argc, argv);
