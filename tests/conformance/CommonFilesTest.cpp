@@ -42,7 +42,8 @@ class ResultFileContract : public norvex::contract::CleanRun {
         CNorvexData::s_strCurSpec = specialty;
         const std::time_t before = std::time(nullptr);
         const CString name = CComMethod::GetResultFileName();
-        const std::time_t after = std::time(nullptr);
+        // time() reads a clock that may be a tick behind the one that names are made from.
+        const std::time_t after = std::time(nullptr) + 1;
         std::vector<CString> possible;
         for (std::time_t moment = before; moment <= after; ++moment) {
             possible.push_back(HostPath(folder.Path()) + L"\\NxResult\\NxResult" + tag +

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
 
-#include <sys/socket.h>
+#include <pty.h>
 #include <sys/stat.h>
-#include <sys/un.h>
 
 #include <algorithm>
+#include <array>
 #include <csignal>
-#include <cstring>
+#include <cstdlib>
 #include <nlohmann/json.hpp>
 
 #include "tests/service/support/PipeModel.h"
@@ -229,6 +229,39 @@ TEST_F(RunningProgram, EndsAtOnceAtTheSecondInterrupt) {
     EXPECT_EQ(UnfinishedFiles(), std::vector<std::string>());
     close(ends[0]);
     close(ends[1]);
+}
+
+// The percentages that a redrawn line showed, and whether it ever said a text.
+std::vector<int> PercentagesIn(const std::string& screen) {
+    std::vector<int> percentages;
+    for (std::size_t at = screen.find("] "); at != std::string::npos; at = screen.find("] ", at + 1)) {
+        percentages.push_back(std::atoi(screen.c_str() + at + 2));
+    }
+    return percentages;
+}
+
+TEST_F(RunningProgram, ShowsOnATerminalWhatIsBeingCheckedAndHowFarItIs) {
+    WriteModel({"half a second", "half a second ", "1F", "2F"});
+    int terminal = -1;
+    m_process = forkpty(&terminal, nullptr, nullptr, nullptr);
+    if (m_process == 0) {
+        setenv("TERM", "xterm", 1);
+        execl(Path("app/norvex").c_str(), "norvex", "check", Path("house.ifc").c_str(), "--project",
+              Path("project").c_str(), "-j", "2", nullptr);
+        _exit(127);
+    }
+    std::string screen;
+    std::array<char, 4096> buffer{};
+    for (ssize_t count = 0; (count = read(terminal, buffer.data(), buffer.size())) > 0;) {
+        screen.append(buffer.data(), static_cast<std::size_t>(count));
+    }
+    close(terminal);
+    EXPECT_EQ(End(), 1) << screen;
+    const std::vector<int> percentages = PercentagesIn(screen.substr(0, screen.find("Findings")));
+    ASSERT_GT(percentages.size(), 3U) << screen;
+    EXPECT_TRUE(std::is_sorted(percentages.begin(), percentages.end())) << screen;
+    EXPECT_LE(percentages.back(), 100);
+    EXPECT_NE(screen.find("CCheckCrashing, half a second, 给排水"), std::string::npos) << screen;
 }
 
 }  // namespace
