@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <fmt/format.h>
+#include <cmath>
 #include <memory>
 #include <utility>
 
@@ -240,11 +241,16 @@ void AddRunOptions(CLI::App& command, service::RunSettings& settings) {
     command
         .add_option("--jobs,-j", settings.jobs,
                     "Floors that are checked side by side; 0, the default: as many as there are processors")
+        ->check(CLI::Range(0, 1000))
         ->type_name("N");
     command
         .add_option_function<double>(
             "--rule-timeout",
             [&settings](const double& seconds) {
+                // The range lets pass what is no number, because that is neither less nor more.
+                if (std::isnan(seconds)) {
+                    throw CLI::ValidationError("--rule-timeout", "nan is no number of seconds");
+                }
                 settings.budget = std::chrono::milliseconds(static_cast<std::int64_t>(seconds * 1000));
             },
             "Seconds that one rule may take for one floor and specialty; it counts as crashed then. Default: 600")

@@ -47,9 +47,12 @@ bool WriteOut(std::string_view text) {
     return failure == 0;
 }
 
+void WriteError(std::string_view text) {
+    static_cast<void>(WriteAll(STDERR_FILENO, text));
+}
+
 void Complain(std::string_view sentence) {
-    // Nobody is left to tell when standard error fails too.
-    static_cast<void>(WriteAll(STDERR_FILENO, "norvex: " + report::Sanitised(sentence) + "\n"));
+    WriteError("norvex: " + report::Sanitised(sentence) + "\n");
 }
 
 }  // namespace norvex::cli

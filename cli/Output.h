@@ -14,6 +14,9 @@ void KeepStandardFiles();
 // Writes text to standard output. Returns false, and says so on standard error, when not all of it could be written.
 bool WriteOut(std::string_view text);
 
+// Writes text to standard error; nobody is left to tell when that fails.
+void WriteError(std::string_view text);
+
 // "norvex: sentence" on standard error, control characters made visible.
 void Complain(std::string_view sentence);
 

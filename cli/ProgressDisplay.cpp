@@ -3,8 +3,8 @@
 
 #include <fmt/format.h>
 #include <algorithm>
-#include <cstdio>
 
+#include "cli/Output.h"
 #include "cli/Terminal.h"
 #include "report/DisplayText.h"
 #include "service/Words.h"
@@ -29,8 +29,7 @@ std::string LabelOf(const service::TaskRecord& task) {
 
 ProgressDisplay::~ProgressDisplay() {
     if (m_isDrawn) {
-        fmt::print(stderr, "\r\x1B[K");
-        std::fflush(stderr);
+        WriteError("\r\x1B[K");
     }
 }
 
@@ -48,15 +47,15 @@ void ProgressDisplay::OnTaskEnd(std::size_t index, const service::TaskResult& re
     m_tasks.erase(index);
     ++m_done;
     if (m_kind == Kind::Lines) {
-        fmt::print(stderr, "checked {}/{}: {}: {}\n", m_done, m_total, LabelOf(result.task),
-                   service::OutcomeName(result.task.outcome));
+        WriteError(fmt::format("checked {}/{}: {}: {}\n", m_done, m_total, LabelOf(result.task),
+                               service::OutcomeName(result.task.outcome)));
     }
 }
 
 void ProgressDisplay::OnWish() {
     const std::string state = State();
     if (m_kind == Kind::Lines && state != m_shownState) {
-        fmt::print(stderr, "{}\n", state.empty() ? "going on" : state);
+        WriteError((state.empty() ? "going on" : state) + "\n");
     }
     m_shownState = state;
     Draw(true);
@@ -97,8 +96,7 @@ void ProgressDisplay::Draw(bool evenIfJustDrawn) {
     const std::string bar = std::string(filled, '#') + std::string(kBarWidth - filled, '-');
     const std::string line = fmt::format("[{}] {:3} %  {}", bar, m_shownPercent, Labels());
     const std::size_t width = WidthOfErrors();
-    fmt::print(stderr, "\r\x1B[K{}", report::Wrapped(line, std::max<std::size_t>(width, 2) - 1).front());
-    std::fflush(stderr);
+    WriteError("\r\x1B[K" + report::Wrapped(line, std::max<std::size_t>(width, 2) - 1).front());
     m_isDrawn = true;
     m_drawnAt = now;
 }

@@ -133,7 +133,9 @@ RunReport Run::Execute() {
     }
     std::deque<work::FloorWork> floors = WorkLeft();
     const std::size_t jobs = m_settings.jobs == 0 ? Processors() : m_settings.jobs;
-    work::WorkerPool(scope, {std::max<std::size_t>(jobs, 1), m_settings.budget, m_settings.socket}, m_control, *this)
+    work::WorkerPool(scope,
+                     {std::max<std::size_t>(jobs, 1), m_settings.budget, m_settings.socket, m_settings.mostFindings},
+                     m_control, *this)
         .Run(std::move(floors));
     CancelTheRest();
     CNorvexData::s_strCurCategory = CString();

@@ -43,6 +43,9 @@ struct RunSettings {
     // Time that one rule may take for one floor and specialty, pauses not included; ten minutes are far more than any
     // rule of ours takes for a city block.
     std::chrono::milliseconds budget = std::chrono::minutes{10};
+    // Findings that one rule may report on one floor and specialty, about half a gigabyte of them; a rule that reports
+    // more has lost its way, and would take the memory of the whole run.
+    std::size_t mostFindings = 250'000;
     // By which other processes may wish something of the run; borrowed. Null: by none.
     const ControlSocket* socket = nullptr;
     // What an earlier part of the same run has done; these tasks are not run again, and nobody hears of them.
@@ -50,10 +53,10 @@ struct RunSettings {
 };
 
 // Runs a plan: has every floor checked by a worker process that drives CNorvexData and calls the rules. A rule that
-// crashes, ends the process or does not end within the budget is an outcome of that rule, floor and specialty. Returns
-// the report without the parts that only the caller knows (tool, model, project, comparison); its order is the plan's.
-// A run that is cancelled ends soon, and what was found stays in the report. CNorvexData keeps the counts of the run
-// afterwards. Requires: the process has one thread.
+// crashes, ends the process, reports without end or does not end within the budget is an outcome of that rule, floor
+// and specialty. Returns the report without the parts that only the caller knows (tool, model, project, comparison);
+// its order is the plan's. A run that is cancelled ends soon, and what was found stays in the report. CNorvexData keeps
+// the counts of the run afterwards. Requires: the process has one thread.
 RunReport ExecuteRun(Host& host, FloorSource& source, const RunPlan& plan, const datamng::ProjectData& project,
                      RunObserver& observer, RunControl& control, RunSettings settings = {});
 

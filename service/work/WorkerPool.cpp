@@ -39,9 +39,11 @@ void WorkerPool::Run(std::deque<FloorWork> floors) {
         if (m_active.empty() && (m_waiting.empty() || m_isCancelled)) {
             return;
         }
+        if (SuspendWhenQuiet()) {
+            continue;
+        }
         Wait();
         EnforceDeadlines();
-        SuspendWhenQuiet();
     }
 }
 
@@ -88,14 +90,17 @@ void WorkerPool::ContinueAll() {
     m_listener.OnWish();
 }
 
-// Job control: the shell gets its terminal back when this process stops, and continues it by SIGCONT.
-void WorkerPool::SuspendWhenQuiet() {
-    if (m_isSuspending &&
-        std::all_of(m_active.begin(), m_active.end(), [](const Active& worker) { return worker.IsQuiet(); })) {
-        raise(SIGSTOP);
-        m_isSuspending = false;
-        m_listener.OnWish();
+// Job control: the shell gets its terminal back when this process stops, and continues it by SIGCONT. Returns whether
+// it was stopped meanwhile.
+bool WorkerPool::SuspendWhenQuiet() {
+    if (!m_isSuspending ||
+        !std::all_of(m_active.begin(), m_active.end(), [](const Active& worker) { return worker.IsQuiet(); })) {
+        return false;
     }
+    raise(SIGSTOP);
+    m_isSuspending = false;
+    m_listener.OnWish();
+    return true;
 }
 
 void WorkerPool::HoldOrLetInFloors() {
@@ -284,6 +289,7 @@ bool WorkerPool::Take(Active& worker, Message& message) {
             }
             worker.task = said.index;
             worker.work.tasks.pop_front();
+            worker.findings = 0;
             worker.time.Restart(said.at);
             m_listener.OnBegun(said.index);
         } else if constexpr (std::is_same_v<Said, TaskProgress>) {
@@ -291,8 +297,11 @@ bool WorkerPool::Take(Active& worker, Message& message) {
                 m_listener.OnProgress(*worker.task, std::clamp(said.percent, 0, 100));
             }
         } else if constexpr (std::is_same_v<Said, TaskFound>) {
-            if (worker.task) {
+            if (worker.task && worker.findings < m_settings.mostFindings) {
+                ++worker.findings;
                 m_listener.OnFound(*worker.task, std::move(said.finding));
+            } else if (worker.task && !worker.isKilled) {
+                Kill(worker, fmt::format("it reported more than {} findings", m_settings.mostFindings));
             }
         } else if constexpr (std::is_same_v<Said, TaskEnded>) {
             if (!worker.task) {

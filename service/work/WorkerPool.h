@@ -48,6 +48,7 @@ struct PoolSettings {
     std::size_t jobs = 1;  // not 0
     std::chrono::milliseconds budget{};
     const ControlSocket* socket = nullptr;  // may be null
+    std::size_t mostFindings = 0;           // of a task
 };
 
 // Has floors checked by worker processes, several side by side, and obeys the user's wishes. A worker is made for every
@@ -68,6 +69,7 @@ class WorkerPool {
         MessageReader reader;
         Stopwatch time;  // of what it does now: drawing its floor, a task, or the way from one to the next
         std::optional<std::size_t> task;
+        std::size_t findings = 0;  // of the task
         bool isFloorEntered = false;
         bool hasEndedATask = false;
         bool isFloorHeld = false;
@@ -83,7 +85,7 @@ class WorkerPool {
     void ObeyWishes();
     void PauseAll();
     void ContinueAll();
-    void SuspendWhenQuiet();
+    bool SuspendWhenQuiet();
     void HoldOrLetInFloors();
     void CancelAll();
     void StartWorkers();

@@ -457,6 +457,37 @@ TEST_F(Norvex, SaysWhenItsOutputCannotBeDelivered) {
     ExpectOneSentence(gone.err);
 }
 
+TEST_F(Norvex, ChecksToTheEndWhenNobodyHearsOfItsProgress) {
+    const std::string model = Model(WaterLoopAndFireRing());
+    const std::string report = Run({"check", model, "--no-memory"}).out;
+    const auto expectReport = [&](const std::function<void()>& inChild) {
+        const ProcessResult result = Run({"check", model, "--no-memory"}, inChild);
+        EXPECT_EQ(result.exitCode, 1);
+        EXPECT_EQ(result.out, report);
+    };
+    expectReport([] { dup2(open("/dev/full", O_WRONLY), STDERR_FILENO); });
+    expectReport([] { close(STDERR_FILENO); });
+    expectReport([] {
+        int ends[2];
+        if (pipe(ends) == 0) {
+            close(ends[0]);
+            dup2(ends[1], STDERR_FILENO);
+        }
+    });
+}
+
+TEST_F(Norvex, RefusesJobsAndTimesThatAreNone) {
+    const std::string model = Model(Tree());
+    for (const auto& [option, value] :
+         {std::pair("--jobs", "-1"), std::pair("--jobs", "99999999999999999999"), std::pair("--jobs", ""),
+          std::pair("--jobs", "two"), std::pair("--rule-timeout", "nan"), std::pair("--rule-timeout", "0")}) {
+        const ProcessResult result = Run({"check", model, option, value});
+        EXPECT_EQ(result.exitCode, 2) << option << " " << value;
+        EXPECT_EQ(result.out, "") << option << " " << value;
+        ExpectOneSentence(result.err);
+    }
+}
+
 TEST_F(Norvex, DoesNotWriteTheReportIntoAFileThatTookAClosedNumber) {
     Run({"check", Model(Tree()), "--quiet", "--json", Path("a.json")}, [] { close(STDOUT_FILENO); });
     EXPECT_TRUE(Json::accept(FileText(Path("a.json"))));

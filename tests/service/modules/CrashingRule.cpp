@@ -76,6 +76,13 @@ class CCheckCrashing final : public norvex::rule::Rule {
             for (int i = 0; i < 50 && context.GoOn(i, 50); ++i) {
                 std::this_thread::sleep_for(std::chrono::milliseconds(10));
             }
+        } else if (floor == u"flood") {
+            for (;;) {
+                context.Report({.subCategory = u"again",
+                                .severity = STR_ERR_CONFIRMED,
+                                .sentence = u"Found again.",
+                                .objects = {}});
+            }
         } else if (floor == u"close everything") {
             close_range(3, ~0U, 0);
         }

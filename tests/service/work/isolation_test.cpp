@@ -94,6 +94,17 @@ TEST(Isolation, AHangThatSaysItsProgressEndsWithTheBudget) {
     EXPECT_GE(TaskOf(report, "CCheckCrashing", "hang politely", kWater).duration, budget);
 }
 
+TEST(Isolation, ReportingWithoutEndIsAnOutcome) {
+    const RunReport report = RunWithFloor("flood", {.mostFindings = 1000});
+    const TaskRecord flood = TaskOf(report, "CCheckCrashing", "flood", kWater);
+    EXPECT_EQ(flood.outcome, Outcome::Crashed);
+    EXPECT_EQ(flood.reason, "it reported more than 1000 findings");
+    EXPECT_EQ(flood.findings, 1000U);
+    EXPECT_EQ(TaskOf(report, "CCheckPipeLoop", "flood", kWater).outcome, Outcome::Passed);
+    EXPECT_EQ(TaskOf(report, "CCheckCrashing", "above", kWater).outcome, Outcome::Failed);
+    EXPECT_EQ(report.findings.size(), 1002U);
+}
+
 TEST(Isolation, CuttingTheConnectionIsAnOutcome) {
     DrawingFloors floors = FloorsWithWater({"below", "close everything", "above"});
     const RunReport report = RunModules(floors, {"CrashingRule"});

@@ -180,6 +180,26 @@ TEST_F(RunningProgram, IsStoppedByTheTerminalAndGoesOn) {
     EXPECT_EQ(End(), 3);
 }
 
+TEST_F(RunningProgram, IsStoppedByTheTerminalWhileItIsPaused) {
+    WriteModel({"hang politely"});
+    Start("project");
+    ASSERT_TRUE(WaitForStatus("CCheckCrashing, hang politely, 给排水: "));
+    kill(m_process, SIGUSR1);
+    ASSERT_TRUE(WaitForStatus("paused: "));
+    // Its worker has come to wait by then, so that nothing but the wish itself can wake it.
+    Sleep(300);
+    kill(m_process, SIGTSTP);
+    int status = 0;
+    EXPECT_TRUE(Eventually([&] { return waitpid(m_process, &status, WUNTRACED | WNOHANG) == m_process; }));
+    EXPECT_TRUE(WIFSTOPPED(status)) << "the shell does not get its terminal back";
+    kill(m_process, SIGCONT);
+    EXPECT_TRUE(WaitForStatus("paused: ")) << "it was continued by the terminal, not by who paused it";
+    kill(m_process, SIGUSR2);
+    EXPECT_TRUE(WaitForStatus("running: "));
+    kill(m_process, SIGINT);
+    EXPECT_EQ(End(), 3);
+}
+
 TEST_F(RunningProgram, PausesAndContinuesBySignals) {
     WriteModel({"hang politely"});
     Start("project");
