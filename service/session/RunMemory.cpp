@@ -17,15 +17,15 @@ using store::RunStatus;
 using store::StoreError;
 using store::StoreErrorCode;
 
-// How a run ended, from what its tasks came to.
+// How a run ended, from what its tasks came to and what the report says is missing: parts of the model, rule modules.
 RunStatus StatusOf(const RunReport& report) {
     const auto has = [&](Outcome outcome) {
         return std::any_of(report.tasks.begin(), report.tasks.end(),
                            [&](const TaskRecord& task) { return task.outcome == outcome; });
     };
-    return has(Outcome::Cancelled) ? RunStatus::Cancelled
-           : has(Outcome::Crashed) ? RunStatus::Partial
-                                   : RunStatus::Complete;
+    return has(Outcome::Cancelled)                               ? RunStatus::Cancelled
+           : has(Outcome::Crashed) || !report.incomplete.empty() ? RunStatus::Partial
+                                                                 : RunStatus::Complete;
 }
 
 // Whether something of the run is left to do.

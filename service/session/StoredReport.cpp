@@ -108,6 +108,9 @@ void NoteWhatWasNotDone(const store::RunRecord& run, RunReport& report) {
                                                     task.specialty, task.reason));
         }
     }
+    if (run.status == store::RunStatus::Partial && report.incomplete.empty()) {
+        report.incomplete.push_back("When the run was made, parts of the model or rules were missing.");
+    }
     if (run.status == store::RunStatus::Running) {
         report.incomplete.push_back(fmt::format(
             "The run is under way or was interrupted; {} done so far.",

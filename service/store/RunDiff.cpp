@@ -137,8 +137,18 @@ class Matcher {
     bool identitiesAreStable_;
 };
 
+// Whether a run lacked parts of its model: it is partial although no rule crashed. Nobody can tell of which units then.
+bool LackedParts(const RunContents& contents) {
+    return contents.run.status == RunStatus::Partial &&
+           std::none_of(contents.units.begin(), contents.units.end(),
+                        [](const UnitOutcome& outcome) { return outcome.result == UnitResult::Crashed; });
+}
+
 std::set<UnitKey> VisitedUnits(const RunContents& contents) {
     std::set<UnitKey> visited;
+    if (LackedParts(contents)) {
+        return visited;
+    }
     for (const UnitOutcome& outcome : contents.units) {
         if (IsVisited(outcome)) {
             visited.insert(outcome.unit);

@@ -82,6 +82,26 @@ TEST_F(Memory, WritesNothingWhenItIsToldSo) {
     EXPECT_FALSE(std::filesystem::exists(Path("state")));
 }
 
+TEST_F(Memory, DoesNotTakeARunThatLackedPartsOfItsModelForAWholeOne) {
+    ASSERT_EQ(Check(Model(FourFloors())).exitCode, 1);
+    PipeModel broken;
+    broken.Storey("1层", 0).System("Cold water", "DOMESTICCOLDWATER").Pipe({0, 0, 2500}, {900, 0, 2500});
+    broken.Line("#9000=IFCPIPESEGMENT('x',$,((;");
+    ASSERT_EQ(Check(Model(std::move(broken))).exitCode, 3);
+    {
+        store::ProjectStore project = Project();
+        const auto runs = Expect(project.ListRuns());
+        ASSERT_EQ(runs.size(), 2U);
+        EXPECT_EQ(runs[1].status, store::RunStatus::Partial);
+        const store::RunDiff diff = Expect(project.Diff(1, 2));
+        EXPECT_TRUE(diff.gone.empty()) << "the ring may stand in what could not be read";
+        EXPECT_EQ(diff.notVisited.size(), 1U);
+    }
+    const ProcessResult again = Check(Model(FourFloors()), {"--json", "-"});
+    const Json json = Json::parse(again.out);
+    EXPECT_EQ(json["comparison"]["run"], 1) << "later runs are compared with the last whole one";
+}
+
 class Resume : public Memory {
   protected:
     void SetUp() override {

@@ -116,6 +116,14 @@ TEST(RunDiff, CallsNothingGoneThatTheNewerRunDidNotVisit) {
     }
 }
 
+TEST(RunDiff, CallsNothingGoneWhenTheNewerRunLackedPartsOfItsModel) {
+    const CheckRun older = CheckRun().Unit(kUnit, UnitResult::Failed, {kA, kB});
+    CheckRun newer = CheckRun().Unit(kUnit, UnitResult::Failed, {kB});
+    EXPECT_EQ(Diff(older, newer), (Summary{.persisting = {"2/b"}, .gone = {"1/a"}}));
+    newer.contents.run.status = RunStatus::Partial;
+    EXPECT_EQ(Diff(older, newer), (Summary{.persisting = {"2/b"}, .notVisited = {"1/a"}}));
+}
+
 TEST(RunDiff, KeepsWhatACrashedUnitStillFound) {
     const CheckRun older = CheckRun().Unit(kUnit, UnitResult::Failed, {kA, kB});
     const CheckRun newer = CheckRun().Unit(kUnit, UnitResult::Crashed, {kA});
