@@ -40,21 +40,29 @@ Tone ToneOf(Severity severity) {
 
 std::string ModelText(const RunReport& report, const TextStyle& style) {
     const service::ModelRecord& model = report.model;
-    std::string out = fmt::format("Model    {} ({}, {}): {} on {}\n", Sanitised(model.path), Sanitised(model.schema),
-                                  Sanitised(model.lengthUnit), Counted(model.elements, "element", "elements"),
+    std::size_t onFloors = 0;
+    for (const service::FloorRecord& floor : report.floors) {
+        onFloors += floor.elements;
+    }
+    // A run that was narrowed to some floors does not look at the rest.
+    const std::string some = report.narrowed && onFloors < model.elements ? fmt::format("{} of ", onFloors) : "";
+    std::string out = fmt::format("Model    {} ({}, {}): {}{} on {}\n", Sanitised(model.path), Sanitised(model.schema),
+                                  Sanitised(model.lengthUnit), some, Counted(model.elements, "element", "elements"),
                                   Counted(report.floors.size(), "floor", "floors"));
     out += fmt::format("Project  {}\n", Sanitised(report.projectFolder));
     if (model.elementsWithoutStorey > 0) {
-        out += fmt::format("{} on no storey; they are a floor of their own.\n",
-                           Counted(model.elementsWithoutStorey, "element stands", "elements stand"));
+        out += fmt::format("{} a floor of {} own.\n",
+                           Counted(model.elementsWithoutStorey, "element stands on no storey and is",
+                                   "elements stand on no storey and are"),
+                           model.elementsWithoutStorey == 1 ? "its" : "their");
     }
     std::size_t withoutPlace = 0;
     for (const service::FloorRecord& floor : report.floors) {
         withoutPlace += floor.withoutPlace;
     }
     if (withoutPlace > 0) {
-        out += fmt::format("{} no place in the model; no check saw them.\n",
-                           Counted(withoutPlace, "element has", "elements have"));
+        out += fmt::format("{} no place in the model; no check saw {}.\n",
+                           Counted(withoutPlace, "element has", "elements have"), withoutPlace == 1 ? "it" : "them");
     }
     std::size_t shown = 0;
     std::size_t grave = 0;

@@ -338,7 +338,8 @@ void ModelReader::SayWhatHasNoStorey() {
         if (byReason[reason] > 0) {
             log_.AddGeneral(Severity::Warning, DiagnosticCode::NoStorey,
                             std::to_string(byReason[reason]) + " of " + std::to_string(model_.elements.size()) +
-                                " elements lie on no storey; of each of these, " +
+                                (byReason[reason] == 1 ? " elements lies on no storey: "
+                                                       : " elements lie on no storey; of each of these, ") +
                                 std::string(NoStoreyReasonText(static_cast<NoStoreyReason>(reason))) + ".");
         }
     }

@@ -73,10 +73,12 @@ void MarkPlaced(const NetworkInput& input, BuildingModel& model, DiagnosticLog& 
         others += element.placed || isSegment ? 0 : 1;
     }
     if (others > 0) {
-        log.AddGeneral(Severity::Warning, DiagnosticCode::NoGeometry,
-                       std::to_string(others) +
-                           " elements other than segments have no placement; they have no place in a "
-                           "drawing.");
+        log.AddGeneral(
+            Severity::Warning, DiagnosticCode::NoGeometry,
+            std::to_string(others) +
+                (others == 1 ? " element other than a segment has no placement; it has no place in a drawing."
+                             : " elements other than segments have no placement; they have no place in a "
+                               "drawing."));
     }
 }
 
@@ -98,13 +100,19 @@ void CountEnds(BuildingModel& model, DiagnosticLog& log) {
         log.AddGeneral(
             Severity::Warning, DiagnosticCode::NoGeometry,
             std::to_string(model.counts.segmentsWithoutEnds) + " of " + std::to_string(model.counts.segments) +
-                " segments have neither placed ports nor a shape that gives their ends; they have no place in "
-                "a drawing.");
+                (model.counts.segmentsWithoutEnds == 1
+                     ? " segments has neither placed ports nor a shape that gives its ends; it has no place in a "
+                       "drawing."
+                     : " segments have neither placed ports nor a shape that gives their ends; they have no place in "
+                       "a drawing."));
     }
     if (collapsed > 0) {
-        log.AddGeneral(Severity::Warning, DiagnosticCode::BadGeometry,
-                       std::to_string(collapsed) +
-                           " segments begin and end in one junction: what they lie between is connected past them.");
+        log.AddGeneral(
+            Severity::Warning, DiagnosticCode::BadGeometry,
+            std::to_string(collapsed) +
+                (collapsed == 1 ? " segment begins and ends in one junction: what it lies between is connected past it."
+                                : " segments begin and end in one junction: what they lie between is connected past "
+                                  "them."));
     }
 }
 

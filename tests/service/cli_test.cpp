@@ -111,6 +111,13 @@ TEST_F(Norvex, NarrowsTheRun) {
     EXPECT_EQ(json["findings"].size(), 1U);
 }
 
+TEST_F(Norvex, SaysHowMuchOfTheModelANarrowedRunLooksAt) {
+    const std::string model = Model(WaterLoopAndFireRing());
+    EXPECT_NE(Run({"check", model}).out.find(": 8 elements on 2 floors\n"), std::string::npos);
+    const ProcessResult narrowed = Run({"check", model, "--floor", "1F"});
+    EXPECT_NE(narrowed.out.find(": 4 of 8 elements on 1 floor\n"), std::string::npos) << narrowed.out;
+}
+
 TEST_F(Norvex, NamesWhatExistsWhenAnOptionNamesWhatDoesNot) {
     const std::string model = Model(WaterLoopAndFireRing());
     for (const auto& [option, value, known] : std::vector<std::array<std::string, 3>>{
