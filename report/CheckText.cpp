@@ -242,9 +242,9 @@ std::string VerdictText(const RunReport& report, const TextStyle& style) {
     if (trusted > 0) {
         line += fmt::format("; {} trusted", trusted);
     }
-    line +=
-        fmt::format(". {} examined by {} on {}.", Counted(examined, "entity", "entities"),
-                    Counted(report.rules.size(), "rule", "rules"), Counted(report.floors.size(), "floor", "floors"));
+    line += fmt::format(". {} examined by {} on {}{}.", Counted(examined, "entity", "entities"),
+                        Counted(report.rules.size(), "rule", "rules"), Counted(report.floors.size(), "floor", "floors"),
+                        report.rules.size() > 1 ? ", counted once for each rule" : "");
     std::string out = "\n" + Toned(line, Tone::Strong, style) + "\n";
     for (const std::string& reason : report.incomplete) {
         out += Toned("Incomplete: ", Tone::Red, style) + Sanitised(reason) + "\n";
