@@ -61,7 +61,8 @@ std::vector<FloorName> NameFloors(const std::vector<std::string>& storeys) {
     std::set<std::string> given;
     std::vector<FloorName> names;
     for (const std::string& storey : storeys) {
-        const std::string& wanted = storey.empty() ? unnamed : storey;
+        const bool isBlank = storey.find_first_not_of(" \t\r\n") == std::string::npos;
+        const std::string& wanted = isBlank ? unnamed : storey;
         std::string label = wanted;
         for (int number = 2; given.contains(label) || (label != storey && reserved.contains(label)); ++number) {
             label = wanted + " (" + std::to_string(number) + ")";

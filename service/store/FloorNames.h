@@ -17,7 +17,7 @@ struct FloorName {
     std::string storey;
     // Unlike any other label of the model: what people see and type, and what trust and results are stored under.
     // Equals the storey's name, but for a second one of the same name ("Level 2 (2)") and one without a name
-    // ("(unnamed)").
+    // or with nothing but blanks in it ("(unnamed)").
     std::string label;
     // What the module works with as the current floor and as trust's floor.
     std::string module;

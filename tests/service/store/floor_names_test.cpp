@@ -45,6 +45,7 @@ TEST(FloorNames, KeepTheNamesOfTheStoreys) {
 TEST(FloorNames, NumberStoreysOfOneNameAndNameTheNameless) {
     EXPECT_EQ(Labels({"Level 2", "Level 2", "Level 2"}), (Texts{"Level 2", "Level 2 (2)", "Level 2 (3)"}));
     EXPECT_EQ(Labels({"Level 2", "Level 2", "Level 2 (2)"}), (Texts{"Level 2", "Level 2 (3)", "Level 2 (2)"}));
+    EXPECT_EQ(Labels({"  ", "\t", "1F"}), (Texts{"(unnamed)", "(unnamed) (2)", "1F"}));
     EXPECT_EQ(Labels({"", "", "(unnamed)"}), (Texts{"(unnamed) (2)", "(unnamed) (3)", "(unnamed)"}));
     EXPECT_EQ(Labels({}), Texts{});
 }

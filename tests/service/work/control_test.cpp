@@ -288,8 +288,8 @@ TEST(Workers, DieWithTheService) {
     service.Kill();
     for (const pid_t worker : workers) {
         EXPECT_TRUE(Eventually([&] {
-            const std::string state = StateOf(worker).state;
-            return state.empty() || state == "Z";
+            const ProcessState worked = StateOf(worker);
+            return worked.state.empty() || worked.state.front() == 'Z';
         })) << worker;
     }
 }
