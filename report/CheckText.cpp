@@ -151,10 +151,9 @@ std::vector<std::string> ChangeSentences(const RunReport& report) {
                                         Counted(comparison.hidden.size(), "other finding is", "other findings are")));
     }
     if (comparison.notVisited > 0) {
-        sentences.push_back(
-            fmt::format("{} where this run had nothing to look at or stopped; what became of {} is unknown.",
-                        Counted(comparison.notVisited, "finding lies", "findings lie"),
-                        comparison.notVisited == 1 ? "it" : "them"));
+        sentences.push_back(fmt::format("{} where this run did not look or had nothing to look at; {} fate is unknown.",
+                                        Counted(comparison.notVisited, "finding lies", "findings lie"),
+                                        comparison.notVisited == 1 ? "its" : "their"));
     }
     sentences.insert(sentences.end(), comparison.remarks.begin(), comparison.remarks.end());
     return sentences;

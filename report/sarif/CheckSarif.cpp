@@ -330,7 +330,7 @@ Json Log::Notifications() {
         if (comparison.notVisited > 0) {
             Notify(notifications, "not-compared", "note",
                    fmt::format(
-                       "{} of run {} lie where this run had nothing to look at or stopped.",
+                       "{} of run {} lie where this run did not look or had nothing to look at.",
                        comparison.notVisited == 1 ? "1 finding" : fmt::format("{} findings", comparison.notVisited),
                        comparison.run));
         }

@@ -88,14 +88,13 @@ TEST(CheckJson, TellsTimesOnlyWhenAsked) {
 TEST(CheckText, SaysWhatChangedSinceTheRunBefore) {
     const std::string text = CheckText(SampleReport(), TextStyle());
     EXPECT_NE(text.find("suspected, new"), std::string::npos) << text;
-    EXPECT_NE(
-        text.find("\nSince run 11 of 2026-02-27T08:30:00Z\n"
-                  "1 new, 1 persisting, 1 gone.\n"
-                  "1 finding lies where the earlier run did not look; it may have been there before.\n"
-                  "1 other finding is not looked for any more, because a rule or sub-category is trusted now.\n"
-                  "3 findings lie where this run had nothing to look at or stopped; what became of them is unknown.\n"
-                  "The model is another one.\n"),
-        std::string::npos)
+    EXPECT_NE(text.find("\nSince run 11 of 2026-02-27T08:30:00Z\n"
+                        "1 new, 1 persisting, 1 gone.\n"
+                        "1 finding lies where the earlier run did not look; it may have been there before.\n"
+                        "1 other finding is not looked for any more, because a rule or sub-category is trusted now.\n"
+                        "3 findings lie where this run did not look or had nothing to look at; their fate is unknown.\n"
+                        "The model is another one.\n"),
+              std::string::npos)
         << text;
     EXPECT_NE(text.find("A ring that is gone."), std::string::npos);
     RunReport first = SampleReport();
