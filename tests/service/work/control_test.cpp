@@ -65,11 +65,22 @@ DrawingFloors GridOfPipes(int pipes) {
 class CancelWhenBegun : public SilentObserver {
   public:
     CancelWhenBegun(RunControl& control, std::chrono::milliseconds delay) : m_control(control), m_delay(delay) {}
-    void OnTask(std::size_t, const norvex::service::TaskRecord&) override { CancelAfter(m_control, m_delay); }
+    // No signal may arrive when the control is gone.
+    ~CancelWhenBegun() override {
+        const itimerval never{};
+        setitimer(ITIMER_REAL, &never, nullptr);
+    }
+    void OnTask(std::size_t, const norvex::service::TaskRecord&) override {
+        if (!m_hasBegun) {
+            m_hasBegun = true;
+            CancelAfter(m_control, m_delay);
+        }
+    }
 
   private:
     RunControl& m_control;
     std::chrono::milliseconds m_delay;
+    bool m_hasBegun = false;
 };
 
 TEST(Cancel, EndsWithin200MillisecondsInsideTheLoopRuleOn100000Pipes) {
