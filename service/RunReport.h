@@ -152,7 +152,7 @@ struct Comparison {
     std::string startedAt;              // UTC, "2026-03-01T08:30:00Z"
     std::vector<FindingRecord> gone;    // looked for and not found
     std::vector<FindingRecord> hidden;  // no longer looked for, because a rule or sub-category was trusted
-    std::size_t notVisited = 0;         // findings where this run did not look to the end
+    std::size_t notVisited = 0;         // findings where this run did not look or had nothing to look at
     std::vector<std::string> remarks;   // what makes the two runs hard to compare, one sentence each
 };
 

@@ -80,7 +80,7 @@ struct Comparison {
     std::int64_t run = 0;
     std::string startedAt;             // UTC, as RunInfo::startedAt
     std::size_t hidden = 0;            // its findings that nothing looks for any more, because that is trusted
-    std::size_t notVisited = 0;        // its findings where this run had nothing to look at or did not look to the end
+    std::size_t notVisited = 0;        // its findings where this run did not look or had nothing to look at
     std::vector<std::string> remarks;  // what makes the two runs hard to compare, one sentence each
 };
 
