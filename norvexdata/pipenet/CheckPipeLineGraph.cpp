@@ -15,8 +15,8 @@ namespace norvex::pipenet {
 // Where the nodes and edges of a graph are. Lists only grow, so that it catches up with them when it is asked.
 struct GraphIndex {
     PointGrid places;
-    // The oldest edge of each pipe.
-    std::unordered_map<const ZrOwPolyLine*, CCheckPipeLineEdge*> edges;
+    // The position of the oldest edge of each pipe.
+    std::unordered_map<const ZrOwPolyLine*, std::size_t> edges;
     std::size_t edgesKnown = 0;
 };
 
@@ -32,13 +32,24 @@ CCheckPipeLineGraph::CCheckPipeLineGraph() = default;
 
 CCheckPipeLineGraph::CCheckPipeLineGraph(const CCheckPipeLineGraph& other)
     : m_keeper(other.m_keeper),
+      m_searchedEdges(other.m_searchedEdges),
+      m_searchedNodes(other.m_searchedNodes),
       m_edges(other.m_edges),
       m_nodes(other.m_nodes),
       m_loopWork(other.m_loopWork),
       m_asSearched(other.m_asSearched) {
 }
 
-CCheckPipeLineGraph::CCheckPipeLineGraph(CCheckPipeLineGraph&& other) noexcept = default;
+CCheckPipeLineGraph::CCheckPipeLineGraph(CCheckPipeLineGraph&& other) noexcept
+    : m_keeper(std::move(other.m_keeper)),
+      m_searchedEdges(std::exchange(other.m_searchedEdges, 0)),
+      m_searchedNodes(std::exchange(other.m_searchedNodes, 0)),
+      m_edges(std::move(other.m_edges)),
+      m_nodes(std::move(other.m_nodes)),
+      m_lookup(std::move(other.m_lookup)),
+      m_loopWork(other.m_loopWork),
+      m_asSearched(other.m_asSearched) {
+}
 
 CCheckPipeLineGraph& CCheckPipeLineGraph::operator=(const CCheckPipeLineGraph& other) {
     if (this != &other) {
@@ -47,13 +58,24 @@ CCheckPipeLineGraph& CCheckPipeLineGraph::operator=(const CCheckPipeLineGraph& o
     return *this;
 }
 
-CCheckPipeLineGraph& CCheckPipeLineGraph::operator=(CCheckPipeLineGraph&& other) noexcept = default;
+CCheckPipeLineGraph& CCheckPipeLineGraph::operator=(CCheckPipeLineGraph&& other) noexcept {
+    CCheckPipeLineGraph taken(std::move(other));
+    m_keeper.swap(taken.m_keeper);
+    std::swap(m_searchedEdges, taken.m_searchedEdges);
+    std::swap(m_searchedNodes, taken.m_searchedNodes);
+    m_edges.swap(taken.m_edges);
+    m_nodes.swap(taken.m_nodes);
+    m_lookup.swap(taken.m_lookup);
+    std::swap(m_loopWork, taken.m_loopWork);
+    std::swap(m_asSearched, taken.m_asSearched);
+    return *this;
+}
 
 CCheckPipeLineGraph::~CCheckPipeLineGraph() = default;
 
 boost::shared_ptr<CCheckPipeLineNode> CCheckPipeLineGraph::CreateNode(const AcGePoint3d& point) {
     const boost::shared_ptr<CCheckPipeLineNode> node = boost::make_shared<CCheckPipeLineNode>(point);
-    Access::Position(*node) = static_cast<Index>(m_nodes.size());
+    Access::Position(*node) = static_cast<Index>(NodeCount());
     Keeper()->Keep(node);
     m_nodes.push_back(node.get());
     m_asSearched = false;
@@ -61,20 +83,20 @@ boost::shared_ptr<CCheckPipeLineNode> CCheckPipeLineGraph::CreateNode(const AcGe
 }
 
 boost::shared_ptr<CCheckPipeLineNode> CCheckPipeLineGraph::GetNode(const AcGePoint3d& point) const {
-    if (m_nodes.empty()) {
+    if (NodeCount() == 0) {
         return {};
     }
     norvex::pipenet::PointGrid& places = Lookup().places;
-    while (places.Count() < m_nodes.size()) {
-        places.Add(Access::Point(*m_nodes[places.Count()]));
+    while (places.Count() < NodeCount()) {
+        places.Add(NodeAt(places.Count())->Point());
     }
     const Index found = places.FirstNear(point);
-    return found == kNone ? boost::shared_ptr<CCheckPipeLineNode>() : m_keeper->Share(m_nodes[found]);
+    return found == kNone ? boost::shared_ptr<CCheckPipeLineNode>() : m_keeper->Share(NodeAt(found));
 }
 
 boost::shared_ptr<CCheckPipeLineEdge> CCheckPipeLineGraph::CreateEdge(ZrOwPolyLine* pipe) {
     const boost::shared_ptr<CCheckPipeLineEdge> edge = boost::make_shared<CCheckPipeLineEdge>(pipe);
-    Access::Position(*edge) = static_cast<Index>(m_edges.size());
+    Access::Position(*edge) = static_cast<Index>(EdgeCount());
     Access::SetKeeper(*edge, Keeper());
     m_keeper->Keep(edge);
     m_edges.push_back(edge.get());
@@ -82,22 +104,35 @@ boost::shared_ptr<CCheckPipeLineEdge> CCheckPipeLineGraph::CreateEdge(ZrOwPolyLi
 }
 
 boost::shared_ptr<CCheckPipeLineEdge> CCheckPipeLineGraph::GetEdge(ZrOwPolyLine* pipe) const {
-    if (m_edges.empty()) {
+    if (EdgeCount() == 0) {
         return {};
     }
     GraphIndex& index = Lookup();
-    for (; index.edgesKnown < m_edges.size(); ++index.edgesKnown) {
-        CCheckPipeLineEdge* edge = m_edges[index.edgesKnown];
-        index.edges.emplace(edge->GetPipeEnt(), edge);
+    for (; index.edgesKnown < EdgeCount(); ++index.edgesKnown) {
+        index.edges.emplace(EdgeAt(index.edgesKnown)->GetPipeEnt(), index.edgesKnown);
     }
     const auto found = index.edges.find(pipe);
-    return found == index.edges.end() ? boost::shared_ptr<CCheckPipeLineEdge>() : m_keeper->Share(found->second);
+    return found == index.edges.end() ? boost::shared_ptr<CCheckPipeLineEdge>() : m_keeper->Share(EdgeAt(found->second));
 }
 
 void CCheckPipeLineGraph::GetBadLoopVec(std::vector<std::vector<ZrOwEntity*>>& loops) {
-    norvex::pipenet::LoopFinder finder(m_nodes, m_edges, m_asSearched);
-    finder.AppendLoops(loops);
-    m_loopWork = finder.Work();
+    const norvex::pipenet::ObjectPool* pool = m_keeper ? m_keeper->Pool() : nullptr;
+    if (pool != nullptr && !pool->HasObjects() && m_nodes.empty() && m_edges.empty()) {
+        m_loopWork = norvex::pipenet::AppendLoops(pool->Network(), loops);
+    } else {
+        m_loopWork = norvex::pipenet::AppendLoops(norvex::pipenet::ReadObjects(*this), loops);
+    }
+}
+
+CCheckPipeLineEdge* CCheckPipeLineGraph::EdgeAt(std::size_t position) const {
+    return position < m_searchedEdges ? m_keeper->Pool()->Edge(static_cast<Index>(position))
+                                      : m_edges[position - m_searchedEdges];
+}
+
+CCheckPipeLineNode* CCheckPipeLineGraph::NodeAt(std::size_t position) const {
+    // The first node of a search is not listed.
+    return position < m_searchedNodes ? m_keeper->Pool()->Node(static_cast<Index>(position + 1))
+                                      : m_nodes[position - m_searchedNodes];
 }
 
 boost::shared_ptr<NetworkKeeper> CCheckPipeLineGraph::Keeper() {

@@ -2,6 +2,8 @@
 #pragma once
 
 #include <boost/shared_ptr.hpp>
+#include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <vector>
 
@@ -9,7 +11,6 @@
 #include "norvexdata/pipenet/CheckPipeLineEdge.h"
 #include "norvexdata/pipenet/CheckPipeLineNode.h"
 #include "norvexdata/pipenet/LoopWork.h"
-#include "platform/kernel/LargeMemory.h"
 
 class ZrOwEntity;
 
@@ -42,12 +43,12 @@ class NORVEXDATA_API CCheckPipeLineGraph {
     boost::shared_ptr<CCheckPipeLineEdge> GetEdge(ZrOwPolyLine* pipe) const;
 
     // True with at least one edge and at least one node.
-    bool IsValid() const { return !m_edges.empty() && !m_nodes.empty(); }
+    bool IsValid() const { return EdgeCount() != 0 && NodeCount() != 0; }
     // True when there are at least as many edges as listed nodes. A search leaves its first node out of the list, so
     // that this counts the list and not the network drawn.
-    bool HasBadLoop() const { return m_edges.size() >= m_nodes.size(); }
+    bool HasBadLoop() const { return EdgeCount() >= NodeCount(); }
     // Number of listed nodes and edges.
-    int GetItemCount() const { return static_cast<int>(m_nodes.size() + m_edges.size()); }
+    int GetItemCount() const { return static_cast<int>(NodeCount() + EdgeCount()); }
     // Appends the pipes of each closed loop, found in the order of the edges; loops share no pipe. A loop lists its
     // pipes from the one that closes it back to the first step of the walk, then the pipe that the walk began with. Two
     // pipes between the same two places are one pipe drawn twice, and no loop, when their lengths agree within 0.001.
@@ -56,13 +57,21 @@ class NORVEXDATA_API CCheckPipeLineGraph {
   private:
     friend struct norvex::pipenet::Access;
 
+    std::size_t EdgeCount() const { return m_searchedEdges + m_edges.size(); }
+    std::size_t NodeCount() const { return m_searchedNodes + m_nodes.size(); }
+    // By position in the list of edges, or of nodes.
+    CCheckPipeLineEdge* EdgeAt(std::size_t position) const;
+    CCheckPipeLineNode* NodeAt(std::size_t position) const;
     boost::shared_ptr<norvex::pipenet::NetworkKeeper> Keeper();
     norvex::pipenet::GraphIndex& Lookup() const;
 
-    // Keeps every object below alive; shared by copies.
+    // Keeps every object below alive, and what a search found; shared by copies.
     boost::shared_ptr<norvex::pipenet::NetworkKeeper> m_keeper;
-    norvex::kernel::LargeVector<CCheckPipeLineEdge*> m_edges;
-    norvex::kernel::LargeVector<CCheckPipeLineNode*> m_nodes;
+    // Those that a search found come first.
+    std::uint32_t m_searchedEdges = 0;
+    std::uint32_t m_searchedNodes = 0;
+    std::vector<CCheckPipeLineEdge*> m_edges;
+    std::vector<CCheckPipeLineNode*> m_nodes;
     // Answers GetNode and GetEdge; made on first use.
     mutable std::unique_ptr<norvex::pipenet::GraphIndex> m_lookup;
     norvex::pipenet::LoopWork m_loopWork;

@@ -46,7 +46,7 @@ void CCheckSearchGraph::SearchGraph(const std::vector<ZrOwEntity*>& pipes, std::
         }
         // A pipe whose start equals no point, not even itself, gets an empty graph and stays pending.
         CCheckPipeLineGraph& graph = graphs.emplace_back();
-        SearchEdge(search.MakeSeed(first, graph), graph);
+        SearchEdge(search.MakeSeed(first), graph);
         RemoveUsedPipe(graph);
     }
 
@@ -63,6 +63,6 @@ void CCheckSearchGraph::SearchEdge(boost::shared_ptr<CCheckPipeLineNode> node, C
     m_search->Grow(*node, graph);
 }
 
-void CCheckSearchGraph::RemoveUsedPipe(const CCheckPipeLineGraph& graph) {
-    m_search->Close(graph);
+void CCheckSearchGraph::RemoveUsedPipe(const CCheckPipeLineGraph&) {
+    m_search->Close();
 }

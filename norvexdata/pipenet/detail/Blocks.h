@@ -4,7 +4,7 @@
 #include <utility>
 #include <vector>
 
-#include "norvexdata/pipenet/detail/NetworkObjects.h"
+#include "norvexdata/pipenet/detail/PipeNetwork.h"
 
 namespace norvex::pipenet {
 

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "norvexdata/pipenet/detail/Cells.h"
-#include "norvexdata/pipenet/detail/NetworkObjects.h"
+#include "norvexdata/pipenet/detail/PipeNetwork.h"
 
 namespace norvex::pipenet {
 

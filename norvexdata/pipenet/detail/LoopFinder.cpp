@@ -30,18 +30,16 @@ constexpr std::size_t kFewNodes = 4;
 
 }  // namespace
 
-LoopFinder::LoopFinder(const kernel::LargeVector<CCheckPipeLineNode*>& nodes,
-                       const kernel::LargeVector<CCheckPipeLineEdge*>& edges, bool apart)
-    : m_nodes(nodes), m_edges(edges), m_listedNodes(nodes.size()) {
+LoopFinder::LoopFinder(const PipeNetwork& network) : m_network(network) {
     ReadEdges();
-    GroupNearNodes(apart);
+    GroupNearNodes();
     StripTrees();
     MakeWhole();
 }
 
 void LoopFinder::AppendLoops(std::vector<std::vector<ZrOwEntity*>>& loops) {
     std::vector<ZrOwEntity*> loop;
-    for (Index edge = 0; edge < m_edges.size(); ++edge) {
+    for (Index edge = 0; edge < m_network.pipes.size(); ++edge) {
         if (m_remains[edge]) {
             loop.clear();
             FindLoop(edge, loop);
@@ -53,63 +51,35 @@ void LoopFinder::AppendLoops(std::vector<std::vector<ZrOwEntity*>>& loops) {
 }
 
 void LoopFinder::ReadEdges() {
-    const std::size_t count = m_edges.size();
-    m_start.resize(count);
-    m_end.resize(count);
-    m_pipes.resize(count);
-    m_remains.resize(count);
     // Lists do not change while loops are looked for, so that taking the edges at dead ends away once does for all.
     // Nothing is near a point that is not finite, so no step leads on from there and no walk arrives.
-    const auto leadsOn = [](CCheckPipeLineNode* node) {
-        return node != nullptr && Access::ListSize(*node) != 1 && IsFinite(Access::Point(*node));
+    const auto leadsOn = [this](Index node) {
+        return node != kNone && m_network.ListSize(node) != 1 && IsFinite(PointOf(node));
     };
-    for (std::size_t edge = 0; edge < count; ++edge) {
-        CCheckPipeLineNode* const start = Access::Start(*m_edges[edge]);
-        CCheckPipeLineNode* const end = Access::End(*m_edges[edge]);
-        m_start[edge] = NumberOf(start);
-        m_end[edge] = NumberOf(end);
-        m_pipes[edge] = m_edges[edge]->GetPipeEnt();
-        m_remains[edge] = leadsOn(start) && leadsOn(end);
+    const std::size_t count = m_network.pipes.size();
+    m_remains.resize(count);
+    for (Index edge = 0; edge < count; ++edge) {
+        m_remains[edge] = leadsOn(StartOf(edge)) && leadsOn(EndOf(edge));
     }
 }
 
-Index LoopFinder::NumberOf(CCheckPipeLineNode* node) {
-    if (node == nullptr) {
-        return kNone;
-    }
-    const Index position = Access::Position(*node);
-    if (position < m_listedNodes && m_nodes[position] == node) {
-        return position;
-    }
-    const auto [entry, added] = m_unlisted.emplace(node, static_cast<Index>(m_nodes.size()));
-    if (added) {
-        m_nodes.push_back(node);
-    }
-    return entry->second;
-}
-
-Index LoopFinder::NumberOf(const CCheckPipeLineEdge* edge) const {
-    if (edge == nullptr) {
-        return kNone;
-    }
-    const Index position = Access::Position(const_cast<CCheckPipeLineEdge&>(*edge));
-    return position < m_edges.size() && m_edges[position] == edge ? position : kNone;
-}
-
-void LoopFinder::GroupNearNodes(bool apart) {
-    if (apart && m_unlisted.size() <= kFewNodes) {
-        for (const auto& [unlisted, number] : m_unlisted) {
-            const AcGePoint3d& point = Access::Point(*unlisted);
-            for (Index node = 0; node < m_nodes.size(); ++node) {
-                if (node != number && CEntFindMethod::Is2PtNear(PointOf(node), point, kPlaceTolerance)) {
-                    Join(node, number);
+void LoopFinder::GroupNearNodes() {
+    const auto nodes = static_cast<Index>(m_network.points.size());
+    if (m_network.apart && m_network.unlisted.size() <= kFewNodes) {
+        for (const Index unlisted : m_network.unlisted) {
+            const AcGePoint3d& point = PointOf(unlisted);
+            for (Index node = 0; node < nodes; ++node) {
+                // One coordinate tells most of them apart.
+                if (std::abs(PointOf(node).x - point.x) <= kPlaceTolerance && node != unlisted &&
+                    CEntFindMethod::Is2PtNear(PointOf(node), point, kPlaceTolerance)) {
+                    Join(node, unlisted);
                 }
             }
         }
     } else {
         PointGrid grid;
         kernel::LargeVector<Index> nodeOf;
-        for (Index node = 0; node < m_nodes.size(); ++node) {
+        for (Index node = 0; node < nodes; ++node) {
             bool known = false;
             grid.ForEachNear(PointOf(node), [&](Index number) {
                 Join(node, nodeOf[number]);
@@ -122,7 +92,7 @@ void LoopFinder::GroupNearNodes(bool apart) {
             }
         }
     }
-    m_joins.resize(m_nodes.size());
+    m_joins.resize(nodes);
     for (Index node = 0; node < m_site.size(); ++node) {
         const Index site = m_site[node] = SiteOf(node);
         if (site != node) {
@@ -134,17 +104,17 @@ void LoopFinder::GroupNearNodes(bool apart) {
             m_siteNodes[m_site[node]].push_back(node);
         }
     }
-    for (std::size_t edge = 0; edge < m_edges.size(); ++edge) {
-        if (m_remains[edge] && SiteOf(m_start[edge]) == SiteOf(m_end[edge])) {
-            m_joins[SiteOf(m_start[edge])] = 1;
+    for (Index edge = 0; edge < m_network.pipes.size(); ++edge) {
+        if (m_remains[edge] && SiteOf(StartOf(edge)) == SiteOf(EndOf(edge))) {
+            m_joins[SiteOf(StartOf(edge))] = 1;
         }
     }
 }
 
 void LoopFinder::Join(Index left, Index right) {
     if (m_site.empty()) {
-        m_site.resize(m_nodes.size());
-        for (Index node = 0; node < m_nodes.size(); ++node) {
+        m_site.resize(m_network.points.size());
+        for (Index node = 0; node < m_network.points.size(); ++node) {
             m_site[node] = node;
         }
     }
@@ -171,27 +141,27 @@ bool LoopFinder::IsNear(Index left, Index right) const {
 }
 
 Index LoopFinder::FarNode(Index node, Index edge) const {
-    if (IsNear(m_start[edge], node)) {
-        return m_end[edge];
+    if (IsNear(StartOf(edge), node)) {
+        return EndOf(edge);
     }
-    return IsNear(m_end[edge], node) ? m_start[edge] : kNone;
+    return IsNear(EndOf(edge), node) ? StartOf(edge) : kNone;
 }
 
 void LoopFinder::StripTrees() {
-    kernel::LargeVector<Index> degree(m_nodes.size());
-    kernel::LargeVector<Index> combined(m_nodes.size());
-    for (Index edge = 0; edge < m_edges.size(); ++edge) {
+    kernel::LargeVector<Index> degree(m_network.points.size());
+    kernel::LargeVector<Index> combined(m_network.points.size());
+    for (Index edge = 0; edge < m_network.pipes.size(); ++edge) {
         if (m_remains[edge]) {
-            for (const Index site : {SiteOf(m_start[edge]), SiteOf(m_end[edge])}) {
+            for (const Index site : {SiteOf(StartOf(edge)), SiteOf(EndOf(edge))}) {
                 ++degree[site];
                 combined[site] ^= edge;
             }
         }
     }
-    for (Index first = 0; first < m_nodes.size(); ++first) {
+    for (Index first = 0; first < m_network.points.size(); ++first) {
         for (Index site = first; degree[site] == 1;) {
             const Index edge = combined[site];
-            const Index other = SiteOf(m_start[edge]) == site ? SiteOf(m_end[edge]) : SiteOf(m_start[edge]);
+            const Index other = SiteOf(StartOf(edge)) == site ? SiteOf(EndOf(edge)) : SiteOf(StartOf(edge));
             if (m_joins[other]) {
                 break;
             }
@@ -206,7 +176,7 @@ void LoopFinder::StripTrees() {
 
 void LoopFinder::MakeWhole() {
     kernel::LargeVector<Index> edges;
-    for (Index edge = 0; edge < m_edges.size(); ++edge) {
+    for (Index edge = 0; edge < m_network.pipes.size(); ++edge) {
         if (m_remains[edge]) {
             edges.push_back(edge);
         }
@@ -214,11 +184,11 @@ void LoopFinder::MakeWhole() {
     if (edges.empty()) {
         return;
     }
-    m_seats.resize(m_edges.size());
-    m_isBridge.resize(m_edges.size());
-    m_walkable.resize(m_edges.size());
-    m_stopOf.resize(m_nodes.size());
-    m_stopPart.resize(m_nodes.size(), kNone);
+    m_seats.resize(m_network.pipes.size());
+    m_isBridge.resize(m_network.pipes.size());
+    m_walkable.resize(m_network.pipes.size());
+    m_stopOf.resize(m_network.points.size());
+    m_stopPart.resize(m_network.points.size(), kNone);
     const auto count = static_cast<Index>(edges.size());
     const std::shared_ptr<Batch> batch = std::make_shared<Batch>();
     batch->edges = std::move(edges);
@@ -236,19 +206,10 @@ void LoopFinder::MakeWhole() {
 
 void LoopFinder::ReadLists(Batch& batch) {
     batch.steps.reserve(2 * batch.edges.size());
-    const ObjectPool* const pool = Access::Pool(*m_edges.front());
     for (Stop& stop : batch.stops) {
         stop.begin = static_cast<Index>(batch.steps.size());
-        CCheckPipeLineNode& node = *m_nodes[stop.node];
-        if (const EdgeList* list = Access::List(node)) {
-            for (const boost::shared_ptr<CCheckPipeLineEdge>& listed : list->Edges()) {
-                ReadEntry(batch, stop.node, NumberOf(listed.get()));
-            }
-        } else if (Access::Pool(node) == pool && pool != nullptr) {
-            // The pool's edges come first in the graph's list, in the order of making.
-            for (Index entry = 0; entry < Access::ListedCount(node); ++entry) {
-                ReadEntry(batch, stop.node, pool->ListedNumber(Access::FirstListed(node) + entry));
-            }
+        for (Index entry = m_network.listBegin[stop.node]; entry < m_network.listBegin[stop.node + 1]; ++entry) {
+            ReadEntry(batch, stop.node, m_network.lists[entry]);
         }
         stop.end = static_cast<Index>(batch.steps.size());
     }
@@ -261,7 +222,7 @@ inline void LoopFinder::ReadEntry(Batch& batch, Index node, Index edge) {
     const Index far = FarNode(node, edge);
     if (far != kNone) {
         batch.steps.push_back({edge, m_stopOf[far]});
-        MarkWalkable(edge, SiteOf(node) == SiteOf(m_start[edge]), SiteOf(node) == SiteOf(m_end[edge]));
+        MarkWalkable(edge, SiteOf(node) == SiteOf(StartOf(edge)), SiteOf(node) == SiteOf(EndOf(edge)));
     }
 }
 
@@ -300,7 +261,7 @@ kernel::LargeVector<Index> LoopFinder::PartsOf(const kernel::LargeVector<Index>&
     kernel::LargeVector<Link> links;
     links.reserve(edges.size());
     for (const Index edge : edges) {
-        links.push_back({SiteOf(m_start[edge]), SiteOf(m_end[edge])});
+        links.push_back({SiteOf(StartOf(edge)), SiteOf(EndOf(edge))});
     }
     const Blocks blocks = FindBlocks(links, m_stopOf, m_joins);
     struct Candidate {
@@ -348,8 +309,8 @@ void LoopFinder::MakeStops(Batch& batch, Index firstPart) {
         part.firstStop = static_cast<Index>(batch.stops.size());
         for (Index position = part.firstEdge; position < part.lastEdge; ++position) {
             const Index edge = batch.edges[position];
-            m_seats[edge].startStop = StopFor(batch, m_start[edge], number);
-            m_seats[edge].endStop = StopFor(batch, m_end[edge], number);
+            m_seats[edge].startStop = StopFor(batch, StartOf(edge), number);
+            m_seats[edge].endStop = StopFor(batch, EndOf(edge), number);
         }
         part.lastStop = static_cast<Index>(batch.stops.size());
     }
@@ -387,7 +348,7 @@ void LoopFinder::AddStop(Batch& batch, Index node, Index part, Index site, Index
 void LoopFinder::MakeSteps(Batch& batch, const Lists& lists) {
     const auto stopOf = [this](Index node, Index edge) {
         const Seat& seat = m_seats[edge];
-        return m_start[edge] == node ? seat.startStop : m_end[edge] == node ? seat.endStop : m_stopOf[node];
+        return StartOf(edge) == node ? seat.startStop : EndOf(edge) == node ? seat.endStop : m_stopOf[node];
     };
     for (std::size_t list = 0; list < lists.nodes.size(); ++list) {
         for (Index position = lists.begin[list]; position < lists.begin[list + 1]; ++position) {
@@ -408,7 +369,7 @@ void LoopFinder::MakeSteps(Batch& batch, const Lists& lists) {
         for (Index position = lists.begin[list]; position < lists.begin[list + 1]; ++position) {
             const auto [edge, far] = lists.steps[position];
             if (m_remains[edge]) {
-                const Index farStop = far == m_end[edge] ? m_seats[edge].endStop : m_seats[edge].startStop;
+                const Index farStop = far == EndOf(edge) ? m_seats[edge].endStop : m_seats[edge].startStop;
                 batch.steps[batch.stops[stopOf(lists.nodes[list], edge)].end++] = {edge, farStop};
             }
         }
@@ -529,11 +490,11 @@ void LoopFinder::FindLoop(Index edge, std::vector<ZrOwEntity*>& loop) {
             for (std::size_t position = 0; position < m_path.size(); ++position) {
                 const Index soon = m_path[std::min(position + kReadAhead, m_path.size() - 1)];
                 __builtin_prefetch(&m_seats[soon]);
-                __builtin_prefetch(&m_pipes[soon]);
-                loop.push_back(m_pipes[m_path[position]]);
+                __builtin_prefetch(&m_network.pipes[soon]);
+                loop.push_back(m_network.pipes[m_path[position]]);
                 RemoveEdge(m_path[position]);
             }
-            loop.push_back(m_pipes[edge]);
+            loop.push_back(m_network.pipes[edge]);
         }
         RemoveEdge(edge);
     }
@@ -554,7 +515,7 @@ void LoopFinder::FindPath(Index edge) {
     ++m_work.searches;
     ++m_walk;
     Walk walk{2 * m_walk, 2 * m_walk + 1, m_seats[edge].block, kNone, 0, 0};
-    if (part.hub != kNone && SiteOf(m_end[edge]) != part.hub) {
+    if (part.hub != kNone && SiteOf(EndOf(edge)) != part.hub) {
         walk.hub = batch.stops[m_stopOf[part.hub]].site;
         walk.hubNodesLeft = NodesToEnter(batch, walk.hub);
     }
@@ -729,7 +690,7 @@ bool LoopFinder::IsPassed(const Batch& batch, Index site) const {
 
 void LoopFinder::MarkArrivals(Index edge, Index mark) {
     Batch& batch = *m_parts[m_seats[edge].part].batch;
-    const auto site = m_siteNodes.find(SiteOf(m_end[edge]));
+    const auto site = m_siteNodes.find(SiteOf(EndOf(edge)));
     if (site == m_siteNodes.end()) {
         batch.marks[m_seats[edge].endStop] = mark;
         return;
@@ -738,7 +699,7 @@ void LoopFinder::MarkArrivals(Index edge, Index mark) {
     const Index first = batch.stops[m_seats[edge].endStop].site;
     Index number = first;
     do {
-        if (IsNear(batch.stops[number].node, m_end[edge])) {
+        if (IsNear(batch.stops[number].node, EndOf(edge))) {
             batch.marks[number] = mark;
         }
         number = batch.stops[number].nextOfSite;
@@ -746,7 +707,7 @@ void LoopFinder::MarkArrivals(Index edge, Index mark) {
 }
 
 bool LoopFinder::IsSamePipeTwice(Index left, Index right) const {
-    const double difference = std::abs(m_pipes[left]->GetLength()) - std::abs(m_pipes[right]->GetLength());
+    const double difference = std::abs(m_network.pipes[left]->GetLength()) - std::abs(m_network.pipes[right]->GetLength());
     return std::abs(difference) < kSameLength;
 }
 
@@ -797,6 +758,12 @@ void LoopFinder::EraseStep(Batch& batch, Stop& stop, Index edge) {
         }
     }
     stop.end = kept;
+}
+
+LoopWork AppendLoops(const PipeNetwork& network, std::vector<std::vector<ZrOwEntity*>>& loops) {
+    LoopFinder finder(network);
+    finder.AppendLoops(loops);
+    return finder.Work();
 }
 
 }  // namespace norvex::pipenet

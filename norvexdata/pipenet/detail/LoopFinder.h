@@ -3,13 +3,17 @@
 
 #include <compare>
 #include <memory>
+#include <unordered_map>
 #include <vector>
 
-#include "norvexdata/pipenet/detail/NetworkObjects.h"
+#include "norvexdata/pipenet/LoopWork.h"
+#include "norvexdata/pipenet/detail/PipeNetwork.h"
+
+class ZrOwEntity;
 
 namespace norvex::pipenet {
 
-// Lists the closed loops of one graph.
+// Lists the closed loops of one network.
 //
 // What is listed is what the plain walk lists: from each edge in turn, depth first along the nodes' lists from the
 // edge's start node, over edges that are still there, to the first step that arrives near the edge's end node. The work
@@ -35,9 +39,8 @@ namespace norvex::pipenet {
 // which is split, and split again, when the waste outgrows it.
 class LoopFinder {
   public:
-    // The nodes and edges of a graph. apart: no two of the nodes are near each other.
-    LoopFinder(const kernel::LargeVector<CCheckPipeLineNode*>& nodes,
-               const kernel::LargeVector<CCheckPipeLineEdge*>& edges, bool apart);
+    // The network is borrowed.
+    explicit LoopFinder(const PipeNetwork& network);
 
     void AppendLoops(std::vector<std::vector<ZrOwEntity*>>& loops);
     const LoopWork& Work() const { return m_work; }
@@ -145,16 +148,16 @@ class LoopFinder {
         Index endStop = 0;
     };
 
-    // Reading the graph.
+    // Reading the network.
     void ReadEdges();
-    Index NumberOf(CCheckPipeLineNode* node);
-    Index NumberOf(const CCheckPipeLineEdge* edge) const;
-    void GroupNearNodes(bool apart);
+    void GroupNearNodes();
     void Join(Index left, Index right);
     Index SiteOf(Index node) const;
     bool IsNear(Index left, Index right) const;
     Index FarNode(Index node, Index edge) const;
-    const AcGePoint3d& PointOf(Index node) const { return Access::Point(*m_nodes[node]); }
+    const AcGePoint3d& PointOf(Index node) const { return m_network.points[node]; }
+    Index StartOf(Index edge) const { return m_network.ends[edge].start; }
+    Index EndOf(Index edge) const { return m_network.ends[edge].end; }
 
     // Taking edges away before any walk.
     void StripTrees();
@@ -207,17 +210,10 @@ class LoopFinder {
     void TakeOut(Index edge, Batch& batch);
     static void EraseStep(Batch& batch, Stop& stop, Index edge);
 
-    kernel::LargeVector<CCheckPipeLineNode*> m_nodes;
-    const kernel::LargeVector<CCheckPipeLineEdge*>& m_edges;
-    // Nodes of edges that are in no node list, with their numbers.
-    std::unordered_map<const CCheckPipeLineNode*, Index> m_unlisted;
-    std::size_t m_listedNodes;
+    const PipeNetwork& m_network;
 
-    // Per edge: its nodes, and what is known of it.
-    kernel::LargeVector<Index> m_start;
-    kernel::LargeVector<Index> m_end;
+    // Per edge: what is known of it.
     kernel::LargeVector<Seat> m_seats;
-    kernel::LargeVector<ZrOwPolyLine*> m_pipes;
     kernel::LargeVector<unsigned char> m_remains;
     kernel::LargeVector<unsigned char> m_isBridge;
     // Can be walked from the start's site, plus twice from the end's.
@@ -243,5 +239,8 @@ class LoopFinder {
     Index m_look = 0;
     LoopWork m_work;
 };
+
+// Appends the loops of the network, and returns what it took.
+LoopWork AppendLoops(const PipeNetwork& network, std::vector<std::vector<ZrOwEntity*>>& loops);
 
 }  // namespace norvex::pipenet

@@ -3,35 +3,41 @@
 
 namespace norvex::pipenet {
 
-CCheckPipeLineNode* ObjectPool::MakeNode(const AcGePoint3d& point) {
-    CCheckPipeLineNode* node = m_nodes.Make(point);
-    Access::Pool(*node) = this;
-    return node;
+CCheckPipeLineNode* ObjectPool::Node(Index number) {
+    std::call_once(m_making, [this] { MakeObjects(); });
+    return &m_nodes[number];
 }
 
-CCheckPipeLineEdge* ObjectPool::MakeEdge(ZrOwPolyLine* pipe) {
-    CCheckPipeLineEdge* edge = m_edges.Make(pipe);
-    Access::Pool(*edge) = this;
-    return edge;
+CCheckPipeLineEdge* ObjectPool::Edge(Index number) {
+    std::call_once(m_making, [this] { MakeObjects(); });
+    return &m_edges[number];
 }
 
-void ObjectPool::AddList(CCheckPipeLineNode& node, Index room) {
-    Access::FirstListed(node) = static_cast<Index>(m_lists.size());
-    m_lists.resize(m_lists.size() + room);
-}
-
-void ObjectPool::Append(CCheckPipeLineNode& node, Index edge) {
-    m_lists[Access::FirstListed(node) + Access::ListedCount(node)++] = edge;
+void ObjectPool::MakeObjects() {
+    // What an earlier call made before memory ran out.
+    m_edges.clear();
+    m_nodes.clear();
+    for (Index number = 0; number < m_network.points.size(); ++number) {
+        Access::SetPool(m_nodes.emplace_back(m_network.points[number]), *this, number);
+    }
+    for (Index number = 0; number < m_network.pipes.size(); ++number) {
+        const PipeNetwork::Ends& ends = m_network.ends[number];
+        CCheckPipeLineEdge& edge = m_edges.emplace_back(m_network.pipes[number]);
+        Access::SetPool(edge, *this, number, m_nodes[ends.start], m_nodes[ends.end]);
+    }
+    m_hasObjects = true;
 }
 
 void ObjectPool::Cut() {
     m_keeper = nullptr;
-    m_edges.ForEach([](CCheckPipeLineEdge& edge) { Access::CutPooled(edge); });
-    m_nodes.ForEach([](CCheckPipeLineNode& node) {
+    for (CCheckPipeLineEdge& edge : m_edges) {
+        Access::CutPooled(edge);
+    }
+    for (CCheckPipeLineNode& node : m_nodes) {
         if (!Access::IsAdopted(node)) {
             Access::DropList(node);
         }
-    });
+    }
 }
 
 NetworkKeeper::~NetworkKeeper() {
@@ -46,13 +52,6 @@ NetworkKeeper::~NetworkKeeper() {
     if (m_pool && m_pool.use_count() > 1) {
         m_pool->Cut();
     }
-}
-
-const boost::shared_ptr<ObjectPool>& NetworkKeeper::Pool() {
-    if (!m_pool) {
-        m_pool.reset(new ObjectPool(*this));
-    }
-    return m_pool;
 }
 
 void NetworkKeeper::Keep(const boost::shared_ptr<CCheckPipeLineNode>& node) {
@@ -83,6 +82,24 @@ boost::shared_ptr<CCheckPipeLineEdge> NetworkKeeper::Share(CCheckPipeLineEdge* e
     return m_edges.at(edge);
 }
 
+void Access::SetPool(CCheckPipeLineNode& node, ObjectPool& pool, Index number) {
+    const PipeNetwork& network = pool.Network();
+    node.m_pool = &pool;
+    node.m_firstListed = network.listBegin[number];
+    node.m_listedCount = network.ListSize(number);
+    // The seed is the first of the network, and in no list.
+    node.m_index = number - 1;
+}
+
+void Access::SetPool(CCheckPipeLineEdge& edge, ObjectPool& pool, Index number, CCheckPipeLineNode& start,
+                     CCheckPipeLineNode& end) {
+    edge.m_pool = &pool;
+    edge.m_nodes[0] = &start;
+    edge.m_nodes[1] = &end;
+    edge.m_pooled[0] = edge.m_pooled[1] = true;
+    edge.m_index = number;
+}
+
 void Access::CutPooled(CCheckPipeLineEdge& edge) {
     for (int side = 0; side < 2; ++side) {
         if (edge.m_pooled[side]) {
@@ -100,6 +117,106 @@ void Access::DropList(CCheckPipeLineNode& node) {
     // Taken out first, because the last reference to another pool may be among the entries.
     const std::unique_ptr<EdgeList> dropped = std::move(node.m_list);
     node.m_listedCount = 0;
+}
+
+std::vector<CCheckPipeLineNode*> Access::Nodes(const CCheckPipeLineGraph& graph) {
+    std::vector<CCheckPipeLineNode*> nodes;
+    for (Index position = 0; position < graph.NodeCount(); ++position) {
+        nodes.push_back(graph.NodeAt(position));
+    }
+    return nodes;
+}
+
+std::vector<CCheckPipeLineEdge*> Access::Edges(const CCheckPipeLineGraph& graph) {
+    std::vector<CCheckPipeLineEdge*> edges;
+    for (Index position = 0; position < graph.EdgeCount(); ++position) {
+        edges.push_back(graph.EdgeAt(position));
+    }
+    return edges;
+}
+
+void Access::Fill(CCheckPipeLineGraph& graph, PipeNetwork&& network) {
+    graph.m_searchedEdges = static_cast<Index>(network.pipes.size());
+    graph.m_searchedNodes = static_cast<Index>(network.points.size() - network.unlisted.size());
+    graph.m_asSearched = true;
+    graph.Keeper()->SetPool(std::move(network));
+}
+
+namespace {
+
+class ObjectReader {
+  public:
+    explicit ObjectReader(const CCheckPipeLineGraph& graph)
+        : m_nodes(Access::Nodes(graph)), m_edges(Access::Edges(graph)), m_listedNodes(m_nodes.size()) {
+        m_network.apart = Access::IsAsSearched(graph);
+    }
+
+    PipeNetwork Read() {
+        for (CCheckPipeLineEdge* edge : m_edges) {
+            const Index start = NumberOf(Access::Start(*edge));
+            const Index end = NumberOf(Access::End(*edge));
+            m_network.ends.push_back({start, end});
+            m_network.pipes.push_back(edge->GetPipeEnt());
+        }
+        for (CCheckPipeLineNode* node : m_nodes) {
+            m_network.points.push_back(node->Point());
+            m_network.listBegin.push_back(static_cast<Index>(m_network.lists.size()));
+            ReadList(*node);
+        }
+        m_network.listBegin.push_back(static_cast<Index>(m_network.lists.size()));
+        return std::move(m_network);
+    }
+
+  private:
+    Index NumberOf(CCheckPipeLineNode* node) {
+        if (node == nullptr) {
+            return kNone;
+        }
+        const Index position = Access::Position(*node);
+        if (position < m_listedNodes && m_nodes[position] == node) {
+            return position;
+        }
+        const auto [entry, added] = m_unlisted.emplace(node, static_cast<Index>(m_nodes.size()));
+        if (added) {
+            m_network.unlisted.push_back(entry->second);
+            m_nodes.push_back(node);
+        }
+        return entry->second;
+    }
+
+    Index NumberOf(CCheckPipeLineEdge* edge) const {
+        if (edge == nullptr) {
+            return kNone;
+        }
+        const Index position = Access::Position(*edge);
+        return position < m_edges.size() && m_edges[position] == edge ? position : kNone;
+    }
+
+    void ReadList(const CCheckPipeLineNode& node) {
+        if (const EdgeList* list = Access::List(node)) {
+            for (const boost::shared_ptr<CCheckPipeLineEdge>& listed : list->Edges()) {
+                m_network.lists.push_back(NumberOf(listed.get()));
+            }
+            return;
+        }
+        const auto count = static_cast<Index>(Access::ListSize(node));
+        for (Index entry = 0; entry < count; ++entry) {
+            m_network.lists.push_back(NumberOf(Access::Pool(node)->Listed(Access::FirstListed(node) + entry)));
+        }
+    }
+
+    std::vector<CCheckPipeLineNode*> m_nodes;
+    const std::vector<CCheckPipeLineEdge*> m_edges;
+    const std::size_t m_listedNodes;
+    // Nodes of edges that are in no node list, with their numbers.
+    std::unordered_map<const CCheckPipeLineNode*, Index> m_unlisted;
+    PipeNetwork m_network;
+};
+
+}  // namespace
+
+PipeNetwork ReadObjects(const CCheckPipeLineGraph& graph) {
+    return ObjectReader(graph).Read();
 }
 
 LoopWork LastLoopWork(const CCheckPipeLineGraph& graph) {

@@ -5,7 +5,7 @@
 
 #include "norvexdata/entities/EntFindMethod.h"
 #include "norvexdata/pipenet/detail/Cells.h"
-#include "norvexdata/pipenet/detail/NetworkObjects.h"
+#include "norvexdata/pipenet/detail/PipeNetwork.h"
 
 namespace norvex::pipenet {
 
