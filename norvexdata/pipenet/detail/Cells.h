@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <utility>
 
 #include "platform/arx/AcGe.h"
 
@@ -40,10 +41,22 @@ class CellGrid {
         : m_reach(reach * (1.0 + 1e-9)), m_scale(1.0 / cellSize) {}
 
     Cell Of(const AcGePoint3d& point) const { return {Along(point.x), Along(point.y), Along(point.z)}; }
-    // Whether the point surely has nothing in reach outside its cell. Quicker than asking for the lowest and the
-    // highest corner; false says nothing.
-    bool IsWellInside(const AcGePoint3d& point) const {
-        return IsWellInside(point.x) && IsWellInside(point.y) && IsWellInside(point.z);
+    // The cell of the point, and whether the point surely has nothing in reach outside it. Quicker than asking for the
+    // lowest and the highest corner; false says nothing.
+    std::pair<Cell, bool> Locate(const AcGePoint3d& point) const {
+        const double x = point.x * m_scale + kOffset;
+        const double y = point.y * m_scale + kOffset;
+        const double z = point.z * m_scale + kOffset;
+        if (!(std::abs(x) < kPreciseUpTo && std::abs(y) < kPreciseUpTo && std::abs(z) < kPreciseUpTo)) {
+            return {Of(point), false};
+        }
+        const Cell cell{Floor(x), Floor(y), Floor(z)};
+        const double margin = m_reach * m_scale + kRounding;
+        const auto inside = [margin](double scaled, std::int64_t floor) {
+            const double fraction = scaled - static_cast<double>(floor);
+            return fraction > margin && fraction < 1.0 - margin;
+        };
+        return {cell, inside(x, cell.x) && inside(y, cell.y) && inside(z, cell.z)};
     }
     // The cells of the lowest and the highest corner of the box within reach of the point.
     Cell Low(const AcGePoint3d& point) const {
@@ -82,25 +95,17 @@ class CellGrid {
         if (!(std::abs(scaled) < kFarthest)) {
             return scaled > 0.0 ? static_cast<std::int64_t>(kFarthest) : -static_cast<std::int64_t>(kFarthest);
         }
+        return Floor(scaled);
+    }
+
+    static std::int64_t Floor(double scaled) {
         const auto truncated = static_cast<std::int64_t>(scaled);
         return truncated - (scaled < static_cast<double>(truncated) ? 1 : 0);
     }
 
-    bool IsWellInside(double coordinate) const {
-        const double scaled = coordinate * m_scale + kOffset;
-        if (!(std::abs(scaled) < kPreciseUpTo)) {
-            return false;
-        }
-        const double truncated = static_cast<double>(static_cast<std::int64_t>(scaled));
-        // Below zero, a fraction counts from the cell's other side.
-        const double fraction = std::abs(scaled - truncated);
-        const double margin = m_reach * m_scale + kRounding;
-        return fraction > margin && fraction < 1.0 - margin;
-    }
-
     // Up to here the fraction of a scaled coordinate is right within the rounding allowed for, a dozen times over.
-    static constexpr double kPreciseUpTo = 1 << 28;
-    static constexpr double kRounding = 1e-6;
+    static constexpr double kPreciseUpTo = 1 << 30;
+    static constexpr double kRounding = 4e-6;
 
     double m_reach;
     double m_scale;

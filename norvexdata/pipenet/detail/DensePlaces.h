@@ -51,7 +51,9 @@ class DensePlaces {
         : m_all(std::max(0.0, hostTolerance), std::max(kSmallestCell, kReachesPerCell * hostTolerance)),
           m_nodes(kPlaceTolerance, kReachesPerCell * kPlaceTolerance) {}
 
-    bool IsDense(std::uint32_t cellHash) const { return !m_cells.empty() && m_cells.count(cellHash) != 0; }
+    // Whether there is a dense cell at all.
+    bool Any() const { return !m_cells.empty(); }
+    bool IsDense(std::uint32_t cellHash) const { return Any() && m_cells.count(cellHash) != 0; }
     void MakeDense(std::uint32_t cellHash) { m_cells.insert(cellHash); }
     // Places of dense cells, and those of them that have a node.
     FineGrid& All() { return m_all; }

@@ -104,11 +104,6 @@ void LoopFinder::GroupNearNodes() {
             m_siteNodes[m_site[node]].push_back(node);
         }
     }
-    for (Index edge = 0; edge < m_network.pipes.size(); ++edge) {
-        if (m_remains[edge] && SiteOf(StartOf(edge)) == SiteOf(EndOf(edge))) {
-            m_joins[SiteOf(StartOf(edge))] = 1;
-        }
-    }
 }
 
 void LoopFinder::Join(Index left, Index right) {
@@ -123,7 +118,7 @@ void LoopFinder::Join(Index left, Index right) {
     m_site[std::max(left, right)] = std::min(left, right);
 }
 
-Index LoopFinder::SiteOf(Index node) const {
+inline Index LoopFinder::SiteOf(Index node) const {
     if (m_site.empty()) {
         return node;
     }
@@ -133,14 +128,14 @@ Index LoopFinder::SiteOf(Index node) const {
     return node;
 }
 
-bool LoopFinder::IsNear(Index left, Index right) const {
+inline bool LoopFinder::IsNear(Index left, Index right) const {
     if (left == right) {
         return true;
     }
     return SiteOf(left) == SiteOf(right) && CEntFindMethod::Is2PtNear(PointOf(left), PointOf(right), kPlaceTolerance);
 }
 
-Index LoopFinder::FarNode(Index node, Index edge) const {
+inline Index LoopFinder::FarNode(Index node, Index edge) const {
     if (IsNear(StartOf(edge), node)) {
         return EndOf(edge);
     }
@@ -148,27 +143,39 @@ Index LoopFinder::FarNode(Index node, Index edge) const {
 }
 
 void LoopFinder::StripTrees() {
-    kernel::LargeVector<Index> degree(m_network.points.size());
-    kernel::LargeVector<Index> combined(m_network.points.size());
-    for (Index edge = 0; edge < m_network.pipes.size(); ++edge) {
+    const auto edges = static_cast<Index>(m_network.pipes.size());
+    const auto nodes = static_cast<Index>(m_network.points.size());
+    struct Site {
+        Index degree;
+        // The numbers of its edges, combined by exclusive or.
+        Index combined;
+    };
+    kernel::LargeVector<Site> sites(nodes);
+    for (Index edge = 0; edge < edges; ++edge) {
         if (m_remains[edge]) {
-            for (const Index site : {SiteOf(StartOf(edge)), SiteOf(EndOf(edge))}) {
-                ++degree[site];
-                combined[site] ^= edge;
+            const Index start = SiteOf(StartOf(edge));
+            const Index end = SiteOf(EndOf(edge));
+            ++sites[start].degree;
+            sites[start].combined ^= edge;
+            ++sites[end].degree;
+            sites[end].combined ^= edge;
+            if (start == end) {
+                m_joins[start] = 1;
             }
         }
     }
-    for (Index first = 0; first < m_network.points.size(); ++first) {
-        for (Index site = first; degree[site] == 1;) {
-            const Index edge = combined[site];
-            const Index other = SiteOf(StartOf(edge)) == site ? SiteOf(EndOf(edge)) : SiteOf(StartOf(edge));
+    for (Index first = 0; first < nodes; ++first) {
+        for (Index site = first; sites[site].degree == 1;) {
+            const Index edge = sites[site].combined;
+            const Index start = SiteOf(StartOf(edge));
+            const Index other = start == site ? SiteOf(EndOf(edge)) : start;
             if (m_joins[other]) {
                 break;
             }
             m_remains[edge] = 0;
-            degree[site] = 0;
-            --degree[other];
-            combined[other] ^= edge;
+            sites[site].degree = 0;
+            --sites[other].degree;
+            sites[other].combined ^= edge;
             site = other;
         }
     }
@@ -176,6 +183,7 @@ void LoopFinder::StripTrees() {
 
 void LoopFinder::MakeWhole() {
     kernel::LargeVector<Index> edges;
+    edges.reserve(static_cast<std::size_t>(std::count(m_remains.begin(), m_remains.end(), 1)));
     for (Index edge = 0; edge < m_network.pipes.size(); ++edge) {
         if (m_remains[edge]) {
             edges.push_back(edge);
@@ -199,7 +207,6 @@ void LoopFinder::MakeWhole() {
     m_blocks = 1;
     MakeStops(*batch, 0);
     ReadLists(*batch);
-    CountDegrees(*batch);
     FindMutual(*batch);
     FixStops(*batch);
 }
@@ -250,7 +257,6 @@ void LoopFinder::Split(kernel::LargeVector<Index>&& edges, const Lists& lists) {
     }
     MakeStops(*batch, firstPart);
     MakeSteps(*batch, lists);
-    CountDegrees(*batch);
     FindWalkable(*batch);
     FindMutual(*batch);
     ListHubSteps(*batch, firstPart);
@@ -304,6 +310,8 @@ kernel::LargeVector<Index> LoopFinder::PartsOf(const kernel::LargeVector<Index>&
 }
 
 void LoopFinder::MakeStops(Batch& batch, Index firstPart) {
+    // A part has at most one node more than edges; where loops are many, it has far fewer.
+    batch.stops.reserve(std::min(batch.edges.size() + 1, m_network.points.size()));
     for (Index number = firstPart; number < m_parts.size(); ++number) {
         Part& part = m_parts[number];
         part.firstStop = static_cast<Index>(batch.stops.size());
@@ -311,6 +319,7 @@ void LoopFinder::MakeStops(Batch& batch, Index firstPart) {
             const Index edge = batch.edges[position];
             m_seats[edge].startStop = StopFor(batch, StartOf(edge), number);
             m_seats[edge].endStop = StopFor(batch, EndOf(edge), number);
+            CountDegrees(batch, edge);
         }
         part.lastStop = static_cast<Index>(batch.stops.size());
     }
@@ -318,7 +327,17 @@ void LoopFinder::MakeStops(Batch& batch, Index firstPart) {
     batch.looks.resize(batch.stops.size());
 }
 
-Index LoopFinder::StopFor(Batch& batch, Index node, Index part) {
+inline void LoopFinder::CountDegrees(Batch& batch, Index edge) {
+    for (const Index number : {m_seats[edge].startStop, m_seats[edge].endStop}) {
+        Stop& stop = batch.stops[number];
+        ++stop.named;
+        Stop& site = batch.stops[stop.site];
+        ++site.degree;
+        site.combined ^= edge;
+    }
+}
+
+inline Index LoopFinder::StopFor(Batch& batch, Index node, Index part) {
     if (m_stopPart[node] != part) {
         if (m_joins[SiteOf(node)] && m_siteNodes.count(SiteOf(node)) != 0) {
             AddSiteStops(batch, node, part);
@@ -339,7 +358,7 @@ void LoopFinder::AddSiteStops(Batch& batch, Index node, Index part) {
     batch.stops.back().nextOfSite = first;
 }
 
-void LoopFinder::AddStop(Batch& batch, Index node, Index part, Index site, Index next) {
+inline void LoopFinder::AddStop(Batch& batch, Index node, Index part, Index site, Index next) {
     m_stopPart[node] = part;
     m_stopOf[node] = static_cast<Index>(batch.stops.size());
     batch.stops.push_back({node, site, next, 0, 0, 0, 0, 0, 0});
@@ -372,18 +391,6 @@ void LoopFinder::MakeSteps(Batch& batch, const Lists& lists) {
                 const Index farStop = far == EndOf(edge) ? m_seats[edge].endStop : m_seats[edge].startStop;
                 batch.steps[batch.stops[stopOf(lists.nodes[list], edge)].end++] = {edge, farStop};
             }
-        }
-    }
-}
-
-void LoopFinder::CountDegrees(Batch& batch) {
-    for (const Index edge : batch.edges) {
-        for (const Index number : {m_seats[edge].startStop, m_seats[edge].endStop}) {
-            Stop& stop = batch.stops[number];
-            ++stop.named;
-            Stop& site = batch.stops[stop.site];
-            ++site.degree;
-            site.combined ^= edge;
         }
     }
 }

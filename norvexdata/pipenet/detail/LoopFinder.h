@@ -174,7 +174,7 @@ class LoopFinder {
     Index StopFor(Batch& batch, Index node, Index part);
     void AddStop(Batch& batch, Index node, Index part, Index site, Index next);
     void AddSiteStops(Batch& batch, Index node, Index part);
-    void CountDegrees(Batch& batch);
+    void CountDegrees(Batch& batch, Index edge);
     void FindWalkable(const Batch& batch);
     void MarkWalkable(Index edge, bool fromStart, bool fromEnd);
     void FindMutual(const Batch& batch);

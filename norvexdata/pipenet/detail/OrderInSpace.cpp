@@ -141,15 +141,4 @@ kernel::LargeVector<Index> OrderInSpace(const std::vector<ZrOwEntity*>& entities
     return order;
 }
 
-void ReadEarly(const ZrOwEntity* entity) {
-    if (entity == nullptr) {
-        return;
-    }
-    // An entity spans about three cache lines; its class stands in the first, its points in the last.
-    const char* start = reinterpret_cast<const char*>(entity);
-    __builtin_prefetch(start);
-    __builtin_prefetch(start + 64);
-    __builtin_prefetch(start + 128);
-}
-
 }  // namespace norvex::pipenet

@@ -162,10 +162,12 @@ inline void PipeSearch::LinkEnd(Index end, Index place) {
     }
 }
 
+inline PipeSearch::Spot PipeSearch::SpotOf(const AcGePoint3d& point) const {
+    const auto [cell, inside] = m_grid.Locate(point);
+    return {point, ShortHashOf(cell), inside};
+}
+
 bool PipeSearch::IsCrossing(const AcGePoint3d& point) const {
-    if (m_grid.IsWellInside(point)) {
-        return false;
-    }
     const Cell cell = m_grid.Of(point);
     return !IsFinite(point) || !(m_grid.Low(point) == cell && m_grid.High(point) == cell);
 }
@@ -175,7 +177,7 @@ inline Index PipeSearch::PlaceOf(const Spot& spot) {
     const auto made = static_cast<Index>(m_places.size());
     bool crowded = true;
     if (slot.place == kNone) {
-        crowded = !m_selfEqual || IsCrossing(spot.point);
+        crowded = !m_selfEqual || (!spot.inside && IsCrossing(spot.point));
         slot = {spot.hash, made};
         ++m_usedSlots;
     } else {
@@ -232,11 +234,6 @@ Index PipeSearch::DensePlaceAt(const AcGePoint3d& point) const {
         }
     });
     return found;
-}
-
-std::uint32_t PipeSearch::ShortHashOf(const Cell& cell) {
-    // Half of the hash, so that a slot takes eight bytes. Cells may share it, and then their places are in one slot.
-    return static_cast<std::uint32_t>(HashOf(cell) >> 32);
 }
 
 std::size_t PipeSearch::SlotOf(std::uint32_t hash) const {
@@ -375,11 +372,11 @@ void PipeSearch::FindEnds(const AcGePoint3d& point) {
     if (ForEachPlaceInReach(point, take)) {
         m_dense.All().ForEachWithinReach(point, [&](Index place) { take(m_places[place]); });
     }
-    const auto before = [](const End& left, const End& right) { return left.run < right.run; };
+    // The newest first, as in the list of one place.
+    const auto before = [](const End& left, const End& right) { return left.run > right.run; };
     const auto same = [](const End& left, const End& right) { return left.run == right.run; };
     std::sort(m_found.begin() + first, m_found.end(), before);
     m_found.erase(std::unique(m_found.begin() + first, m_found.end(), same), m_found.end());
-    std::reverse(m_found.begin() + first, m_found.end());
 }
 
 inline void PipeSearch::PutInOrder(Index first) {
@@ -415,7 +412,7 @@ inline void PipeSearch::Follow(const End& end, Index node, Index entry) {
     const Index made = AddNode(m_places[far].point);
     m_network.ends.push_back({node, made});
     m_places[far].node = m_firstNode + made;
-    if (m_dense.IsDense(ShortHashOf(m_grid.Of(m_places[far].point)))) {
+    if (m_dense.Any() && m_dense.IsDense(ShortHashOf(m_grid.Of(m_places[far].point)))) {
         m_dense.Nodes().Add(m_places[far].point, far);
     }
     Open(made, far);

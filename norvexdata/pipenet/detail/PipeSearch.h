@@ -72,6 +72,8 @@ class PipeSearch {
         AcGePoint3d point;
         // Of its cell.
         std::uint32_t hash;
+        // Nothing in reach of it lies in another cell; false says nothing.
+        bool inside;
     };
 
     static constexpr Index kNoEnd = 0x7FFFFFFF;
@@ -80,14 +82,15 @@ class PipeSearch {
     void GatherPlaces();
     // Adds the end to those of the place.
     void LinkEnd(Index end, Index place);
-    Spot SpotOf(const AcGePoint3d& point) const { return {point, ShortHashOf(m_grid.Of(point))}; }
+    Spot SpotOf(const AcGePoint3d& point) const;
     // Whether something may be in reach of the point that is not in its cell.
     bool IsCrossing(const AcGePoint3d& point) const;
     Index PlaceOf(const Spot& spot);
     Index PlaceOfDense(const Spot& spot);
     // The place with exactly these coordinates in a dense cell; kNone without one.
     Index DensePlaceAt(const AcGePoint3d& point) const;
-    static std::uint32_t ShortHashOf(const Cell& cell);
+    // Half of the hash, so that a slot takes eight bytes. Cells may share it, and then their places are in one slot.
+    static std::uint32_t ShortHashOf(const Cell& cell) { return static_cast<std::uint32_t>(HashOf(cell) >> 32); }
     std::size_t SlotOf(std::uint32_t hash) const;
     void GrowSlots();
     // The next place of the same slot; kNone for the last.

@@ -119,6 +119,34 @@ inline std::string Describe(const PipeSet& set) {
     return text.str();
 }
 
+// Lists the loops of a searched graph before anyone asks for its objects, then with objects, then with lists handed out;
+// tells the first difference in loops or graph.
+inline std::string CompareSearched(naive::Graph& expected, CCheckPipeLineGraph& graph, PipeSet& set) {
+    Loops wanted;
+    expected.GetBadLoopVec(wanted);
+    const auto loopsDiffer = [&] {
+        Loops loops;
+        graph.GetBadLoopVec(loops);
+        return loops != wanted;
+    };
+    if (loopsDiffer()) {
+        return "loops";
+    }
+    pipenet::Access::Edges(graph);
+    if (loopsDiffer()) {
+        return "loops of objects";
+    }
+    GraphComparison comparison;
+    std::string difference = comparison.Compare(expected, graph);
+    if (difference.empty()) {
+        difference = comparison.CompareLookups(expected, graph, set);
+    }
+    if (difference.empty() && loopsDiffer()) {
+        return "loops of lists that were handed out";
+    }
+    return difference;
+}
+
 // Searches a drawing both ways and tells the first difference in graphs or loops.
 inline std::string CompareSearches(PipeSet& set) {
     naive::Objects objects;
@@ -130,26 +158,9 @@ inline std::string CompareSearches(PipeSet& set) {
         return "number of graphs";
     }
     for (std::size_t number = 0; number < graphs.size(); ++number) {
-        Loops wanted;
-        Loops loops;
-        expected[number].GetBadLoopVec(wanted);
-        graphs[number].GetBadLoopVec(loops);
-        if (loops != wanted) {
-            return "loops";
-        }
-        GraphComparison comparison;
-        std::string difference = comparison.Compare(expected[number], graphs[number]);
-        if (difference.empty()) {
-            difference = comparison.CompareLookups(expected[number], graphs[number], set);
-        }
+        const std::string difference = CompareSearched(expected[number], graphs[number], set);
         if (!difference.empty()) {
             return difference;
-        }
-        // Comparing has asked for every list, which a search keeps in another form until then.
-        loops.clear();
-        graphs[number].GetBadLoopVec(loops);
-        if (loops != wanted) {
-            return "loops of lists that were handed out";
         }
     }
     return "";

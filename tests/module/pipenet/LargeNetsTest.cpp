@@ -97,6 +97,20 @@ TEST(LargeNets, BuildAStarOfAHundredThousandPipesByHand) {
     EXPECT_EQ(graph.GetEdge(&net[kPipes / 2])->GetNodeStart(), centre);
 }
 
+TEST(LargeNets, AppendToAStarThatWasHandedOut) {
+    constexpr int kPipes = 100000;
+    Net net("a-b");
+    CCheckPipeLineGraph graph;
+    const auto centre = graph.CreateNode({});
+    const auto& list = centre->GetConnectEdgeVec();
+    for (int number = 0; number < kPipes; ++number) {
+        const auto edge = graph.CreateEdge(&net[0]);
+        centre->AppendEdge(edge);
+        centre->AppendEdge(edge);
+    }
+    EXPECT_EQ(list.size(), static_cast<std::size_t>(kPipes));
+}
+
 TEST(LargeNets, SearchAStarOfAHundredThousandPipes) {
     constexpr int kPipes = 100000;
     Net net;

@@ -3,6 +3,7 @@
 
 #include "HandBuilt.h"
 #include "LiteralLoops.h"
+#include "LongLists.h"
 
 namespace norvex::test {
 namespace {
@@ -39,6 +40,12 @@ TEST(LongRandomNets, GiveTheSameGraphsAndLoopsWhereHundredsOfPipesLieInAFewUnits
         const std::unique_ptr<PipeSet> set = nets.NextCrowd();
         const std::string difference = CompareSearches(*set);
         ASSERT_EQ(difference, "") << "crowd " << number << "\n" << Describe(*set);
+    }
+}
+
+TEST(LongRandomNets, GiveTheSameGraphsAndLoopsWhereverTheyStandInALongList) {
+    for (std::uint64_t seed = 1001; seed <= 1200; ++seed) {
+        ASSERT_EQ(LongList(seed, 400).Compare(), "") << "seed " << seed;
     }
 }
 

@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <boost/make_shared.hpp>
 #include <cmath>
 #include <limits>
+#include <random>
 #include <type_traits>
 #include <utility>
 
@@ -45,6 +47,87 @@ TEST(PipeNode, TellsEdgesApartByTheObjectAndNotByThePipe) {
     node.AppendEdge(EdgePointer(new CCheckPipeLineEdge(&net[0])));
     node.AppendEdge(EdgePointer(new CCheckPipeLineEdge(&net[0])));
     EXPECT_EQ(node.GetConnectEdgeNum(), 2);
+}
+
+// A node with so many edges that its list is not looked through each time.
+struct LongListed {
+    explicit LongListed(int count) {
+        for (int number = 0; number < count; ++number) {
+            edges.push_back(graph.CreateEdge(&net[0]));
+            node.AppendEdge(edges.back());
+        }
+    }
+
+    Net net{"a-b"};
+    CCheckPipeLineGraph graph;
+    CCheckPipeLineNode node{AcGePoint3d()};
+    std::vector<EdgePointer> edges;
+};
+
+TEST(PipeNode, TakesALongListAsTheCallerLeftIt) {
+    for (const int count : {10, 256, 257, 1000}) {
+        SCOPED_TRACE(count);
+        LongListed listed(count);
+        std::vector<EdgePointer>& list = listed.node.GetConnectEdgeVec();
+        const EdgePointer other = listed.graph.CreateEdge(&listed.net[0]);
+        const auto middle = static_cast<std::size_t>(count) / 2;
+        // Written over: the new one is there, the old one is not.
+        list[middle] = other;
+        listed.node.AppendEdge(other);
+        EXPECT_EQ(listed.node.GetConnectEdgeNum(), count);
+        listed.node.AppendEdge(listed.edges[middle]);
+        EXPECT_EQ(listed.node.GetConnectEdgeNum(), count + 1);
+        // Taken out and put in through the reference that the caller has kept.
+        list.erase(list.begin());
+        listed.node.AppendEdge(listed.edges[0]);
+        EXPECT_EQ(listed.node.GetConnectEdgeNum(), count + 1);
+        EXPECT_EQ(list.back(), listed.edges[0]);
+        list.push_back(listed.graph.CreateEdge(&listed.net[0]));
+        listed.node.AppendEdge(EdgePointer(list.back()));
+        EXPECT_EQ(listed.node.GetConnectEdgeNum(), count + 2);
+        list.resize(5);
+        listed.node.AppendEdge(listed.edges[3]);
+        listed.node.AppendEdge(listed.edges[9]);
+        EXPECT_EQ(listed.node.GetConnectEdgeNum(), 6 + (list[4] == listed.edges[9] ? -1 : 0));
+        list.clear();
+        listed.node.AppendEdge(listed.edges[3]);
+        EXPECT_EQ(listed.node.GetConnectEdgeNum(), 1);
+    }
+}
+
+TEST(PipeNode, AppendsToAListLikeItsPlainFormWhateverCallersDo) {
+    std::mt19937_64 random(11);
+    for (int round = 0; round < 40; ++round) {
+        LongListed listed(240 + static_cast<int>(random() % 40));
+        std::vector<EdgePointer> plain = listed.edges;
+        for (int step = 0; step < 400; ++step) {
+            EdgePointer edge = random() % 3 == 0 ? listed.graph.CreateEdge(&listed.net[0])
+                                                 : listed.edges[random() % listed.edges.size()];
+            const std::size_t at = plain.empty() ? 0 : random() % plain.size();
+            const auto change = [&](std::vector<EdgePointer>& list) {
+                switch (step % 20 == 0 ? random() % 4 : 4) {
+                    case 0: list.insert(list.begin() + static_cast<std::ptrdiff_t>(at), edge); break;
+                    case 1: list.erase(list.begin() + static_cast<std::ptrdiff_t>(at)); break;
+                    case 2: list[at] = edge; break;
+                    case 3: std::swap(list[at], list.back()); break;
+                    default: break;
+                }
+            };
+            const std::mt19937_64 before = random;
+            change(plain);
+            random = before;
+            change(listed.node.GetConnectEdgeVec());
+            if (random() % 2 == 0) {
+                edge = listed.edges[random() % listed.edges.size()];
+            }
+            if (std::find(plain.begin(), plain.end(), edge) == plain.end()) {
+                plain.push_back(edge);
+            }
+            listed.node.AppendEdge(edge);
+            listed.node.AppendEdge(edge);
+        }
+        ASSERT_EQ(listed.node.GetConnectEdgeVec(), plain) << "round " << round;
+    }
 }
 
 TEST(PipeNode, ListsAnEdgeOnceInALongListToo) {
@@ -312,6 +395,48 @@ TEST(PipeGraph, IsAssignedToItselfUnharmed) {
     EXPECT_NE(graph.GetEdge(&net[0]), nullptr);
     CCheckPipeLineGraph moved = std::move(graph);
     EXPECT_NE(moved.GetEdge(&net[0]), nullptr);
+}
+
+TEST(PipeGraph, SharesWhatASearchFoundWithCopiesMadeBeforeAnyoneAskedForIt) {
+    Net net("a-b b-c");
+    const CCheckPipeLineGraph graph = net.Search().front();
+    const CCheckPipeLineGraph copy(graph);
+    EXPECT_EQ(copy.GetEdge(&net[1]), graph.GetEdge(&net[1]));
+    EXPECT_EQ(graph.GetNode(Net::PointOf('c')), copy.GetNode(Net::PointOf('c')));
+    EXPECT_EQ(copy.GetItemCount(), 4);
+}
+
+TEST(PipeGraph, IsEmptyOnceItWasMovedFrom) {
+    Net net("a-b b-c c-a");
+    CCheckPipeLineGraph graph = net.Search().front();
+    CCheckPipeLineGraph taken(std::move(graph));
+    EXPECT_EQ(taken.GetItemCount(), 6);
+    EXPECT_FALSE(graph.IsValid());
+    EXPECT_EQ(graph.GetItemCount(), 0);
+    EXPECT_EQ(graph.GetEdge(&net[0]), nullptr);
+    EXPECT_EQ(graph.GetNode(Net::PointOf('b')), nullptr);
+    std::vector<std::vector<ZrOwEntity*>> loops;
+    graph.GetBadLoopVec(loops);
+    EXPECT_TRUE(loops.empty());
+    graph = std::move(taken);
+    graph.GetBadLoopVec(loops);
+    EXPECT_EQ(net.Numbers(loops), (std::vector<std::vector<int>>{{1, 2, 0}}));
+}
+
+TEST(PipeGraph, ListsALoopThatACallerClosesAfterTheSearch) {
+    Net net("a-b b-c");
+    CCheckPipeLineGraph graph = net.Search().front();
+    ZrOwPolyLine& last = net.Pipe(Net::PointOf('c'), Net::PointOf('a'));
+    const EdgePointer edge = graph.CreateEdge(&last);
+    EXPECT_EQ(graph.GetEdge(&last), edge);
+    edge->SetNodeStart(graph.GetNode(Net::PointOf('c')));
+    edge->SetNodeEnd(graph.GetEdge(&net[0])->GetNodeStart());
+    edge->GetNodeStart()->AppendEdge(edge);
+    edge->GetNodeEnd()->AppendEdge(edge);
+    std::vector<std::vector<ZrOwEntity*>> loops;
+    graph.GetBadLoopVec(loops);
+    EXPECT_EQ(net.Numbers(loops), (std::vector<std::vector<int>>{{1, 2, 0}}));
+    EXPECT_EQ(graph.GetItemCount(), 5);
 }
 
 }  // namespace

@@ -1,12 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <limits>
 #include <map>
+#include <random>
+#include <set>
 
 #include "Net.h"
 #include "norvexdata/pipenet/detail/Cells.h"
+#include "norvexdata/pipenet/detail/NetworkObjects.h"
 #include "platform/zrow/ZrOwNodes.h"
 
 namespace norvex::test {
@@ -155,6 +159,57 @@ TEST(PipeSearch, PutsARepeatedEntryIntoItsGraphOnce) {
     const std::vector<CCheckPipeLineGraph> graphs = net.Search();
     ASSERT_EQ(graphs.size(), 1u);
     EXPECT_EQ(graphs.front().GetItemCount(), 4);
+}
+
+TEST(PipeSearch, KeepsTheOrderOfALongListThatJumpsAboutInTheDrawing) {
+    for (const double scale : {1.0, 1e12}) {
+        SCOPED_TRACE(scale);
+        Net net;
+        for (int number = 0; number < 9000; ++number) {
+            // Next to each other in the list, far apart in the drawing; both pipes of a pair meet at its middle.
+            const double x = scale * 1000.0 * ((number / 2) * 7919 % 4500);
+            const double y = number % 2 == 0 ? -50.0 : 50.0;
+            net.Pipe({x, scale * y, 0.0}, {x, 0.0, 0.0});
+        }
+        std::vector<ZrOwEntity*>& list = net.list();
+        std::shuffle(list.begin(), list.end(), std::mt19937_64(3));
+        list.insert(list.begin() + 77, nullptr);
+        const std::vector<CCheckPipeLineGraph> graphs = net.Search();
+        ASSERT_EQ(graphs.size(), 1000u);
+        std::set<const ZrOwEntity*> taken;
+        std::size_t position = 0;
+        for (const CCheckPipeLineGraph& graph : graphs) {
+            while (list[position] == nullptr || taken.count(list[position]) != 0) {
+                ++position;
+            }
+            const auto edges = pipenet::Access::Edges(graph);
+            ASSERT_EQ(graph.GetItemCount(), 4);
+            ASSERT_EQ(edges.front()->GetPipeEnt(), list[position]);
+            taken.insert({edges.front()->GetPipeEnt(), edges.back()->GetPipeEnt()});
+        }
+    }
+}
+
+TEST(PipeSearch, TakesLongListsThatSayNothingOfTheDrawingsSize) {
+    const double nowhere = std::numeric_limits<double>::infinity();
+    Net onePlace("a-b");
+    onePlace.list().resize(9000, &onePlace[0]);
+    ASSERT_EQ(onePlace.Search().size(), 1u);
+    EXPECT_EQ(onePlace.Search().front().GetItemCount(), 2);
+
+    Net nothing("a-b");
+    nothing.list().resize(9000, nullptr);
+    std::reverse(nothing.list().begin(), nothing.list().end());
+    EXPECT_EQ(nothing.Search().size(), 1u);
+
+    Net endless;
+    for (int number = 0; number < 4500; ++number) {
+        endless.Pipe({1000.0 * (number * 7919 % 4500), 0.0, 0.0}, {number % 2 == 0 ? nowhere : -nowhere, 0.0, 0.0});
+        endless.Pipe({1e308 * (number % 3 - 1), 1000.0 * number, 0.0}, {0.0, 0.0, 1000.0 * number + 500.0});
+    }
+    const std::vector<CCheckPipeLineGraph> graphs = endless.Search();
+    ASSERT_EQ(graphs.size(), 1000u);
+    EXPECT_EQ(graphs.front().GetItemCount(), 2);
 }
 
 TEST(PipeSearch, GivesEmptyGraphsForAPipeThatStartsNowhere) {

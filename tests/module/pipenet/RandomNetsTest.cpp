@@ -3,6 +3,7 @@
 
 #include "Compare.h"
 #include "HandBuilt.h"
+#include "LongLists.h"
 
 namespace norvex::test {
 namespace {
@@ -55,6 +56,15 @@ TEST(RandomNets, GiveTheSameGraphsAndLoopsWhereHundredsOfPipesLieInAFewUnits) {
         const std::unique_ptr<PipeSet> set = nets.NextCrowd();
         const std::string difference = CompareSearches(*set);
         ASSERT_EQ(difference, "") << "crowd " << number << "\n" << Describe(*set);
+    }
+}
+
+TEST(RandomNets, GiveTheSameGraphsAndLoopsWhereverTheyStandInALongList) {
+    for (std::uint64_t seed = 1; seed <= 12; ++seed) {
+        LongList list(seed, 400);
+        ASSERT_GT(list.size(), 8192u);
+        const std::string difference = list.Compare();
+        ASSERT_EQ(difference, "") << "seed " << seed;
     }
 }
 

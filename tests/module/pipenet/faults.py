@@ -21,6 +21,7 @@ SEARCH = DETAIL + "PipeSearch.cpp"
 BLOCKS = DETAIL + "Blocks.cpp"
 OBJECTS = DETAIL + "NetworkObjects.cpp"
 CELLS = DETAIL + "Cells.h"
+LIST = DETAIL + "EdgeList.h"
 NODE = "norvexdata/pipenet/CheckPipeLineNode.cpp"
 GRAPH = "norvexdata/pipenet/CheckPipeLineGraph.cpp"
 
@@ -28,31 +29,31 @@ GRAPH = "norvexdata/pipenet/CheckPipeLineGraph.cpp"
 FAULTS = [
     ("trees are stripped past sites where blocks meet", LOOPS,
      "            if (m_joins[other]) {\n                break;", "            if (false) {\n                break;"),
-    ("edges at dead ends are not pruned", LOOPS, "Access::ListSize(*node) != 1", "Access::ListSize(*node) != 77"),
-    ("edges at any end of a run are pruned", LOOPS, "Access::ListSize(*node) != 1", "Access::ListSize(*node) > 2"),
+    ("edges at dead ends are not pruned", LOOPS, "m_network.ListSize(node) != 1", "m_network.ListSize(node) != 77"),
+    ("edges at any end of a run are pruned", LOOPS, "m_network.ListSize(node) != 1", "m_network.ListSize(node) > 2"),
     ("blocks that meet at several nodes stay apart", BLOCKS,
      "if (joins[graph.vertices[vertex]]) {\n            for", "if (false) {\n            for"),
     ("a walk turns back on the edge it came by", LOOPS, "step.edge != frame.cameBy && LeadsOn", "LeadsOn"),
     ("a walk turns back at a long list", LOOPS, "step.edge != frame.cameBy && inBlock", "inBlock"),
-    ("the hub stops walks that end there", LOOPS, "part.hub != kNone && SiteOf(m_end[edge]) != part.hub",
+    ("the hub stops walks that end there", LOOPS, "part.hub != kNone && SiteOf(EndOf(edge)) != part.hub",
      "part.hub != kNone"),
     ("the hub closes one node early", LOOPS, "walk.hubNodesLeft = NodesToEnter(batch, walk.hub);",
      "walk.hubNodesLeft = NodesToEnter(batch, walk.hub) - 1;"),
     ("a look back that did not run out is believed", LOOPS, "return false;\n                }\n                if (batch.looks",
      "return true;\n                }\n                if (batch.looks"),
-    ("a walk arrives at one node of a place only", LOOPS, "if (IsNear(batch.stops[number].node, m_end[edge])) {",
-     "if (batch.stops[number].node == m_end[edge]) {"),
+    ("a walk arrives at one node of a place only", LOOPS, "if (IsNear(batch.stops[number].node, EndOf(edge))) {",
+     "if (batch.stops[number].node == EndOf(edge)) {"),
     ("pipes of hardly different length are one", LOOPS, "kSameLength = 0.001", "kSameLength = 0.0011"),
-    ("a pipe drawn twice loses both", LOOPS, "            loop.push_back(m_pipes[edge]);\n        }\n",
-     "            loop.push_back(m_pipes[edge]);\n        } else {\n            RemoveEdge(m_path.front());\n        }\n"),
-    ("a loop begins with its closing pipe", LOOPS, "            loop.push_back(m_pipes[edge]);\n",
-     "            loop.insert(loop.begin(), m_pipes[edge]);\n"),
+    ("a pipe drawn twice loses both", LOOPS, "            loop.push_back(m_network.pipes[edge]);\n        }\n",
+     "            loop.push_back(m_network.pipes[edge]);\n        } else {\n            RemoveEdge(m_path.front());\n        }\n"),
+    ("a loop begins with its closing pipe", LOOPS, "            loop.push_back(m_network.pipes[edge]);\n",
+     "            loop.insert(loop.begin(), m_network.pipes[edge]);\n"),
     ("a loop's last pipe stays for others", LOOPS, "        RemoveEdge(edge);\n    }\n    if", "    }\n    if"),
     ("the end of a pipe is tried before its start", LOOPS,
-     "if (IsNear(m_start[edge], node)) {\n        return m_end[edge];\n    }\n"
-     "    return IsNear(m_end[edge], node) ? m_start[edge] : kNone;",
-     "if (IsNear(m_end[edge], node)) {\n        return m_start[edge];\n    }\n"
-     "    return IsNear(m_start[edge], node) ? m_end[edge] : kNone;"),
+     "if (IsNear(StartOf(edge), node)) {\n        return EndOf(edge);\n    }\n"
+     "    return IsNear(EndOf(edge), node) ? StartOf(edge) : kNone;",
+     "if (IsNear(EndOf(edge), node)) {\n        return StartOf(edge);\n    }\n"
+     "    return IsNear(StartOf(edge), node) ? EndOf(edge) : kNone;"),
     ("taking an edge out takes its neighbour along", LOOPS, "        if (step.edge != edge) {",
      "        if (step.edge != edge && position + 1 != stop.end) {"),
     ("steps past what is gone skip one that is not", LOOPS, "batch.onward[position] = position + 1;",
@@ -61,27 +62,41 @@ FAULTS = [
      "if (m_joins[SiteOf(batch.stops[other].node)]) {", "if (false) {"),
     ("parts hold blocks of more than themselves", BLOCKS, "m_low[done.vertex] < m_order[above]",
      "m_low[done.vertex] <= m_order[above]"),
-    ("a searched list is read one entry short", LOOPS, "entry < Access::ListedCount(node)",
-     "entry + 1 < Access::ListedCount(node)"),
-    ("neighbouring cells are not looked at", SEARCH, "spot.crossing || slot.place != made || !m_selfEqual",
-     "slot.place != made || !m_selfEqual"),
+    ("a searched list is read one entry short", LOOPS, "entry < m_network.listBegin[stop.node + 1]",
+     "entry + 1 < m_network.listBegin[stop.node + 1]"),
+    ("neighbouring cells are not looked at", SEARCH, "crowded = !m_selfEqual || (!spot.inside && IsCrossing(spot.point));",
+     "crowded = !m_selfEqual;"),
     ("points near a border count as well inside", CELLS, "const double margin = m_reach * m_scale + kRounding;",
      "const double margin = 0.0;"),
     ("an end joins the newest node in reach", SEARCH, "other.node < oldest &&",
      "(oldest == kNone || other.node > oldest) &&"),
-    ("pipes at a point come in any order", SEARCH, "return left.pipe < right.pipe; }", "return left.pipe > right.pipe; }"),
+    ("pipes at a point come in any order", SEARCH, "return left.run > right.run; }", "return left.run < right.run; }"),
     ("a repeated entry is a second pipe", SEARCH, "if (flag) {", "if (false) {"),
     ("pipes meet within a tenth", SEARCH, "place.point.isEqualTo(point, AcGeContext::gTol)",
      "CEntFindMethod::Is2PtNear(place.point, point, kPlaceTolerance)"),
-    ("pipes of earlier graphs are found again", SEARCH, "if (entry.edge >= m_firstEdge) {", "if (true) {"),
+    ("pipes of earlier graphs are found again", SEARCH, "if (run.edge == kNone || run.edge >= m_firstEdge) {",
+     "if (true) {"),
     ("nodes in crowded cells are forgotten", SEARCH, "        m_dense.Nodes().Add(m_places[far].point, far);\n", ""),
     ("places in crowded cells are made twice", SEARCH,
-     "        m_places.push_back({spot.point, kNoPlace, 1, 0, 0, kNone});\n"
+     "        m_places.push_back({spot.point, kNoEnd, 1, kNone});\n"
      "        m_dense.All().Add(spot.point, place);\n",
-     "        m_places.push_back({spot.point, kNoPlace, 1, 0, 0, kNone});\n"),
+     "        m_places.push_back({spot.point, kNoEnd, 1, kNone});\n"),
     ("a list that is handed out repeats its first pipe", NODE, "m_firstListed + entry", "m_firstListed"),
     ("links go while a caller holds objects", OBJECTS, "m_pool.use_count() > 1", "m_pool.use_count() > 1000"),
     ("the newest edge of a pipe is found", GRAPH, "index.edges.emplace(", "index.edges.insert_or_assign("),
+    ("pipes at a place come newest first", SEARCH, "    std::reverse(m_found.begin() + first, m_found.end());\n", ""),
+    ("pipes taken in another order stay in it", SEARCH, "    if (!m_order.empty()) {\n        std::sort",
+     "    if (false) {\n        std::sort"),
+    ("a closed pipe is twice at its place", SEARCH, "if (end % 2 == 0 || run.place[0] != place) {", "if (true) {"),
+    ("points above each other are one", SEARCH, " | (leftBits[2] ^ rightBits[2])", ""),
+    ("an end is taken for the one before it", SEARCH, "same[found] = same[found - back];", "same[found] = same[found - 1];"),
+    ("edges of other graphs do not count in a list", OBJECTS,
+     "                m_network.lists.push_back(NumberOf(listed.get()));",
+     "                if (NumberOf(listed.get()) != kNone) {\n"
+     "                    m_network.lists.push_back(NumberOf(listed.get()));\n                }"),
+    ("objects know their lists one entry short", OBJECTS, "node.m_listedCount = network.ListSize(number);",
+     "node.m_listedCount = network.ListSize(number) - (number > 2 ? 1 : 0);"),
+    ("a long list is not read again after it was handed out", LIST, "m_mayDiffer = true;", "m_mayDiffer = false;"),
 ]
 
 # Results only, not the work they take. Large drawings and other tolerances add nothing but time.
