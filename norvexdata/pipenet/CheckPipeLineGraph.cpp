@@ -112,7 +112,8 @@ boost::shared_ptr<CCheckPipeLineEdge> CCheckPipeLineGraph::GetEdge(ZrOwPolyLine*
         index.edges.emplace(EdgeAt(index.edgesKnown)->GetPipeEnt(), index.edgesKnown);
     }
     const auto found = index.edges.find(pipe);
-    return found == index.edges.end() ? boost::shared_ptr<CCheckPipeLineEdge>() : m_keeper->Share(EdgeAt(found->second));
+    return found == index.edges.end() ? boost::shared_ptr<CCheckPipeLineEdge>()
+                                      : m_keeper->Share(EdgeAt(found->second));
 }
 
 void CCheckPipeLineGraph::GetBadLoopVec(std::vector<std::vector<ZrOwEntity*>>& loops) {

@@ -30,14 +30,14 @@ class NORVEXDATA_API CCheckPipeLineNode {
 
     // The pipe end that made the node, in drawing units.
     AcGePoint3d Point() const { return m_point; }
-    // Appends the edge unless this very edge is in the list already. Constant time on average, except that all of a long
-    // list is read once after it was handed out.
+    // Appends the edge unless this very edge is in the list already. Constant time on average, except that all of a
+    // long list is read once after it was handed out.
     void AppendEdge(boost::shared_ptr<CCheckPipeLineEdge> edge);
     // Number of edges that end here.
     int GetConnectEdgeNum() const;
     // The edges that end here, in the order in which they were appended; callers may change it. The reference is good
-    // while the node lives. Whoever writes over entries of a list of more than 256 after an AppendEdge takes the reference
-    // anew before: AppendEdge sees through one taken earlier only what changes the number of entries.
+    // while the node lives. Whoever writes over entries of a list of more than 256 after an AppendEdge takes the
+    // reference anew before: AppendEdge sees through one taken earlier only what changes the number of entries.
     std::vector<boost::shared_ptr<CCheckPipeLineEdge>>& GetConnectEdgeVec();
 
   private:

@@ -59,7 +59,7 @@ void LoopFinder::ReadEdges() {
     const std::size_t count = m_network.pipes.size();
     m_remains.resize(count);
     for (Index edge = 0; edge < count; ++edge) {
-        m_remains[edge] = leadsOn(StartOf(edge)) && leadsOn(EndOf(edge));
+        m_remains[edge] = leadsOn(StartOf(edge)) && leadsOn(EndOf(edge)) ? kOpen : kGone;
     }
 }
 
@@ -155,13 +155,17 @@ void LoopFinder::StripTrees() {
         if (m_remains[edge]) {
             const Index start = SiteOf(StartOf(edge));
             const Index end = SiteOf(EndOf(edge));
+            if (start == end) {
+                if (m_siteNodes.count(start) == 0) {
+                    m_remains[edge] = kClosed;
+                    continue;
+                }
+                m_joins[start] = 1;
+            }
             ++sites[start].degree;
             sites[start].combined ^= edge;
             ++sites[end].degree;
             sites[end].combined ^= edge;
-            if (start == end) {
-                m_joins[start] = 1;
-            }
         }
     }
     for (Index first = 0; first < nodes; ++first) {
@@ -172,7 +176,7 @@ void LoopFinder::StripTrees() {
             if (m_joins[other]) {
                 break;
             }
-            m_remains[edge] = 0;
+            m_remains[edge] = kGone;
             sites[site].degree = 0;
             --sites[other].degree;
             sites[other].combined ^= edge;
@@ -183,16 +187,16 @@ void LoopFinder::StripTrees() {
 
 void LoopFinder::MakeWhole() {
     kernel::LargeVector<Index> edges;
-    edges.reserve(static_cast<std::size_t>(std::count(m_remains.begin(), m_remains.end(), 1)));
+    edges.reserve(static_cast<std::size_t>(std::count(m_remains.begin(), m_remains.end(), kOpen)));
     for (Index edge = 0; edge < m_network.pipes.size(); ++edge) {
-        if (m_remains[edge]) {
+        if (m_remains[edge] == kOpen) {
             edges.push_back(edge);
         }
     }
+    m_seats.resize(m_network.pipes.size());
     if (edges.empty()) {
         return;
     }
-    m_seats.resize(m_network.pipes.size());
     m_isBridge.resize(m_network.pipes.size());
     m_walkable.resize(m_network.pipes.size());
     m_stopOf.resize(m_network.points.size());
@@ -207,7 +211,7 @@ void LoopFinder::MakeWhole() {
     m_blocks = 1;
     MakeStops(*batch, 0);
     ReadLists(*batch);
-    FindMutual(*batch);
+    ListNamed(*batch);
     FixStops(*batch);
 }
 
@@ -223,7 +227,7 @@ void LoopFinder::ReadLists(Batch& batch) {
 }
 
 inline void LoopFinder::ReadEntry(Batch& batch, Index node, Index edge) {
-    if (edge == kNone || !m_remains[edge]) {
+    if (edge == kNone || m_remains[edge] != kOpen) {
         return;
     }
     const Index far = FarNode(node, edge);
@@ -258,7 +262,7 @@ void LoopFinder::Split(kernel::LargeVector<Index>&& edges, const Lists& lists) {
     MakeStops(*batch, firstPart);
     MakeSteps(*batch, lists);
     FindWalkable(*batch);
-    FindMutual(*batch);
+    ListNamed(*batch);
     ListHubSteps(*batch, firstPart);
     FixStops(*batch);
 }
@@ -293,7 +297,7 @@ kernel::LargeVector<Index> LoopFinder::PartsOf(const kernel::LargeVector<Index>&
         const Index block = blocks.blockOf[position];
         Candidate& candidate = candidates[blocks.partOfBlock[block]];
         if (!candidate.closes || candidate.edges == 1) {
-            m_remains[edge] = 0;
+            m_remains[edge] = kGone;
             continue;
         }
         if (candidate.part == kNone) {
@@ -412,12 +416,36 @@ inline void LoopFinder::MarkWalkable(Index edge, bool fromStart, bool fromEnd) {
     m_walkable[edge] = static_cast<unsigned char>(m_walkable[edge] | (fromStart ? 1 : 0) | (fromEnd ? 2 : 0));
 }
 
-void LoopFinder::FindMutual(const Batch& batch) {
+void LoopFinder::ListNamed(Batch& batch) {
+    bool all = true;
     for (const Index edge : batch.edges) {
         if (m_walkable[edge] != 3) {
-            m_parts[m_seats[edge].part].mutual = false;
+            all = m_parts[m_seats[edge].part].mutual = false;
         }
     }
+    if (all) {
+        return;
+    }
+    const auto forEachStep = [&](const auto& visit) {
+        for (const Index edge : batch.edges) {
+            const Seat& seat = m_seats[edge];
+            if (!m_parts[seat.part].mutual) {
+                visit(seat.startStop, Step{edge, seat.endStop});
+                visit(seat.endStop, Step{edge, seat.startStop});
+            }
+        }
+    };
+    batch.namedBegin.resize(batch.stops.size());
+    batch.namedEnd.resize(batch.stops.size());
+    forEachStep([&](Index stop, const Step&) { ++batch.namedEnd[stop]; });
+    Index total = 0;
+    for (std::size_t stop = 0; stop < batch.stops.size(); ++stop) {
+        batch.namedBegin[stop] = total;
+        total += batch.namedEnd[stop];
+        batch.namedEnd[stop] = batch.namedBegin[stop];
+    }
+    batch.namedSteps.resize(total);
+    forEachStep([&](Index stop, const Step& step) { batch.namedSteps[batch.namedEnd[stop]++] = step; });
 }
 
 void LoopFinder::ListHubSteps(Batch& batch, Index firstPart) {
@@ -486,51 +514,103 @@ void LoopFinder::SplitAgain(Index number) {
 }
 
 void LoopFinder::FindLoop(Index edge, std::vector<ZrOwEntity*>& loop) {
-    const Index number = m_seats[edge].part;
-    const std::uint64_t visitedBefore = m_work.edgesVisited;
-    FindPath(edge);
-    const std::uint64_t waste = m_work.edgesVisited - visitedBefore - m_path.size();
-    m_parts[number].waste += waste;
-    if (!m_path.empty()) {
-        if (m_path.size() != 1 || !IsSamePipeTwice(m_path.front(), edge)) {
-            loop.reserve(m_path.size() + 1);
-            for (std::size_t position = 0; position < m_path.size(); ++position) {
-                const Index soon = m_path[std::min(position + kReadAhead, m_path.size() - 1)];
-                __builtin_prefetch(&m_seats[soon]);
-                __builtin_prefetch(&m_network.pipes[soon]);
-                loop.push_back(m_network.pipes[m_path[position]]);
-                RemoveEdge(m_path[position]);
-            }
-            loop.push_back(m_network.pipes[edge]);
-        }
-        RemoveEdge(edge);
-    }
-    if (m_parts[number].remaining != 0 && IsWasteful(m_parts[number], waste)) {
-        SplitAgain(number);
-    }
-}
-
-bool LoopFinder::IsWasteful(const Part& part, std::uint64_t walkWaste) const {
-    return part.waste > kWastePerEdge * part.edgesAtSplit ||
-           (part.whole && walkWaste * kWholeByWaste > part.edgesAtSplit);
-}
-
-void LoopFinder::FindPath(Index edge) {
     m_path.clear();
+    ++m_walk;
+    if (m_remains[edge] == kClosed) {
+        FindPathOfClosed(edge);
+    } else {
+        FindPath(edge, kNone);
+    }
+    TakeLoop(edge, loop);
+    for (const Index part : m_wasteful) {
+        if (m_parts[part].remaining != 0 && m_parts[part].batch != nullptr) {
+            SplitAgain(part);
+        }
+    }
+    m_wasteful.clear();
+}
+
+void LoopFinder::TakeLoop(Index edge, std::vector<ZrOwEntity*>& loop) {
+    if (m_path.empty()) {
+        return;
+    }
+    if (m_path.size() != 1 || !IsSamePipeTwice(m_path.front(), edge)) {
+        loop.reserve(m_path.size() + 1);
+        for (std::size_t position = 0; position < m_path.size(); ++position) {
+            const Index soon = m_path[std::min(position + kReadAhead, m_path.size() - 1)];
+            __builtin_prefetch(&m_seats[soon]);
+            __builtin_prefetch(&m_network.pipes[soon]);
+            loop.push_back(m_network.pipes[m_path[position]]);
+            RemoveEdge(m_path[position]);
+        }
+        loop.push_back(m_network.pipes[edge]);
+    }
+    RemoveEdge(edge);
+}
+
+void LoopFinder::Charge(Index number, std::uint64_t walkWaste) {
+    Part& part = m_parts[number];
+    part.waste += walkWaste;
+    if (part.waste > kWastePerEdge * part.edgesAtSplit ||
+        (part.whole && walkWaste * kWholeByWaste > part.edgesAtSplit)) {
+        m_wasteful.push_back(number);
+    }
+}
+
+void LoopFinder::FindPathOfClosed(Index edge) {
+    const Index node = StartOf(edge);
+    if (m_firstLeft.empty()) {
+        m_firstLeft = m_network.listBegin;
+    }
+    const Index end = m_network.listBegin[node + 1];
+    const auto isGone = [this](Index entry) {
+        const Index listed = m_network.lists[entry];
+        return listed == kNone || m_remains[listed] == kGone;
+    };
+    while (m_firstLeft[node] < end && isGone(m_firstLeft[node])) {
+        ++m_firstLeft[node];
+    }
+    // One walk in all: where it has been by way of one edge, it does not go by way of another.
+    for (Index entry = m_firstLeft[node]; entry < end && m_path.empty(); ++entry) {
+        const Index first = m_network.lists[entry];
+        if (first == edge || isGone(entry) || (StartOf(first) != node && EndOf(first) != node)) {
+            continue;
+        }
+        if (m_remains[first] == kClosed) {
+            m_path.push_back(first);
+            return;
+        }
+        // Seated where the walk is to be; it comes back to where it began.
+        const Seat& seat = m_seats[first];
+        const Index stop = StartOf(first) == node ? seat.startStop : seat.endStop;
+        m_seats[edge] = {seat.part, seat.block, stop, stop};
+        FindPath(edge, first);
+    }
+}
+
+void LoopFinder::FindPath(Index edge, Index first) {
     const Part& part = m_parts[m_seats[edge].part];
     Batch& batch = *part.batch;
     ++m_work.searches;
-    ++m_walk;
     Walk walk{2 * m_walk, 2 * m_walk + 1, m_seats[edge].block, kNone, 0, 0};
     if (part.hub != kNone && SiteOf(EndOf(edge)) != part.hub) {
         walk.hub = batch.stops[m_stopOf[part.hub]].site;
-        walk.hubNodesLeft = NodesToEnter(batch, walk.hub);
+        walk.hubNodesLeft = NodesToEnter(batch, walk);
     }
     m_frames.clear();
     Enter(batch, walk, m_seats[edge].startStop, edge);
     MarkArrivals(edge, walk.arriving);
+    if (first != kNone) {
+        const Seat& seat = m_seats[first];
+        const Index far = seat.startStop == m_seats[edge].startStop ? seat.endStop : seat.startStop;
+        if (batch.marks[far] == walk.visited) {
+            return;
+        }
+        m_frames.back().next = batch.stops[m_seats[edge].startStop].end;
+        Enter(batch, walk, far, first);
+    }
     const std::uint64_t before = m_work.edgesVisited;
-    std::uint64_t lookAt = part.mutual ? before + kStepsBeforeLook : ~std::uint64_t{0};
+    std::uint64_t lookAt = before + kStepsBeforeLook;
     while (!m_frames.empty()) {
         if (m_work.edgesVisited >= lookAt) {
             if (LookBack(edge, m_work.edgesVisited - before)) {
@@ -553,10 +633,12 @@ void LoopFinder::FindPath(Index edge) {
             for (std::size_t depth = m_frames.size(); depth-- > 1;) {
                 m_path.push_back(m_frames[depth].cameBy);
             }
-            return;
+            break;
         }
         Enter(batch, walk, step.far, step.edge);
     }
+    const std::uint64_t visited = m_work.edgesVisited - before;
+    Charge(m_seats[edge].part, visited - std::min<std::uint64_t>(visited, m_path.size()));
 }
 
 inline void LoopFinder::Enter(Batch& batch, Walk& walk, Index number, Index cameBy) {
@@ -647,26 +729,28 @@ Index LoopFinder::OnwardInBlock(const Batch& batch, Index stop, Index block, Ind
 }
 
 bool LoopFinder::LookBack(Index edge, std::uint64_t steps) {
-    Batch& batch = *m_parts[m_seats[edge].part].batch;
+    const Part& part = m_parts[m_seats[edge].part];
+    Batch& batch = *part.batch;
     const Index look = ++m_look;
     const std::uint64_t limit = m_work.edgesVisited + steps;
     const Index origin = batch.stops[m_seats[edge].endStop].site;
     batch.looks[origin] = look;
     m_ahead.assign(1, origin);
+    const auto see = [&](const Step& step) {
+        const Index far = batch.stops[step.far].site;
+        if (batch.looks[far] != look && !IsPassed(batch, far)) {
+            batch.looks[far] = look;
+            m_ahead.push_back(far);
+        }
+        return ++m_work.edgesVisited <= limit;
+    };
     for (std::size_t done = 0; done < m_ahead.size(); ++done) {
         const Index site = m_ahead[done];
         Index number = site;
         do {
             const Stop& stop = batch.stops[number];
-            for (Index next = Onward(batch, stop, stop.begin); next < stop.end; next = Onward(batch, stop, next + 1)) {
-                const Index far = batch.stops[batch.steps[next].far].site;
-                if (++m_work.edgesVisited > limit) {
-                    return false;
-                }
-                if (batch.looks[far] != look && !IsPassed(batch, far)) {
-                    batch.looks[far] = look;
-                    m_ahead.push_back(far);
-                }
+            if (!(part.mutual ? SeeSteps(batch, stop, see) : SeeNamed(batch, number, see))) {
+                return false;
             }
             number = stop.nextOfSite;
         } while (number != site);
@@ -674,13 +758,40 @@ bool LoopFinder::LookBack(Index edge, std::uint64_t steps) {
     return true;
 }
 
-Index LoopFinder::NodesToEnter(const Batch& batch, Index site) {
+template <class See>
+bool LoopFinder::SeeSteps(Batch& batch, const Stop& stop, const See& see) {
+    for (Index next = Onward(batch, stop, stop.begin); next < stop.end; next = Onward(batch, stop, next + 1)) {
+        if (!see(batch.steps[next])) {
+            return false;
+        }
+    }
+    return true;
+}
+
+template <class See>
+bool LoopFinder::SeeNamed(Batch& batch, Index stop, const See& see) {
+    for (Index next = batch.namedBegin[stop]; next < batch.namedEnd[stop];) {
+        const Step step = batch.namedSteps[next];
+        if (!m_remains[step.edge]) {
+            // Order does not matter here, so that nobody comes by it again.
+            batch.namedSteps[next] = batch.namedSteps[--batch.namedEnd[stop]];
+            continue;
+        }
+        if (!see(step)) {
+            return false;
+        }
+        ++next;
+    }
+    return true;
+}
+
+Index LoopFinder::NodesToEnter(const Batch& batch, const Walk& walk) {
     Index nodes = 0;
-    Index number = site;
+    Index number = walk.hub;
     do {
-        nodes += batch.stops[number].named != 0 ? 1 : 0;
+        nodes += batch.stops[number].named != 0 && batch.marks[number] != walk.visited ? 1 : 0;
         number = batch.stops[number].nextOfSite;
-    } while (number != site);
+    } while (number != walk.hub);
     return nodes;
 }
 
@@ -714,12 +825,14 @@ void LoopFinder::MarkArrivals(Index edge, Index mark) {
 }
 
 bool LoopFinder::IsSamePipeTwice(Index left, Index right) const {
-    const double difference = std::abs(m_network.pipes[left]->GetLength()) - std::abs(m_network.pipes[right]->GetLength());
+    const double difference =
+        std::abs(m_network.pipes[left]->GetLength()) - std::abs(m_network.pipes[right]->GetLength());
     return std::abs(difference) < kSameLength;
 }
 
 void LoopFinder::RemoveEdge(Index edge) {
-    if (!m_remains[edge]) {
+    if (m_remains[edge] != kOpen) {
+        m_remains[edge] = kGone;
         return;
     }
     Batch& batch = *m_parts[m_seats[edge].part].batch;
@@ -741,7 +854,7 @@ void LoopFinder::RemoveEdge(Index edge) {
 
 void LoopFinder::TakeOut(Index edge, Batch& batch) {
     const Seat seat = m_seats[edge];
-    m_remains[edge] = 0;
+    m_remains[edge] = kGone;
     --m_parts[seat.part].remaining;
     for (const Index number : {seat.startStop, seat.endStop}) {
         Stop& stop = batch.stops[number];

@@ -25,10 +25,15 @@ namespace norvex::pipenet {
 // - A walk that arrives closes with its edge to a closed tour of sites. A tour can leave a block (a biconnected part)
 //   only through a cut site, and has to come back through that very site. Nodes are entered once, so a site of a single
 //   node cannot be passed twice. Blocks that meet at a site of several nodes (a seed node's twin, for instance) or at
-//   an edge from a site to itself are therefore taken together as one part, and no walk gains by leaving its part.
+//   an edge from such a site to itself are therefore taken together as one part, and no walk gains by leaving its part.
 // - What a walk does outside its part leaves no trace inside, so leaving it out changes no later step either.
 // - A part whose blocks are all single edges between different sites is a tree; a walk that never turns back on the
 //   edge it came by cannot close there, and the part is dropped. That includes all dead ends.
+// - An edge from a node to itself, at a site of that node alone, is no step of any other walk: it would arrive where
+// the
+//   walk has been. Its own walk leaves by some other edge and has to come back in that edge's part, so such a closed
+//   edge lies in no part, and is looked for in those that meet at its node, one after the other in the order of its
+//   list.
 //
 // A walk that has gone on for a while also looks back from its end, for as many steps: over sites that it could still
 // enter. When that look runs out, the walk goes on only where the look has been. So what a walk wastes is bounded by
@@ -46,6 +51,8 @@ class LoopFinder {
     const LoopWork& Work() const { return m_work; }
 
   private:
+    // Whether an edge is still there; kClosed if it begins and ends at one node whose site has no other.
+    enum Remains : unsigned char { kGone = 0, kOpen = 1, kClosed = 2 };
     // An entry of a node's list: the edge, and where a step over it leads.
     struct Step {
         Index edge;
@@ -101,6 +108,11 @@ class LoopFinder {
         kernel::LargeVector<Index> onward;
         // Ascending.
         kernel::LargeVector<HubStep> hubSteps;
+        // Per stop of a part that is not mutual: its range of namedSteps, which are the edges that name its node. Empty
+        // without such parts.
+        kernel::LargeVector<Index> namedBegin;
+        kernel::LargeVector<Index> namedEnd;
+        kernel::LargeVector<Step> namedSteps;
     };
     struct Part {
         std::shared_ptr<Batch> batch;
@@ -114,8 +126,7 @@ class LoopFinder {
         std::uint64_t waste;
         // Not split yet.
         bool whole;
-        // Every edge can be walked from both of its sites, so that what an end can be reached from is found from the
-        // end.
+        // Every edge can be walked from both of its sites, so that the steps from an end tell what it is reached from.
         bool mutual;
         // The one site of several nodes that joins the part's blocks; kNone without one, or with more than one.
         Index hub;
@@ -177,14 +188,21 @@ class LoopFinder {
     void CountDegrees(Batch& batch, Index edge);
     void FindWalkable(const Batch& batch);
     void MarkWalkable(Index edge, bool fromStart, bool fromEnd);
-    void FindMutual(const Batch& batch);
+    // Finds out which parts are mutual, and lists the edges that name each stop of the others.
+    void ListNamed(Batch& batch);
     void FixStops(Batch& batch);
     void ListHubSteps(Batch& batch, Index firstPart);
 
     // Walks.
     void FindLoop(Index edge, std::vector<ZrOwEntity*>& loop);
-    // Leaves m_path empty when there is none.
-    void FindPath(Index edge);
+    // Goes on with the walk of the edge in its part, and writes m_path if it arrives. first: the step to begin with;
+    // kNone for any.
+    void FindPath(Index edge, Index first);
+    // The same for a closed edge, in all parts at its node.
+    void FindPathOfClosed(Index edge);
+    // The loop that the path and the edge are, whose pipes are taken out.
+    void TakeLoop(Index edge, std::vector<ZrOwEntity*>& loop);
+    void Charge(Index part, std::uint64_t walkWaste);
     void MarkArrivals(Index edge, Index mark);
     void Enter(Batch& batch, Walk& walk, Index number, Index cameBy);
     // Whether the walk arrives with the step, or enters a new node that may get it there.
@@ -198,11 +216,16 @@ class LoopFinder {
     Index OnwardFixed(Batch& batch, Index position, Index end);
     // The same for steps of one block from a node of a hub.
     Index OnwardInBlock(const Batch& batch, Index stop, Index block, Index position);
-    bool IsWasteful(const Part& part, std::uint64_t walkWaste) const;
     // Looks back from the end of the edge over at most so many steps. Returns whether the look ran out before.
     bool LookBack(Index edge, std::uint64_t steps);
-    // Number of nodes of the site that some remaining edge names.
-    static Index NodesToEnter(const Batch& batch, Index site);
+    // Calls see with each step from the stop whose edge remains, until it returns false. Returns: whether it never did.
+    template <class See>
+    bool SeeSteps(Batch& batch, const Stop& stop, const See& see);
+    // The same over all edges that name the stop, for a part that is not mutual.
+    template <class See>
+    bool SeeNamed(Batch& batch, Index stop, const See& see);
+    // Number of nodes of the walk's hub that it has not been at and some remaining edge names.
+    static Index NodesToEnter(const Batch& batch, const Walk& walk);
     // True when the walk can enter no more nodes of the site.
     bool IsPassed(const Batch& batch, Index site) const;
     bool IsSamePipeTwice(Index left, Index right) const;
@@ -214,7 +237,9 @@ class LoopFinder {
 
     // Per edge: what is known of it.
     kernel::LargeVector<Seat> m_seats;
-    kernel::LargeVector<unsigned char> m_remains;
+    kernel::LargeVector<Remains> m_remains;
+    // Per node, once a closed edge was looked at: the first entry of its list whose edge may remain.
+    kernel::LargeVector<Index> m_firstLeft;
     kernel::LargeVector<unsigned char> m_isBridge;
     // Can be walked from the start's site, plus twice from the end's.
     kernel::LargeVector<unsigned char> m_walkable;
@@ -227,6 +252,8 @@ class LoopFinder {
     std::unordered_map<Index, std::vector<Index>> m_siteNodes;
 
     std::vector<Part> m_parts;
+    // To be split after the walk.
+    std::vector<Index> m_wasteful;
     Index m_blocks = 0;
     // Scratch per node: its stop in the part that was worked on last, and that part.
     kernel::LargeVector<Index> m_stopOf;

@@ -39,7 +39,8 @@ bool StartOf(const ZrOwEntity* entity, Axes& start) {
 
 // What samples of a list tell of its drawing.
 struct Survey {
-    Axes low{std::numeric_limits<double>::max(), std::numeric_limits<double>::max(), std::numeric_limits<double>::max()};
+    Axes low{std::numeric_limits<double>::max(), std::numeric_limits<double>::max(),
+             std::numeric_limits<double>::max()};
     Axes high{std::numeric_limits<double>::lowest(), std::numeric_limits<double>::lowest(),
               std::numeric_limits<double>::lowest()};
     // Lengths of steps from a pipe's start to that of the next in the list, summed over the axes.

@@ -401,9 +401,8 @@ inline void PipeSearch::Follow(const End& end, Index node, Index entry) {
     m_network.pipes.push_back(run.pipe);
     m_network.lists[entry] = edge;
 
-    const Index far = end.far != kNone
-                          ? end.far
-                          : LookUpPlace(CCheckPipeLineEdge(run.pipe).GetSearchPoint(m_network.points[node]));
+    const Index far =
+        end.far != kNone ? end.far : LookUpPlace(CCheckPipeLineEdge(run.pipe).GetSearchPoint(m_network.points[node]));
     const Index farNode = NodeAt(far);
     if (farNode != kNone) {
         m_network.ends.push_back({node, farNode});

@@ -119,8 +119,8 @@ inline std::string Describe(const PipeSet& set) {
     return text.str();
 }
 
-// Lists the loops of a searched graph before anyone asks for its objects, then with objects, then with lists handed out;
-// tells the first difference in loops or graph.
+// Lists the loops of a searched graph before anyone asks for its objects, then with objects, then with lists handed
+// out; tells the first difference in loops or graph.
 inline std::string CompareSearched(naive::Graph& expected, CCheckPipeLineGraph& graph, PipeSet& set) {
     Loops wanted;
     expected.GetBadLoopVec(wanted);

@@ -68,8 +68,10 @@ class LongList {
     void Add(std::unique_ptr<PipeSet> set) {
         const auto far = [this] { return 4096.0 * static_cast<double>(m_random() % 100000); };
         const AcGePoint3d corner(far(), far(), far());
-        const auto moved = [&corner](const AcGePoint3d& point) {
-            return AcGePoint3d(point.x + corner.x, point.y + corner.y, point.z + corner.z);
+        // Some reach through much of the whole, so that pipes begin far from each other and yet meet.
+        const double size = m_random() % 2 == 0 ? 1.0 : 1e6;
+        const auto moved = [&](const AcGePoint3d& point) {
+            return AcGePoint3d(size * point.x + corner.x, size * point.y + corner.y, size * point.z + corner.z);
         };
         for (ZrOwPolyLine& pipe : set->pipes) {
             pipe.SetPoints(moved(pipe.GetStartPoint()), moved(pipe.GetEndPoint()));

@@ -50,8 +50,8 @@ TEST(LongRandomNets, GiveTheSameGraphsAndLoopsWhereverTheyStandInALongList) {
 }
 
 TEST(LongPipeShapes, GiveTheSameGraphsAndLoopsAsTheLiteralStepsAtAHundredThousandPipes) {
-    for (const char* kind :
-         {"forest", "chain", "grid", "building", "squares", "ladder", "honeycomb", "sparse", "twins", "petals"}) {
+    for (const char* kind : {"forest", "chain", "grid", "building", "squares", "ladder", "honeycomb", "sparse", "twins",
+                             "petals", "doubled"}) {
         for (const bool shuffled : {false, true}) {
             EXPECT_EQ(literal::Compare(PipeShape(kind, 100000, shuffled)), "") << kind;
         }

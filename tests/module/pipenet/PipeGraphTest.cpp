@@ -106,11 +106,20 @@ TEST(PipeNode, AppendsToAListLikeItsPlainFormWhateverCallersDo) {
             const std::size_t at = plain.empty() ? 0 : random() % plain.size();
             const auto change = [&](std::vector<EdgePointer>& list) {
                 switch (step % 20 == 0 ? random() % 4 : 4) {
-                    case 0: list.insert(list.begin() + static_cast<std::ptrdiff_t>(at), edge); break;
-                    case 1: list.erase(list.begin() + static_cast<std::ptrdiff_t>(at)); break;
-                    case 2: list[at] = edge; break;
-                    case 3: std::swap(list[at], list.back()); break;
-                    default: break;
+                    case 0:
+                        list.insert(list.begin() + static_cast<std::ptrdiff_t>(at), edge);
+                        break;
+                    case 1:
+                        list.erase(list.begin() + static_cast<std::ptrdiff_t>(at));
+                        break;
+                    case 2:
+                        list[at] = edge;
+                        break;
+                    case 3:
+                        std::swap(list[at], list.back());
+                        break;
+                    default:
+                        break;
                 }
             };
             const std::mt19937_64 before = random;

@@ -26,6 +26,9 @@ class PipeShape {
     //   sparse    a square mesh with two fifths of its pipes left out at random
     //   twins     meshes in a row, joined at single points; the search begins where two of them meet
     //   petals    squares that all touch in one point
+    //   stubs     a square mesh with a pipe shorter than a place at every joint, which begins and ends there
+    //   doubled   a square mesh with every pipe drawn twice
+    //   loose     a square mesh whose pipes' ends lie anywhere within a place, and meet others or not
     PipeShape(const std::string& kind, int pipes, bool shuffled) {
         if (kind == "forest") {
             Forest(pipes);
@@ -47,6 +50,12 @@ class PipeShape {
             Twins(pipes);
         } else if (kind == "petals") {
             Petals(pipes);
+        } else if (kind == "stubs") {
+            Stubs(pipes);
+        } else if (kind == "doubled") {
+            Doubled(pipes);
+        } else if (kind == "loose") {
+            Loose(pipes);
         }
         if (shuffled) {
             std::mt19937_64 random(7);
@@ -177,6 +186,43 @@ class PipeShape {
             Pipe({x, 0.0, 0.0}, {x, x, 7.0});
             Pipe({x, x, 7.0}, {0.0, x, 0.0});
             Pipe({0.0, x, 0.0}, {});
+        }
+    }
+
+    void Stubs(int pipes) {
+        const int side = std::max(2, static_cast<int>(std::sqrt(pipes / 3.0)));
+        for (int row = 0; row < side; ++row) {
+            for (int column = 0; column < side; ++column) {
+                const AcGePoint3d at(1000.0 * column, 1000.0 * row, 0.0);
+                Pipe(at, {at.x + 0.05, at.y, at.z});
+                if (column + 1 < side) {
+                    Pipe(at, {at.x + 1000.0, at.y, at.z});
+                }
+                if (row + 1 < side) {
+                    Pipe(at, {at.x, at.y + 1000.0, at.z});
+                }
+            }
+        }
+    }
+
+    void Doubled(int pipes) {
+        Grid(pipes / 2, 0.0);
+        const std::size_t once = m_list.size();
+        for (std::size_t number = 0; number < once; ++number) {
+            Pipe(m_pipes[number].GetStartPoint(), m_pipes[number].GetEndPoint());
+        }
+    }
+
+    void Loose(int pipes) {
+        Grid(pipes, 0.0);
+        std::mt19937_64 random(9);
+        const auto off = [&](AcGePoint3d point) {
+            point.x += random() % 4 == 0 ? 0.04 : 0.0;
+            return point;
+        };
+        for (ZrOwPolyLine& pipe : m_pipes) {
+            const AcGePoint3d start = off(pipe.GetStartPoint());
+            pipe.SetPoints(start, off(pipe.GetEndPoint()));
         }
     }
 

@@ -48,7 +48,8 @@ TEST(LoopWork, StaysWithinEightEntriesPerPipeInADrawnMeshAndTwentyInAShuffledOne
 }
 
 TEST(LoopWork, StaysWithinFiftyEntriesPerPipeWhateverTheShape) {
-    for (const char* kind : {"squares", "ladder", "honeycomb", "sparse", "twins", "petals"}) {
+    for (const char* kind :
+         {"squares", "ladder", "honeycomb", "sparse", "twins", "petals", "stubs", "doubled", "loose"}) {
         for (const bool shuffled : {false, true}) {
             EXPECT_LE(EffortOf(kind, 100000, shuffled).visited, 50.0) << kind;
         }
@@ -75,8 +76,8 @@ void ExpectLikeLiteral(const std::string& kind, int pipes) {
 }
 
 TEST(PipeShapes, GiveTheSameGraphsAndLoopsAsTheLiteralSteps) {
-    for (const char* kind :
-         {"forest", "chain", "grid", "building", "squares", "ladder", "honeycomb", "sparse", "twins", "petals"}) {
+    for (const char* kind : {"forest", "chain", "grid", "building", "squares", "ladder", "honeycomb", "sparse", "twins",
+                             "petals", "doubled"}) {
         ExpectLikeLiteral(kind, 4000);
     }
 }

@@ -46,9 +46,11 @@ class RandomNets {
         const int width = 2 + Below(7);
         const int height = 2 + Below(5);
         const int leftOut = Below(6);
-        const int moved = Below(4) == 0 ? 1 : 0;
+        const int moved = Below(4) == 0 ? 4 + 11 * Below(2) : 0;
+        // Pipes shorter than a place, which begin and end at one node.
+        const int stubs = Below(4) == 0 ? 2 : 40;
         const auto at = [&](int column, int row) {
-            return AcGePoint3d(10.0 * column + (moved != 0 && Below(15) == 0 ? 0.05 : 0.0), 10.0 * row, 0.0);
+            return AcGePoint3d(10.0 * column + (moved != 0 && Below(moved) == 0 ? 0.05 : 0.0), 10.0 * row, 0.0);
         };
         const auto add = [&](const AcGePoint3d& from, const AcGePoint3d& to) {
             if (Below(10) >= leftOut) {
@@ -66,6 +68,10 @@ class RandomNets {
                 }
                 if (Below(20) == 0) {
                     add(at(column, row), at(Below(width), Below(height)));
+                }
+                if (Below(stubs) == 0) {
+                    const AcGePoint3d from = at(column, row);
+                    add(from, AcGePoint3d(from.x, from.y + 0.03 * Below(4), 0.0));
                 }
             }
         }
