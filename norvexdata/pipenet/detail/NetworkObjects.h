@@ -106,8 +106,8 @@ struct Access {
     static bool IsAdopted(const CCheckPipeLineNode& node) { return node.m_adopters != 0; }
     static void DropList(CCheckPipeLineNode& node);
     // The graph's lists, in order. Both make all objects.
-    NORVEXDATA_API static std::vector<CCheckPipeLineNode*> Nodes(const CCheckPipeLineGraph& graph);
-    NORVEXDATA_API static std::vector<CCheckPipeLineEdge*> Edges(const CCheckPipeLineGraph& graph);
+    static std::vector<CCheckPipeLineNode*> Nodes(const CCheckPipeLineGraph& graph);
+    static std::vector<CCheckPipeLineEdge*> Edges(const CCheckPipeLineGraph& graph);
     // Fills the graph, which is empty, with what a search found.
     static void Fill(CCheckPipeLineGraph& graph, PipeNetwork&& network);
     static bool IsAsSearched(const CCheckPipeLineGraph& graph) { return graph.m_asSearched; }

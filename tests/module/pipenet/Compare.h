@@ -6,10 +6,10 @@
 #include <string>
 #include <unordered_map>
 
+#include "GraphLists.h"
 #include "NaiveNetwork.h"
 #include "RandomNets.h"
 #include "norvexdata/pipenet/CheckSearchGraph.h"
-#include "norvexdata/pipenet/detail/NetworkObjects.h"
 
 namespace norvex::test {
 
@@ -20,8 +20,11 @@ using Loops = std::vector<std::vector<ZrOwEntity*>>;
 class GraphComparison {
   public:
     std::string Compare(const naive::Graph& expected, const CCheckPipeLineGraph& graph) {
-        const auto& edges = pipenet::Access::Edges(graph);
-        const auto& nodes = pipenet::Access::Nodes(graph);
+        std::vector<ZrOwEntity*> pipes;
+        for (const naive::Edge* edge : expected.edges) {
+            pipes.push_back(edge->pipe);
+        }
+        const auto [edges, nodes] = GraphLists(graph, pipes);
         if (edges.size() != expected.edges.size() || nodes.size() != expected.nodes.size()) {
             return "counts";
         }
@@ -132,7 +135,7 @@ inline std::string CompareSearched(naive::Graph& expected, CCheckPipeLineGraph& 
     if (loopsDiffer()) {
         return "loops";
     }
-    pipenet::Access::Edges(graph);
+    graph.GetEdge(nullptr);
     if (loopsDiffer()) {
         return "loops of objects";
     }

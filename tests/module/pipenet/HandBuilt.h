@@ -70,7 +70,7 @@ class HandBuilt {
         }
         m_plain = plain.front();
         m_graph = graphs.front();
-        const auto& edges = pipenet::Access::Edges(m_graph);
+        const auto edges = GraphLists(m_graph, m_set->list).edges;
         for (std::size_t number = 0; number < edges.size(); ++number) {
             naive::Edge* wanted = m_plain.edges[number];
             m_plainEdges.push_back(wanted);

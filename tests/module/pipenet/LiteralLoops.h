@@ -7,9 +7,9 @@
 #include <unordered_map>
 #include <vector>
 
+#include "GraphLists.h"
 #include "PipeShapes.h"
 #include "norvexdata/pipenet/CheckSearchGraph.h"
-#include "norvexdata/pipenet/detail/NetworkObjects.h"
 
 // The plain rules step by step as in NaiveNetwork.h, but with marks in place of looked-through lists and with stacks in
 // place of recursion, so that large drawings are in reach. Only for drawings whose ends either coincide exactly or are
@@ -207,8 +207,12 @@ inline std::string Compare(const PipeShape& shape) {
         if (loops != wanted) {
             return "loops";
         }
-        const auto& nodes = pipenet::Access::Nodes(graphs[number]);
-        const auto& edges = pipenet::Access::Edges(graphs[number]);
+        std::vector<ZrOwEntity*> pipes;
+        for (const Edge& edge : network.edges) {
+            pipes.push_back(edge.pipe);
+        }
+        const GraphLists lists(graphs[number], pipes);
+        const auto& [edges, nodes] = lists;
         if (nodes.size() + 1 != network.nodes.size() || edges.size() != network.edges.size()) {
             return "counts";
         }

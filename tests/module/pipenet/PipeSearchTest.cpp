@@ -10,7 +10,6 @@
 
 #include "Net.h"
 #include "norvexdata/pipenet/detail/Cells.h"
-#include "norvexdata/pipenet/detail/NetworkObjects.h"
 #include "platform/zrow/ZrOwNodes.h"
 
 namespace norvex::test {
@@ -166,26 +165,34 @@ TEST(PipeSearch, KeepsTheOrderOfALongListThatJumpsAboutInTheDrawing) {
         SCOPED_TRACE(scale);
         Net net;
         for (int number = 0; number < 9000; ++number) {
-            // Next to each other in the list, far apart in the drawing; both pipes of a pair meet at its middle.
-            const double x = scale * 1000.0 * ((number / 2) * 7919 % 4500);
-            const double y = number % 2 == 0 ? -50.0 : 50.0;
-            net.Pipe({x, scale * y, 0.0}, {x, 0.0, 0.0});
+            // The two pipes of a pair begin at far sides of the drawing and meet in between.
+            const double x = scale * 1000.0 * (number / 2);
+            net.Pipe({number % 2 == 0 ? -x : scale * 1e7 - x, scale, 0.0}, {x, 0.0, 0.0});
+        }
+        std::map<const ZrOwEntity*, std::size_t> numberOf;
+        for (std::size_t number = 0; number < net.size(); ++number) {
+            numberOf.emplace(&net[number], number);
         }
         std::vector<ZrOwEntity*>& list = net.list();
         std::shuffle(list.begin(), list.end(), std::mt19937_64(3));
         list.insert(list.begin() + 77, nullptr);
         const std::vector<CCheckPipeLineGraph> graphs = net.Search();
         ASSERT_EQ(graphs.size(), 1000u);
-        std::set<const ZrOwEntity*> taken;
+        std::set<std::size_t> taken;
         std::size_t position = 0;
         for (const CCheckPipeLineGraph& graph : graphs) {
-            while (list[position] == nullptr || taken.count(list[position]) != 0) {
+            while (list[position] == nullptr || taken.count(numberOf[list[position]]) != 0) {
                 ++position;
             }
-            const auto edges = pipenet::Access::Edges(graph);
+            const std::size_t first = numberOf[list[position]];
+            const std::size_t second = first ^ 1u;
+            taken.insert({first, second});
             ASSERT_EQ(graph.GetItemCount(), 4);
-            ASSERT_EQ(edges.front()->GetPipeEnt(), list[position]);
-            taken.insert({edges.front()->GetPipeEnt(), edges.back()->GetPipeEnt()});
+            const auto node = graph.GetNode(net[first].GetEndPoint());
+            ASSERT_NE(node, nullptr);
+            ASSERT_EQ(node->GetConnectEdgeNum(), 2);
+            EXPECT_EQ(node->GetConnectEdgeVec()[0], graph.GetEdge(&net[first]));
+            EXPECT_EQ(node->GetConnectEdgeVec()[1], graph.GetEdge(&net[second]));
         }
     }
 }

@@ -39,8 +39,9 @@ FAULTS = [
      "part.hub != kNone"),
     ("the hub closes one node early", LOOPS, "walk.hubNodesLeft = NodesToEnter(batch, walk);",
      "walk.hubNodesLeft = NodesToEnter(batch, walk) - 1;"),
-    ("a look back that did not run out is believed", LOOPS, "return false;\n                }\n                if (batch.looks",
-     "return true;\n                }\n                if (batch.looks"),
+    ("a look back that did not run out is believed", LOOPS,
+     "SeeNamed(batch, number, see))) {\n                return false;",
+     "SeeNamed(batch, number, see))) {\n                return true;"),
     ("a walk arrives at one node of a place only", LOOPS, "if (IsNear(batch.stops[number].node, EndOf(edge))) {",
      "if (batch.stops[number].node == EndOf(edge)) {"),
     ("pipes of hardly different length are one", LOOPS, "kSameLength = 0.001", "kSameLength = 0.0011"),
@@ -102,6 +103,7 @@ FAULTS = [
     ("a closed pipe tries the first pipe of its list only", LOOPS, "entry < end && m_path.empty(); ++entry",
      "entry < end && entry == m_firstLeft[node]; ++entry"),
     ("pipes closed at one place do not pair", LOOPS, "if (m_remains[first] == kClosed) {", "if (false) {"),
+    ("a look back over loose joints misses a pipe", LOOPS, "next < batch.namedEnd[stop];", "next + 1 < batch.namedEnd[stop];"),
     ("pipes closed at one of several nodes are apart", LOOPS, "if (m_siteNodes.count(start) == 0) {", "if (true) {"),
 ]
 
