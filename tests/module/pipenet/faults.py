@@ -20,6 +20,8 @@ LOOPS = DETAIL + "LoopFinder.cpp"
 SEARCH = DETAIL + "PipeSearch.cpp"
 BLOCKS = DETAIL + "Blocks.cpp"
 OBJECTS = DETAIL + "NetworkObjects.cpp"
+PLACES = DETAIL + "Places.cpp"
+PLACES_HEADER = DETAIL + "Places.h"
 CELLS = DETAIL + "Cells.h"
 LIST = DETAIL + "EdgeList.h"
 NODE = "norvexdata/pipenet/CheckPipeLineNode.cpp"
@@ -65,20 +67,21 @@ FAULTS = [
      "m_low[done.vertex] <= m_order[above]"),
     ("a searched list is read one entry short", LOOPS, "entry < m_network.listBegin[stop.node + 1]",
      "entry + 1 < m_network.listBegin[stop.node + 1]"),
-    ("neighbouring cells are not looked at", SEARCH, "crowded = !m_selfEqual || (!spot.inside && IsCrossing(spot.point));",
+    ("neighbouring cells are not looked at", PLACES, "crowded = !m_selfEqual || (!spot.inside && IsCrossing(spot.point));",
      "crowded = !m_selfEqual;"),
     ("points near a border count as well inside", CELLS, "const double margin = m_reach * m_scale + kRounding;",
      "const double margin = 0.0;"),
     ("an end joins the newest node in reach", SEARCH, "other.node < oldest &&",
      "(oldest == kNone || other.node > oldest) &&"),
     ("pipes at a point come in any order", SEARCH, "return left.run > right.run; }", "return left.run < right.run; }"),
-    ("a repeated entry is a second pipe", SEARCH, "if (flag) {", "if (false) {"),
+    ("a repeated entry is a second pipe", PLACES, "const bool before = flag;", "const bool before = false;"),
     ("pipes meet within a tenth", SEARCH, "place.point.isEqualTo(point, AcGeContext::gTol)",
      "CEntFindMethod::Is2PtNear(place.point, point, kPlaceTolerance)"),
     ("pipes of earlier graphs are found again", SEARCH, "if (run.edge == kNone || run.edge >= m_firstEdge) {",
      "if (true) {"),
-    ("nodes in crowded cells are forgotten", SEARCH, "        m_dense.Nodes().Add(m_places[far].point, far);\n", ""),
-    ("places in crowded cells are made twice", SEARCH,
+    ("nodes in crowded cells are forgotten", PLACES_HEADER,
+     "            m_dense.Nodes().Add(m_places[place].point, place);\n", ""),
+    ("places in crowded cells are made twice", PLACES,
      "        m_places.push_back({spot.point, kNoEnd, 1, kNone});\n"
      "        m_dense.All().Add(spot.point, place);\n",
      "        m_places.push_back({spot.point, kNoEnd, 1, kNone});\n"),
@@ -86,11 +89,11 @@ FAULTS = [
     ("links go while a caller holds objects", OBJECTS, "m_pool.use_count() > 1", "m_pool.use_count() > 1000"),
     ("the newest edge of a pipe is found", GRAPH, "index.edges.emplace(", "index.edges.insert_or_assign("),
     ("pipes at a place come newest first", SEARCH, "    std::reverse(m_found.begin() + first, m_found.end());\n", ""),
-    ("pipes taken in another order stay in it", SEARCH, "    if (!m_order.empty()) {\n        std::sort",
+    ("pipes taken in another order stay in it", SEARCH, "    if (!m_places.AreInListOrder()) {\n        std::sort",
      "    if (false) {\n        std::sort"),
-    ("a closed pipe is twice at its place", SEARCH, "if (end % 2 == 0 || run.place[0] != place) {", "if (true) {"),
-    ("points above each other are one", SEARCH, " | (leftBits[2] ^ rightBits[2])", ""),
-    ("an end is taken for the one before it", SEARCH, "same[found] = same[found - back];", "same[found] = same[found - 1];"),
+    ("a closed pipe is twice at its place", PLACES, "if (end % 2 == 0 || run.place[0] != place) {", "if (true) {"),
+    ("points above each other are one", PLACES, " | (leftBits[2] ^ rightBits[2])", ""),
+    ("an end is taken for the one before it", PLACES, "same[found] = same[found - back];", "same[found] = same[found - 1];"),
     ("edges of other graphs do not count in a list", OBJECTS,
      "                m_network.lists.push_back(NumberOf(listed.get()));",
      "                if (NumberOf(listed.get()) != kNone) {\n"
