@@ -23,7 +23,8 @@ struct GraphIndex;
 //
 // A copy shares its nodes and edges with the graph it was copied from; what either creates afterwards is its own. When
 // the last of the graphs that share objects is gone, nodes and edges that a caller still holds stay valid, but are no
-// longer linked to each other unless the caller made them one by one. Used from one thread at a time, reading included.
+// longer linked to each other unless the caller made them one by one. Used from one thread at a time, reading included;
+// copies that nobody changes may be used from several, one each.
 class NORVEXDATA_API CCheckPipeLineGraph {
   public:
     CCheckPipeLineGraph();
