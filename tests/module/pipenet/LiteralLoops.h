@@ -212,7 +212,8 @@ inline std::string Compare(const PipeShape& shape) {
             pipes.push_back(edge.pipe);
         }
         const GraphLists lists(graphs[number], pipes);
-        const auto& [edges, nodes] = lists;
+        const std::vector<CCheckPipeLineEdge*>& edges = lists.edges;
+        const std::vector<CCheckPipeLineNode*>& nodes = lists.nodes;
         if (nodes.size() + 1 != network.nodes.size() || edges.size() != network.edges.size()) {
             return "counts";
         }
