@@ -114,8 +114,12 @@ void Access::SetKeeper(CCheckPipeLineEdge& edge, const boost::shared_ptr<Network
 }
 
 void Access::DropList(CCheckPipeLineNode& node) {
-    // Taken out first, because the last reference to another pool may be among the entries.
-    const std::unique_ptr<EdgeList> dropped = std::move(node.m_list);
+    // The list itself stays, because callers may hold a reference to it. The entries go last, because the last
+    // reference to another pool may be among them.
+    std::vector<boost::shared_ptr<CCheckPipeLineEdge>> dropped;
+    if (node.m_list) {
+        dropped.swap(node.m_list->HandOut());
+    }
     node.m_listedCount = 0;
 }
 

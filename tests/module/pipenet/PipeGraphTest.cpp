@@ -359,6 +359,26 @@ TEST(PipeGraph, LeavesWhatACallerHoldsUsableWhenItIsGone) {
     EXPECT_EQ(edge->GetNodeStart(), node);
 }
 
+TEST(PipeGraph, LeavesTheListsThatANodeHandedOutUsableWhenItIsGone) {
+    Net net("a-b b-c c-d d-a d-e");
+    CCheckPipeLineGraph other;
+    std::vector<CCheckPipeLineGraph> graphs = net.Search();
+    const NodePointer node = graphs.front().GetNode(Net::PointOf('c'));
+    const NodePointer adopted = graphs.front().GetNode(Net::PointOf('d'));
+    std::vector<EdgePointer>& list = node->GetConnectEdgeVec();
+    std::vector<EdgePointer>& listOfAdopted = adopted->GetConnectEdgeVec();
+    other.CreateEdge(&net[0])->SetNodeStart(adopted);
+    ASSERT_EQ(list.size(), 2u);
+    graphs.clear();
+    EXPECT_TRUE(list.empty());
+    EXPECT_EQ(&list, &node->GetConnectEdgeVec());
+    EXPECT_EQ(listOfAdopted.size(), 3u);
+    other = CCheckPipeLineGraph();
+    EXPECT_TRUE(listOfAdopted.empty());
+    listOfAdopted.push_back(boost::make_shared<CCheckPipeLineEdge>(&net[1]));
+    EXPECT_EQ(adopted->GetConnectEdgeNum(), 1);
+}
+
 TEST(PipeGraph, KeepsNodesThatItsEdgesTookFromADroppedGraph) {
     Net net("a-b b-c c-a");
     CCheckPipeLineGraph graph;
