@@ -64,8 +64,10 @@ struct Survey {
     }
 
     bool GoesBySmallSteps() const {
-        const double small = kSmallStep * (high[0] - low[0] + high[1] - low[1] + high[2] - low[2]);
-        // An infinite width makes every step small.
+        const double width = high[0] - low[0] + high[1] - low[1] + high[2] - low[2];
+        // Within one place there is nothing to put in order, and a width close to zero is not to be divided by. An
+        // infinite width makes every step small.
+        const double small = std::max(kPlaceTolerance, kSmallStep * width);
         const auto large = std::count_if(steps.begin(), steps.end(), [small](double step) { return step > small; });
         return kLargeSteps * static_cast<std::size_t>(large) <= steps.size();
     }

@@ -209,6 +209,14 @@ TEST(PipeSearch, TakesLongListsThatSayNothingOfTheDrawingsSize) {
     std::reverse(nothing.list().begin(), nothing.list().end());
     EXPECT_EQ(nothing.Search().size(), 1u);
 
+    // Differences so small that nothing can be divided by them.
+    Net oneStart;
+    for (int number = 0; number < 9000; ++number) {
+        oneStart.Pipe({number * 7919 % 9000 * 1e-312, 0.0, 0.0}, {0.0, 1000.0 * number + 500.0, 0.0});
+    }
+    ASSERT_EQ(oneStart.Search().size(), 1u);
+    EXPECT_EQ(oneStart.Search().front().GetItemCount(), 18000);
+
     Net endless;
     for (int number = 0; number < 4500; ++number) {
         endless.Pipe({1000.0 * (number * 7919 % 4500), 0.0, 0.0}, {number % 2 == 0 ? nowhere : -nowhere, 0.0, 0.0});
