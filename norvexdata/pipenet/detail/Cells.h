@@ -93,6 +93,10 @@ class CellGrid {
     std::int64_t Along(double coordinate) const {
         const double scaled = coordinate * m_scale + kOffset;
         if (!(std::abs(scaled) < kFarthest)) {
+            // With an infinite reach there is one cell, and its corners are no numbers.
+            if (m_scale == 0.0) {
+                return 0;
+            }
             return scaled > 0.0 ? static_cast<std::int64_t>(kFarthest) : -static_cast<std::int64_t>(kFarthest);
         }
         return Floor(scaled);
