@@ -14,6 +14,7 @@
 #include "service/IfcFloors.h"
 #include "service/Sha256.h"
 #include "service/Verdict.h"
+#include "service/session/StoredReport.h"
 
 namespace norvex::cli {
 namespace {
@@ -61,6 +62,7 @@ void DescribeModel(const ifc::BuildingModel& model, const std::string& path, con
                          [&](const service::FloorRecord& candidate) { return candidate.name == floor.name; });
         floor = found == floors.Floors().end() ? floor : *found;
     }
+    std::erase(report.incomplete, service::session::kModelReadPartly);
     service::NoteWhatWasNotRead(report);
 }
 

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "service/session/Annotate.h"
 
-#include <fmt/format.h>
 #include <algorithm>
 #include <map>
 #include <numeric>
@@ -49,6 +48,9 @@ bool WouldBeKnown(const store::NewFinding& added, const store::RunContents& befo
     if (added.olderRunLooked) {
         return true;
     }
+    if (before.run.identity.modelRead != store::ModelRead::Wholly) {
+        return false;
+    }
     const store::UnitKey& unit = added.finding.unit;
     const auto outcome = std::find_if(before.units.begin(), before.units.end(),
                                       [&](const store::UnitOutcome& each) { return each.unit == unit; });
@@ -68,19 +70,6 @@ std::vector<FindingRecord> RecordsOf(const std::vector<store::StoredFinding>& fi
         records.push_back(FindingOf(finding));
     }
     return records;
-}
-
-// What the reader of the model lost may hold what is no longer found.
-void DoubtWhatIsGone(const ModelRecord& model, Comparison& comparison) {
-    if (comparison.gone.empty() || (model.lostInstances == 0 && !model.isCutOff)) {
-        return;
-    }
-    comparison.remarks.push_back(
-        fmt::format("Parts of the model could not be read; {} no longer found may be about them.",
-                    comparison.gone.size() == 1 ? std::string("1 finding that is")
-                                                : fmt::format("{} findings that are", comparison.gone.size())));
-    comparison.notVisited += comparison.gone.size();
-    comparison.gone.clear();
 }
 
 void Compare(RunReport& report, const Contents& contents, const store::RunContents& before) {
@@ -107,7 +96,6 @@ void Compare(RunReport& report, const Contents& contents, const store::RunConten
     comparison.hidden = RecordsOf(diff.hidden);
     comparison.notVisited = diff.notVisited.size();
     comparison.remarks = diff.remarks;
-    DoubtWhatIsGone(report.model, comparison);
     report.comparison = std::move(comparison);
 }
 

@@ -49,6 +49,8 @@ store::RunIdentity IdentityOf(const RunPlan& plan, const FloorSource& source, co
     identity.modelDigest = model.sha256;
     const std::uintmax_t size = std::filesystem::file_size(model.path, ignored);
     identity.modelSize = ignored ? 0 : static_cast<std::int64_t>(size);
+    identity.modelRead =
+        model.lostInstances > 0 || model.isCutOff ? store::ModelRead::Partly : store::ModelRead::Wholly;
     identity.configurationDigest = std::move(configurationDigest);
     identity.programVersion = std::move(programVersion);
     for (const std::size_t floor : plan.floors) {

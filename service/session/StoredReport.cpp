@@ -102,6 +102,9 @@ std::vector<CategoryTotal> TotalsOf(const RunReport& report) {
 }
 
 void NoteWhatWasNotDone(const store::RunRecord& run, RunReport& report) {
+    if (run.identity.modelRead == store::ModelRead::Partly) {
+        report.incomplete.emplace_back(kModelReadPartly);
+    }
     for (const TaskRecord& task : report.tasks) {
         if (task.outcome == Outcome::Crashed) {
             report.incomplete.push_back(fmt::format("Rule {} crashed on floor \"{}\", {}: {}.", task.rule, task.floor,
@@ -109,7 +112,9 @@ void NoteWhatWasNotDone(const store::RunRecord& run, RunReport& report) {
         }
     }
     if (run.status == store::RunStatus::Partial && report.incomplete.empty()) {
-        report.incomplete.push_back("When the run was made, parts of the model or rules were missing.");
+        report.incomplete.push_back(run.identity.modelRead == store::ModelRead::Wholly
+                                        ? "When the run was made, a rule was missing or could look at nothing."
+                                        : "When the run was made, parts of the model or rules were missing.");
     }
     if (run.status == store::RunStatus::Running) {
         report.incomplete.push_back(fmt::format(

@@ -10,6 +10,9 @@
 
 namespace norvex::service::session {
 
+// What a stored report says in its `incomplete` of a model that was not read wholly. The model itself tells more.
+inline constexpr std::string_view kModelReadPartly = "Parts of the model could not be read, so they were not checked.";
+
 // The run that a user names: its number, or "last", the newest one. Errors:
 // NotFound, InvalidInput.
 store::Result<store::RunId> ChosenRun(store::ProjectStore& project, std::string_view named);

@@ -236,7 +236,7 @@ void ProjectDatabase::RefuseUnlessSound(bool forWriting) {
                                                            std::to_string(NewestSchemaVersion()) +
                                                            "); it was left as it is."};
     }
-    if (version < NewestSchemaVersion() && !forWriting) {
+    if (version < kOldestReadableVersion && !forWriting) {
         throw StoreError{StoreErrorCode::ReadOnly, "The project database " + Quoted(path_) +
                                                        " was written by an older version of norvex and must be opened "
                                                        "for writing once before it can be read."};

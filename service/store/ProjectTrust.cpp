@@ -114,7 +114,8 @@ class EffectCounter {
             const RunContents& contents = EarlierRun(run);
             const auto outcome = std::find_if(contents.units.begin(), contents.units.end(),
                                               [&](const UnitOutcome& each) { return each.unit == unit; });
-            if (outcome == contents.units.end() || !ShowsAll(run, *outcome)) {
+            if (outcome == contents.units.end() || contents.run.identity.modelRead != ModelRead::Wholly ||
+                !ShowsAll(run, *outcome)) {
                 continue;
             }
             listing.lookedAtIn = std::max(listing.lookedAtIn, run);

@@ -16,6 +16,7 @@ namespace {
 constexpr std::array<std::string_view, 4> kRunStatusWords{"running", "complete", "partial", "cancelled"};
 constexpr std::array<std::string_view, 6> kUnitResultWords{"passed",  "failed",  "not applicable",
                                                            "skipped", "crashed", "cancelled"};
+constexpr std::array<std::string_view, 3> kModelReadWords{"wholly", "partly", "unknown"};
 constexpr std::array<std::string_view, 3> kTrustKindWords{"rule", "sub-category", "finding"};
 
 template <typename Enumeration, std::size_t kCount>
@@ -54,6 +55,13 @@ void InsertNames(sqlite::Connection& connection, std::string_view text, RunId ru
     for (const std::string& name : names) {
         statement.Bind(run).Bind(position++).Bind(name).Run();
     }
+}
+
+// The column model_read of the table run, or what version 2 of the tables makes of the rows of version 1.
+std::string_view ModelReadColumn(sqlite::Connection& connection) {
+    const bool isThere =
+        sqlite::QueryInteger(connection, "SELECT count(*) FROM pragma_table_info('run') WHERE name = 'model_read'") > 0;
+    return isThere ? "model_read" : "CASE status WHEN 'complete' THEN 'wholly' ELSE 'unknown' END";
 }
 
 void ReadScope(sqlite::Connection& connection, RunId run, RunIdentity& identity) {
@@ -180,10 +188,11 @@ std::optional<TrustKind> TrustKindOf(std::string_view word) {
 }
 
 std::vector<RunRecord> ReadRuns(sqlite::Connection& connection, std::string_view condition, std::int64_t parameter) {
-    sqlite::Statement row(connection,
-                          "SELECT id, status, model_path, model_digest, model_size, configuration_digest, "
-                          "program_version, narrowed, started_at, ended_at, clock_went_back FROM run " +
-                              std::string(condition));
+    std::string query =
+        "SELECT id, status, model_path, model_digest, model_size, configuration_digest, program_version, narrowed, "
+        "started_at, ended_at, clock_went_back, ";
+    query.append(ModelReadColumn(connection)).append(" FROM run ").append(condition);
+    sqlite::Statement row(connection, query);
     if (condition.find('?') != std::string_view::npos) {
         row.Bind(parameter);
     }
@@ -201,6 +210,7 @@ std::vector<RunRecord> ReadRuns(sqlite::Connection& connection, std::string_view
         run.startedAt = row.Text(8);
         run.endedAt = row.Text(9);
         run.clockWentBack = row.Integer(10) != 0;
+        run.identity.modelRead = ReadWord<ModelRead>(kModelReadWords, row.Text(11));
         ReadScope(connection, run.id, run.identity);
         runs.push_back(std::move(run));
     }
@@ -211,11 +221,12 @@ RunId InsertRun(sqlite::Connection& connection, const RunIdentity& identity, std
     sqlite::Statement statement(
         connection,
         "INSERT INTO run (status, model_path, model_digest, model_size, configuration_digest, program_version, "
-        "narrowed, started_at, clock_went_back) VALUES (?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8, EXISTS (SELECT 1 FROM run "
-        "WHERE started_at > ?8 OR ended_at > ?8))");
+        "narrowed, started_at, clock_went_back, model_read) VALUES (?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8, EXISTS (SELECT 1 "
+        "FROM run WHERE started_at > ?8 OR ended_at > ?8), ?9)");
     statement.Bind(Word(RunStatus::Running)).Bind(identity.modelPath).Bind(identity.modelDigest);
     statement.Bind(identity.modelSize).Bind(identity.configurationDigest).Bind(identity.programVersion);
-    statement.Bind(std::int64_t{identity.narrowed}).Bind(startedAt).Run();
+    statement.Bind(std::int64_t{identity.narrowed}).Bind(startedAt);
+    statement.Bind(kModelReadWords[static_cast<std::size_t>(identity.modelRead)]).Run();
     const RunId run = connection.LastInsertedRow();
     InsertNames(connection, "INSERT INTO run_floor VALUES (?, ?, ?)", run, identity.floors);
     InsertNames(connection, "INSERT INTO run_specialty VALUES (?, ?, ?)", run, identity.specialties);

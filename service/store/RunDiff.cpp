@@ -137,18 +137,9 @@ class Matcher {
     bool identitiesAreStable_;
 };
 
-// Whether a run lacked parts of its model: it is partial although no rule crashed. Nobody can tell of which units then.
-bool LackedParts(const RunContents& contents) {
-    return contents.run.status == RunStatus::Partial &&
-           std::none_of(contents.units.begin(), contents.units.end(),
-                        [](const UnitOutcome& outcome) { return outcome.result == UnitResult::Crashed; });
-}
-
+// The units that the run looked at to the end. Whether it had all of their model before it is another question.
 std::set<UnitKey> VisitedUnits(const RunContents& contents) {
     std::set<UnitKey> visited;
-    if (LackedParts(contents)) {
-        return visited;
-    }
     for (const UnitOutcome& outcome : contents.units) {
         if (IsVisited(outcome)) {
             visited.insert(outcome.unit);
@@ -166,6 +157,17 @@ std::set<UnitKey> UnitsSeenThrough(const RunContents& contents) {
         }
     }
     return seen;
+}
+
+// Why what the run did not find need not be gone. Requires: count is not 0.
+std::string DoubtAbout(const RunRecord& run, std::size_t count) {
+    const std::string findings =
+        count == 1 ? std::string("1 finding that is") : std::to_string(count) + " findings that are";
+    if (run.identity.modelRead == ModelRead::Partly) {
+        return "Parts of the model could not be read; " + findings + " no longer found may be about them.";
+    }
+    return "Whether run " + std::to_string(run.id) + " could read all of its model was not recorded; " + findings +
+           " no longer found may be about what it could not read.";
 }
 
 std::vector<std::string> RemarksOn(const RunContents& older, const RunContents& newer) {
@@ -197,6 +199,9 @@ RunDiff DiffRuns(const RunContents& older, const RunContents& newer) {
     Matcher matcher(older, newer);
     matcher.Match();
 
+    const bool hadAllBefore = older.run.identity.modelRead == ModelRead::Wholly;
+    const bool hasAllNow = newer.run.identity.modelRead == ModelRead::Wholly;
+    std::size_t doubted = 0;
     const std::set<UnitKey> visitedBefore = VisitedUnits(older);
     const std::set<UnitKey> visitedNow = VisitedUnits(newer);
     const std::set<UnitKey> seenThrough = UnitsSeenThrough(newer);
@@ -210,11 +215,15 @@ RunDiff DiffRuns(const RunContents& older, const RunContents& newer) {
         const TrustEntry* hiding = trustNow.HiddenBy(finding.unit, finding.finding);
         if (hiding != nullptr && hiding->kind != TrustKind::Finding && !seen) {
             diff.hidden.push_back(finding);
-        } else if (visitedNow.contains(finding.unit)) {
+        } else if (visitedNow.contains(finding.unit) && hasAllNow) {
             diff.gone.push_back(finding);
         } else {
+            doubted += visitedNow.contains(finding.unit) ? 1 : 0;
             diff.notVisited.push_back(finding);
         }
+    }
+    if (doubted > 0) {
+        diff.remarks.push_back(DoubtAbout(newer.run, doubted));
     }
     for (std::size_t index = 0; index < newer.findings.size(); ++index) {
         const StoredFinding& finding = newer.findings[index];
@@ -222,7 +231,7 @@ RunDiff DiffRuns(const RunContents& older, const RunContents& newer) {
         if (partner != kNoPartner) {
             diff.persisting.push_back({older.findings[partner], finding});
         } else {
-            diff.added.push_back({finding, visitedBefore.contains(finding.unit)});
+            diff.added.push_back({finding, hadAllBefore && visitedBefore.contains(finding.unit)});
         }
     }
     return diff;

@@ -26,7 +26,7 @@ struct PersistingFinding {
 
 struct NewFinding {
     StoredFinding finding;
-    // The older run looked at the unit without finding it. Otherwise the finding may be as old as the model.
+    // The older run looked at the whole unit without finding it. Otherwise the finding may be as old as the model.
     bool olderRunLooked = false;
 };
 
@@ -38,7 +38,7 @@ struct RunDiff {
     std::vector<StoredFinding> gone;
     // Not reported because a rule or sub-category has become trusted; whether it is gone cannot be told.
     std::vector<StoredFinding> hidden;
-    // The newer run did not look at the unit to the end.
+    // The newer run did not look at the unit to the end, or not at all of its model.
     std::vector<StoredFinding> notVisited;
     // What makes the two runs hard to compare, one sentence each.
     std::vector<std::string> remarks;

@@ -32,6 +32,13 @@ enum class UnitResult : std::uint8_t {
     Cancelled,      // the run was cancelled before it could finish
 };
 
+// How much of its model a run had before it. What the reader could not read may hold anything, on any floor.
+enum class ModelRead : std::uint8_t {
+    Wholly,
+    Partly,   // instances were lost, or the file ends too early
+    Unknown,  // the run was kept by a program that did not record it
+};
+
 // The smallest piece of a run: one rule on one floor in one specialty. Ordered by floor, specialty, rule, bytewise.
 struct UnitKey {
     // The floor's label (FloorNames.h).
@@ -112,6 +119,8 @@ struct RunIdentity {
     // Digest of the model's bytes, in whatever form the caller chooses, and their number.
     std::string modelDigest;
     std::int64_t modelSize = 0;
+    // Follows from the bytes and the program, so that it never changes under a resumed run.
+    ModelRead modelRead = ModelRead::Unknown;
     std::string configurationDigest;
     std::string programVersion;
     // Labels (FloorNames.h).

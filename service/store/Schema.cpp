@@ -108,7 +108,15 @@ CREATE TABLE run_trust (
 ) WITHOUT ROWID;
 )sql";
 
-constexpr std::array<MigrationStep, 1> kSteps{{{1, kVersion1}}};
+// A complete run had read all of its model. Of the others nobody can tell: a crash or a cancel hid whether parts of
+// the model were missing too.
+constexpr const char* kVersion2 = R"sql(
+ALTER TABLE run ADD COLUMN model_read TEXT NOT NULL DEFAULT 'unknown'
+    CHECK (model_read IN ('wholly', 'partly', 'unknown'));
+UPDATE run SET model_read = 'wholly' WHERE status = 'complete';
+)sql";
+
+constexpr std::array<MigrationStep, 2> kSteps{{{1, kVersion1}, {2, kVersion2}}};
 
 }  // namespace
 

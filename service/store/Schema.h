@@ -19,8 +19,11 @@ struct MigrationStep {
 // All steps, ascending from version 1; docs/project-database.md describes the tables.
 std::span<const MigrationStep> MigrationSteps();
 
-// The version that this program reads and writes.
+// The version that this program writes.
 int NewestSchemaVersion();
+
+// The oldest version that is read without being brought up to date first: what may not be written to can still be read.
+inline constexpr int kOldestReadableVersion = 1;
 
 // Runs the steps above the database's version, all in one transaction: the database is at the newest version or as it
 // was. Another process may do the same at the same time. Throws DatabaseFailure.

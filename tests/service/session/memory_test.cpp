@@ -102,6 +102,27 @@ TEST_F(Memory, DoesNotTakeARunThatLackedPartsOfItsModelForAWholeOne) {
     EXPECT_EQ(json["comparison"]["run"], 1) << "later runs are compared with the last whole one";
 }
 
+TEST_F(Memory, CallsNothingGoneWhenARuleCrashedOnAModelThatWasNotReadWholly) {
+    UseModules({"CrashingRule"});
+    ASSERT_EQ(Check(Model(FourFloors()), {"--rule", "pipe-loop"}).exitCode, 1);
+    PipeModel broken;
+    broken.Storey("1层", 0).System("Cold water", "DOMESTICCOLDWATER").Pipe({0, 0, 2500}, {900, 0, 2500});
+    broken.Storey("abort", 3000).System("Cold water", "DOMESTICCOLDWATER").Pipe({0, 0, 5500}, {900, 0, 5500});
+    broken.Line("#9000=IFCPIPESEGMENT('x',$,((;");
+    ASSERT_EQ(Check(Model(std::move(broken))).exitCode, 3);
+    const ProcessResult diff = Run({"diff", "--project", ProjectPath(), "--from", "1", "--to", "2"});
+    EXPECT_NE(diff.out.find(" 0 gone."), std::string::npos) << diff.out << diff.err;
+    EXPECT_NE(diff.out.find("Parts of the model could not be read; 1 finding that is no longer found may be about"),
+              std::string::npos)
+        << diff.out;
+    const Json report = Json::parse(Run({"report", "--project", ProjectPath(), "--json", "-"}).out);
+    const auto lost = std::count_if(report["incomplete"].begin(), report["incomplete"].end(), [](const Json& sentence) {
+        return sentence.get<std::string>().find("could not be read") != std::string::npos;
+    });
+    EXPECT_EQ(lost, 1) << report["incomplete"].dump(1);
+    EXPECT_GE(report["incomplete"].size(), 2U) << "the crash is told beside it";
+}
+
 class Resume : public Memory {
   protected:
     void SetUp() override {

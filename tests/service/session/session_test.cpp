@@ -162,9 +162,10 @@ TEST(Comparison, CallsNothingGoneWhereTheRunDidNotLook) {
 
 TEST(Comparison, CallsNothingGoneWhenPartsOfTheModelAreLost) {
     RunReport report = Report({});
-    report.model.lostInstances = 1;
+    store::RunRecord run = RunOf(8);
+    run.identity.modelRead = store::ModelRead::Partly;
     const store::RunContents before = Before({{kUnit, FindingOf(Code(3)), 0}});
-    Annotate(report, RunOf(8), {}, &before);
+    Annotate(report, run, {}, &before);
     EXPECT_TRUE(report.comparison->gone.empty());
     EXPECT_EQ(report.comparison->notVisited, 1U);
     EXPECT_EQ(report.comparison->remarks.size(), 1U);
@@ -179,6 +180,9 @@ TEST(Comparison, CallsNothingNewThatTheEarlierRunCouldNotHaveFound) {
     before.units[0].result = UnitResult::NotApplicable;
     Annotate(report, RunOf(8), {}, &before);
     EXPECT_EQ(report.findings[0].novelty, Novelty::New) << "there was nothing to look at";
+    before.run.identity.modelRead = store::ModelRead::Partly;
+    Annotate(report, RunOf(8), {}, &before);
+    EXPECT_EQ(report.findings[0].novelty, Novelty::Unknown) << "or it could not be read";
 }
 
 TEST(Comparison, IsNotThereWithoutAnEarlierRun) {

@@ -109,6 +109,7 @@ inline store::RunIdentity Identity() {
     identity.modelPath = "models/house.ifc";
     identity.modelDigest = "d1";
     identity.modelSize = 4711;
+    identity.modelRead = store::ModelRead::Wholly;
     identity.configurationDigest = "c1";
     identity.programVersion = "0.1.0";
     identity.floors = {"3层", "4层"};

@@ -355,7 +355,7 @@ TEST(BadDays, ADatabaseOfANewerVersionIsLeftAsItIs) {
     EXPECT_EQ(
         ErrorSentence(folder, StoreErrorCode::NewerVersion),
         "The project database " + Quoted(folder.Database()) +
-            " was written by a newer version of norvex (format 99, this one knows up to 1); it was left as it is.");
+            " was written by a newer version of norvex (format 99, this one knows up to 2); it was left as it is.");
     EXPECT_EQ(Bytes(folder.Database()), bytes);
 }
 
@@ -512,4 +512,61 @@ TEST(Migration, RunsEveryStepOrNone) {
     EXPECT_EQ(sqlite::QueryInteger(connection, "PRAGMA user_version"), 2);
     EXPECT_EQ(sqlite::QueryInteger(connection, "SELECT x + y FROM a"), 6);
     EXPECT_EQ(sqlite::QueryInteger(connection, "PRAGMA application_id"), kApplicationId);
+}
+
+namespace {
+
+// A database as the first version of the tables had it, with a complete, a partial, a cancelled and a complete run.
+void FillVersion1(const ProjectFolder& folder) {
+    sqlite::Connection connection(folder.Database().string(), SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, 1000);
+    Migrate(connection, MigrationSteps().first(1));
+    connection.Execute(
+        "INSERT INTO run (status, model_path, model_digest, model_size, configuration_digest, program_version, "
+        "narrowed, started_at, ended_at, clock_went_back) VALUES "
+        "('complete', 'house.ifc', 'd1', 9, 'c1', '0.1.0', 0, '2026-03-01T08:30:00Z', '2026-03-01T08:31:00Z', 0), "
+        "('partial', 'house.ifc', 'd1', 9, 'c1', '0.1.0', 0, '2026-03-02T08:30:00Z', '2026-03-02T08:31:00Z', 0), "
+        "('cancelled', 'house.ifc', 'd1', 9, 'c1', '0.1.0', 0, '2026-03-03T08:30:00Z', '2026-03-03T08:31:00Z', 0), "
+        "('complete', 'house.ifc', 'd1', 9, 'c1', '0.1.0', 0, '2026-03-04T08:30:00Z', '2026-03-04T08:31:00Z', 0);"
+        "INSERT INTO unit SELECT NULL, id, '3层', '给排水', 'CCheckPipeLoop', 'passed', 4, 0, 5, '', 0 FROM run;"
+        "INSERT INTO finding SELECT NULL, id, 0, '_11111111111111111111111111111111', 'c', 's', 'ERR_SUSPECTED', 't', "
+        "'l', 1, 2, 3, 0 FROM unit WHERE run_id = 1;");
+}
+
+// What the runs of such a database come to.
+void ExpectRunsOfVersion1(ProjectStore& project) {
+    std::vector<ModelRead> reads;
+    for (const RunRecord& run : Expect(project.ListRuns())) {
+        reads.push_back(run.identity.modelRead);
+    }
+    EXPECT_EQ(reads, (std::vector{ModelRead::Wholly, ModelRead::Unknown, ModelRead::Unknown, ModelRead::Wholly}));
+    EXPECT_EQ(Expect(project.Diff(1, 2)).gone.size(), 0U) << "nobody knows what run 2 could read";
+    EXPECT_EQ(Expect(project.Diff(1, 3)).gone.size(), 0U);
+    EXPECT_EQ(Expect(project.Diff(1, 4)).gone.size(), 1U);
+}
+
+}  // namespace
+
+TEST(Migration, ReadsADatabaseOfTheFirstVersionWithoutChangingIt) {
+    const ProjectFolder folder;
+    FillVersion1(folder);
+    const std::string bytes = Bytes(folder.Database());
+    {
+        ProjectStore project = Expect(ProjectStore::Open(folder.Path(), {.access = Access::ReadOnly}));
+        ExpectRunsOfVersion1(project);
+        Expect(project.CheckIntegrity());
+    }
+    EXPECT_EQ(Bytes(folder.Database()), bytes);
+}
+
+TEST(Migration, BringsADatabaseOfTheFirstVersionUpToDate) {
+    const ProjectFolder folder;
+    FillVersion1(folder);
+    ProjectStore project = OpenStore(folder);
+    ExpectRunsOfVersion1(project);
+    RunIdentity identity = Identity();
+    identity.modelRead = ModelRead::Partly;
+    EXPECT_EQ(Expect(project.BeginRun(identity)).identity, identity);
+    Expect(project.CheckIntegrity());
+    sqlite::Connection connection(folder.Database().string(), SQLITE_OPEN_READONLY, 1000);
+    EXPECT_EQ(sqlite::QueryInteger(connection, "PRAGMA user_version"), 2);
 }

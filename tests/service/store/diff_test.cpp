@@ -120,8 +120,35 @@ TEST(RunDiff, CallsNothingGoneWhenTheNewerRunLackedPartsOfItsModel) {
     const CheckRun older = CheckRun().Unit(kUnit, UnitResult::Failed, {kA, kB});
     CheckRun newer = CheckRun().Unit(kUnit, UnitResult::Failed, {kB});
     EXPECT_EQ(Diff(older, newer), (Summary{.persisting = {"2/b"}, .gone = {"1/a"}}));
+    newer.contents.run.identity.modelRead = ModelRead::Partly;
+    for (const RunStatus status : {RunStatus::Partial, RunStatus::Cancelled, RunStatus::Running}) {
+        newer.contents.run.status = status;
+        EXPECT_EQ(Diff(older, newer), (Summary{.persisting = {"2/b"}, .notVisited = {"1/a"}}));
+        EXPECT_EQ(DiffRuns(older.contents, newer.contents).remarks,
+                  (std::vector<std::string>{"Parts of the model could not be read; 1 finding that is no longer found "
+                                            "may be about them."}));
+    }
+}
+
+TEST(RunDiff, CallsNothingGoneThatACrashHidesBesidesAPartlyReadModel) {
+    const CheckRun older = CheckRun().Unit(kUnit, UnitResult::Failed, {kA}).Unit(kOtherFloor, UnitResult::Failed, {kB});
+    CheckRun newer = CheckRun().Unit(kUnit, UnitResult::Passed).Unit(kOtherFloor, UnitResult::Crashed);
     newer.contents.run.status = RunStatus::Partial;
-    EXPECT_EQ(Diff(older, newer), (Summary{.persisting = {"2/b"}, .notVisited = {"1/a"}}));
+    EXPECT_EQ(Diff(older, newer), (Summary{.gone = {"1/a"}, .notVisited = {"2/b"}}))
+        << "a crash speaks of its own unit alone";
+    newer.contents.run.identity.modelRead = ModelRead::Partly;
+    EXPECT_EQ(Diff(older, newer), (Summary{.notVisited = {"1/a", "2/b"}}));
+}
+
+TEST(RunDiff, CallsNothingGoneWhenNobodyRecordedWhetherTheModelWasRead) {
+    const CheckRun older = CheckRun().Unit(kUnit, UnitResult::Failed, {kA, kB});
+    CheckRun newer = CheckRun().Unit(kUnit, UnitResult::Passed);
+    newer.contents.run.id = 7;
+    newer.contents.run.identity.modelRead = ModelRead::Unknown;
+    EXPECT_EQ(Diff(older, newer), (Summary{.notVisited = {"1/a", "2/b"}}));
+    EXPECT_EQ(DiffRuns(older.contents, newer.contents).remarks,
+              (std::vector<std::string>{"Whether run 7 could read all of its model was not recorded; 2 findings that "
+                                        "are no longer found may be about what it could not read."}));
 }
 
 TEST(RunDiff, KeepsWhatACrashedUnitStillFound) {
@@ -137,6 +164,10 @@ TEST(RunDiff, TellsWhetherTheOlderRunLookedWhereANewFindingIs) {
     ASSERT_EQ(diff.added.size(), 2U);
     EXPECT_TRUE(diff.added[0].olderRunLooked);
     EXPECT_FALSE(diff.added[1].olderRunLooked);
+    CheckRun broken = older;
+    broken.contents.run.identity.modelRead = ModelRead::Partly;
+    EXPECT_FALSE(DiffRuns(broken.contents, newer.contents).added[0].olderRunLooked)
+        << "the finding may stand in what could not be read then";
 }
 
 TEST(RunDiff, CountsEqualCodes) {
