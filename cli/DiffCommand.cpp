@@ -75,6 +75,17 @@ std::optional<std::pair<RunId, RunId>> ChosenRuns(ProjectStore& project, const D
     return std::pair(*to, *from);
 }
 
+// Why the two runs cannot stand to each other as earlier and later one; nothing when they can.
+std::optional<std::string> WhyNotInOrder(RunId to, RunId from) {
+    if (from == to) {
+        return fmt::format("Run {} cannot be compared with itself; norvex runs lists the others.", to);
+    }
+    if (from > to) {
+        return fmt::format("Run {} is later than run {}: --from takes the earlier run, --to the later one.", from, to);
+    }
+    return std::nullopt;
+}
+
 bool Deliver(const service::RunReport& report, const DiffOptions& options, WholeFile& file) {
     if (options.json == "-") {
         return WriteOut(report::DiffJson(report));
@@ -122,6 +133,10 @@ int Diff(const DiffOptions& options) {
     const auto report = service::session::StoredReport(*project, to, from, rules->records);
     if (!report) {
         return Unusable(Advised(report.Error()));
+    }
+    // Asked last, so that a run that is not there is called that.
+    if (const std::optional<std::string> reason = WhyNotInOrder(to, from)) {
+        return Unusable(*reason);
     }
     if (!Deliver(*report, options, file)) {
         return kIncomplete;

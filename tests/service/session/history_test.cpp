@@ -98,6 +98,24 @@ TEST_F(History, DiffNeedsTwoRuns) {
     }
 }
 
+TEST_F(History, DiffWantsTheEarlierRunFirst) {
+    ASSERT_EQ(Check(Building(true, false)).exitCode, 1);
+    ASSERT_EQ(Check(Building(true, true)).exitCode, 1);
+    const auto refused = [&](const std::vector<std::string>& arguments, const std::string& sentence) {
+        const ProcessResult result = Diff(arguments);
+        EXPECT_EQ(result.exitCode, 2) << result.out;
+        EXPECT_EQ(result.err, "norvex: " + sentence + "\n");
+        EXPECT_EQ(result.out, "");
+    };
+    const std::string backwards = "Run 2 is later than run 1: --from takes the earlier run, --to the later one.";
+    refused({"--from", "2", "--to", "1"}, backwards);
+    refused({"--from", "2", "--to", "1", "--json", "-"}, backwards);
+    refused({"--from", "2"}, "Run 2 cannot be compared with itself; norvex runs lists the others.");
+    const ProcessResult unknown = Diff({"--from", "9", "--to", "1"});
+    EXPECT_EQ(unknown.exitCode, 2);
+    EXPECT_NE(unknown.err.find("There is no run 9"), std::string::npos) << unknown.err;
+}
+
 TEST_F(History, RunsAreListedWithNumberStatusScopeAndFindings) {
     ASSERT_EQ(Check(Building(true, true)).exitCode, 1);
     ASSERT_EQ(Check(Building(true, true), {"--floor", "1层"}).exitCode, 1);
