@@ -207,6 +207,17 @@ Json FindingsJson(const std::vector<service::FindingRecord>& findings, service::
     return entries;
 }
 
+// Findings that are trusted, or not, while they were not, or were, in the run compared with.
+Json TurnedJson(const std::vector<service::FindingRecord>& findings, bool trusted) {
+    Json entries = Json::array();
+    for (const service::FindingRecord& finding : findings) {
+        if (finding.trustChanged && finding.trusted == trusted) {
+            entries.push_back(FindingJson(finding));
+        }
+    }
+    return entries;
+}
+
 }  // namespace
 
 std::string CheckJson(const RunReport& report, Times times) {
@@ -238,6 +249,8 @@ std::string DiffJson(const RunReport& report) {
                          {"new", FindingsJson(report.findings, service::Novelty::New)},
                          {"notKnownToBeNew", FindingsJson(report.findings, service::Novelty::Unknown)},
                          {"persisting", FindingsJson(report.findings, service::Novelty::Persisting)},
+                         {"trustedNow", TurnedJson(report.findings, true)},
+                         {"noLongerTrusted", TurnedJson(report.findings, false)},
                          {"gone", FindingsJson(comparison.gone)},
                          {"hidden", FindingsJson(comparison.hidden)},
                          {"notVisited", comparison.notVisited},

@@ -159,6 +159,22 @@ std::vector<std::string> ChangeSentences(const RunReport& report) {
     return sentences;
 }
 
+// What of the persisting findings was trusted in one of the two runs only.
+std::vector<std::string> TrustSentences(std::size_t trustedNow, std::size_t trustedBefore) {
+    std::vector<std::string> sentences;
+    if (trustedNow > 0) {
+        sentences.push_back(fmt::format("{} trusted now and {} not before.",
+                                        Counted(trustedNow, "persisting finding is", "persisting findings are"),
+                                        trustedNow == 1 ? "was" : "were"));
+    }
+    if (trustedBefore > 0) {
+        sentences.push_back(fmt::format("{} trusted before and {} not now.",
+                                        Counted(trustedBefore, "persisting finding was", "persisting findings were"),
+                                        trustedBefore == 1 ? "is" : "are"));
+    }
+    return sentences;
+}
+
 // What became of the findings of the run before.
 std::string ChangesText(const RunReport& report, const TextStyle& style) {
     if (!report.comparison) {
@@ -280,11 +296,16 @@ std::string CheckText(const RunReport& report, const TextStyle& style, const Tex
 
 std::string DiffText(const RunReport& report, const TextStyle& style) {
     const service::Comparison& comparison = *report.comparison;
+    const auto chosen = [&](auto isChosen) {
+        std::vector<FindingRecord> findings;
+        std::copy_if(report.findings.begin(), report.findings.end(), std::back_inserter(findings), isChosen);
+        return findings;
+    };
     const auto findings = [&](service::Novelty novelty) {
-        std::vector<FindingRecord> chosen;
-        std::copy_if(report.findings.begin(), report.findings.end(), std::back_inserter(chosen),
-                     [&](const FindingRecord& finding) { return finding.novelty == novelty; });
-        return chosen;
+        return chosen([&](const FindingRecord& finding) { return finding.novelty == novelty; });
+    };
+    const auto turned = [&](bool trusted) {
+        return chosen([&](const FindingRecord& finding) { return finding.trustChanged && finding.trusted == trusted; });
     };
     const std::string head =
         fmt::format("Project  {}\nFrom     run {} of {}\nTo       run {} of {}\n", Sanitised(report.projectFolder),
@@ -292,8 +313,11 @@ std::string DiffText(const RunReport& report, const TextStyle& style) {
     return head + ListText(report, "New", findings(service::Novelty::New), style) +
            ListText(report, "Found where the earlier run did not look", findings(service::Novelty::Unknown), style) +
            ListText(report, "Gone", comparison.gone, style) +
+           ListText(report, "Still there, trusted now", turned(true), style) +
+           ListText(report, "Still there, no longer trusted", turned(false), style) +
            ListText(report, "Hidden, because a rule or sub-category is trusted now", comparison.hidden, style) + "\n" +
-           Sentences(ChangeSentences(report), style);
+           Sentences(ChangeSentences(report), style) +
+           Sentences(TrustSentences(turned(true).size(), turned(false).size()), style);
 }
 
 }  // namespace norvex::report

@@ -10,8 +10,8 @@
 
 namespace norvex::report {
 
-// For a person in a terminal: what is new, gone and hidden, and a last line that says it all. Findings of the later run
-// stand under the numbers that they have there.
+// For a person in a terminal: what is new, gone, trusted by now and hidden, and a last line that says it all. Findings
+// of the later run stand under the numbers that they have there.
 std::string DiffText(const service::RunReport& report, const TextStyle& style);
 
 // For a program: one JSON document as docs/json-report.md describes it, UTF-8, with a line break at its end.

@@ -84,7 +84,9 @@ void Compare(RunReport& report, const Contents& contents, const store::RunConten
     };
     const store::RunDiff diff = store::DiffRuns(before, contents.run);
     for (const store::PersistingFinding& persisting : diff.persisting) {
-        recordOf(persisting.newer).novelty = Novelty::Persisting;
+        FindingRecord& record = recordOf(persisting.newer);
+        record.novelty = Novelty::Persisting;
+        record.trustChanged = persisting.older.finding.trusted != persisting.newer.finding.trusted;
     }
     for (const store::NewFinding& added : diff.added) {
         recordOf(added.finding).novelty = WouldBeKnown(added, before) ? Novelty::New : Novelty::Unknown;

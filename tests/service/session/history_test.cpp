@@ -116,6 +116,37 @@ TEST_F(History, DiffWantsTheEarlierRunFirst) {
     EXPECT_NE(unknown.err.find("There is no run 9"), std::string::npos) << unknown.err;
 }
 
+TEST_F(History, DiffSaysWhatIsTrustedByNowAndWhatNoLongerIs) {
+    ASSERT_EQ(Check(Building(true, true)).exitCode, 1);
+    ASSERT_EQ(Run({"trust", "add", "--project", ProjectPath(), "--finding", "1", "--person", "R. Meyer", "--reason",
+                   "a heating ring"})
+                  .exitCode,
+              0);
+    ASSERT_EQ(Check(Building(true, true)).exitCode, 1);
+    const ProcessResult accepted = Diff();
+    EXPECT_EQ(accepted.exitCode, 0) << accepted.err;
+    EXPECT_NE(accepted.out.find("Still there, trusted now (1)"), std::string::npos) << accepted.out;
+    EXPECT_NE(accepted.out.find("a heating ring"), std::string::npos) << accepted.out;
+    EXPECT_NE(
+        accepted.out.find("0 new, 2 persisting, 0 gone.\n1 persisting finding is trusted now and was not before."),
+        std::string::npos)
+        << accepted.out;
+    const Json json = DiffJson();
+    ASSERT_EQ(json["trustedNow"].size(), 1U);
+    EXPECT_EQ(json["trustedNow"][0]["number"], 1);
+    EXPECT_EQ(json["noLongerTrusted"], Json::array());
+    EXPECT_EQ(json["persisting"].size(), 2U);
+
+    ASSERT_EQ(Run({"trust", "remove", "1", "--project", ProjectPath(), "--reason", "not a ring"}).exitCode, 0);
+    ASSERT_EQ(Check(Building(true, true)).exitCode, 1);
+    const ProcessResult back = Diff();
+    EXPECT_NE(back.out.find("Still there, no longer trusted (1)"), std::string::npos) << back.out;
+    EXPECT_NE(back.out.find("1 persisting finding was trusted before and is not now."), std::string::npos) << back.out;
+    EXPECT_EQ(DiffJson()["noLongerTrusted"].size(), 1U);
+    const ProcessResult same = Diff({"--from", "1", "--to", "3"});
+    EXPECT_EQ(same.out.find("trusted"), std::string::npos) << same.out;
+}
+
 TEST_F(History, RunsAreListedWithNumberStatusScopeAndFindings) {
     ASSERT_EQ(Check(Building(true, true)).exitCode, 1);
     ASSERT_EQ(Check(Building(true, true), {"--floor", "1层"}).exitCode, 1);
