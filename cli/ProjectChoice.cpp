@@ -3,6 +3,8 @@
 
 #include <utility>
 
+#include "cli/ExitCode.h"
+#include "cli/Output.h"
 #include "service/ProjectFolder.h"
 
 namespace norvex::cli {
@@ -44,6 +46,19 @@ std::string Advised(const service::store::StoreError& error) {
         sentence += std::string("; ") + advice + ".";
     }
     return sentence;
+}
+
+int Refuse(const service::store::StoreError& error) {
+    Complain(Advised(error));
+    switch (error.code) {
+        case StoreErrorCode::Locked:
+        case StoreErrorCode::DiskFull:
+        case StoreErrorCode::Failed:
+        case StoreErrorCode::ProjectBusy:
+            return kIncomplete;
+        default:
+            return kUnusable;
+    }
 }
 
 std::optional<service::store::ProjectStore> OpenChosenProject(const ProjectChoice& choice,

@@ -26,6 +26,10 @@ std::optional<std::filesystem::path> ChosenProject(const ProjectChoice& choice, 
 // What is wrong with a project's memory, and what the user can do about it, in one sentence.
 std::string Advised(const service::store::StoreError& error);
 
+// Says what is wrong with a project's memory. Returns what the program ends with: what can be put right by asking for
+// something else is wrong use; what the project could not do is not.
+int Refuse(const service::store::StoreError& error);
+
 // The memory of the project that is meant. Errors: nothing, and error is one sentence.
 std::optional<service::store::ProjectStore> OpenChosenProject(const ProjectChoice& choice,
                                                               service::store::Access access, std::string& error);

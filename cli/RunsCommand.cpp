@@ -48,20 +48,6 @@ int Unusable(const std::string& sentence) {
     return kUnusable;
 }
 
-// What can be put right by asking for something else is wrong use; what the project could not do is not.
-int Refused(const service::store::StoreError& error) {
-    Complain(Advised(error));
-    switch (error.code) {
-        case StoreErrorCode::Locked:
-        case StoreErrorCode::DiskFull:
-        case StoreErrorCode::Failed:
-        case StoreErrorCode::ProjectBusy:
-            return kIncomplete;
-        default:
-            return kUnusable;
-    }
-}
-
 std::string StatusText(const RunRecord& run, bool isBeingChecked) {
     switch (run.status) {
         case RunStatus::Running:
@@ -94,12 +80,12 @@ int List(const std::filesystem::path& folder, bool noColour) {
     options.access = Access::ReadOnly;
     auto project = ProjectStore::Open(folder, options);
     if (!project) {
-        return Refused(project.Error());
+        return Refuse(project.Error());
     }
     const auto runs = project->ListRuns();
     const auto tallies = project->TallyRuns();
     if (!runs || !tallies) {
-        return Refused(!runs ? runs.Error() : tallies.Error());
+        return Refuse(!runs ? runs.Error() : tallies.Error());
     }
     const bool isBeingChecked = RunLock::IsHeldElsewhere(folder);
     report::Table table({{"Run", report::Table::Align::Right},
@@ -132,15 +118,15 @@ int List(const std::filesystem::path& folder, bool noColour) {
 int Keep(const std::filesystem::path& folder, std::int64_t keep) {
     const auto lock = RunLock::Acquire(folder);
     if (!lock) {
-        return Refused(lock.Error());
+        return Refuse(lock.Error());
     }
     auto project = ProjectStore::Open(folder);
     if (!project) {
-        return Refused(project.Error());
+        return Refuse(project.Error());
     }
     const auto forgotten = project->PruneRuns(keep);
     if (!forgotten) {
-        return Refused(forgotten.Error());
+        return Refuse(forgotten.Error());
     }
     return WriteOut(
                fmt::format("{} forgotten.\n", Counted(static_cast<std::size_t>(*forgotten), "run was", "runs were")))
@@ -163,7 +149,7 @@ std::optional<service::store::StoreError> DamageOf(const std::filesystem::path& 
 int SetAside(const std::filesystem::path& folder) {
     const auto lock = RunLock::Acquire(folder);
     if (!lock) {
-        return Refused(lock.Error());
+        return Refuse(lock.Error());
     }
     const std::optional<service::store::StoreError> damage = DamageOf(folder);
     if (!damage) {
@@ -171,11 +157,11 @@ int SetAside(const std::filesystem::path& folder) {
             fmt::format("The database of the project \"{}\" is sound; nothing was moved.", folder.string()));
     }
     if (damage->code != StoreErrorCode::Damaged) {
-        return Refused(*damage);
+        return Refuse(*damage);
     }
     const auto moved = service::store::SetAsideDatabase(folder);
     if (!moved) {
-        return Refused(moved.Error());
+        return Refuse(moved.Error());
     }
     return WriteOut(fmt::format("The damaged database was moved to \"{}\"; the next check begins a new one.\n",
                                 report::Sanitised(moved->string())))

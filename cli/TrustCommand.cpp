@@ -62,19 +62,6 @@ void AddPerson(CLI::App& command, std::string& person) {
         ->type_name("NAME");
 }
 
-int Refuse(const StoreError& error) {
-    Complain(error.sentence);
-    switch (error.code) {
-        case StoreErrorCode::Locked:
-        case StoreErrorCode::DiskFull:
-        case StoreErrorCode::Failed:
-        case StoreErrorCode::ProjectBusy:
-            return kIncomplete;
-        default:
-            return kUnusable;
-    }
-}
-
 Result<ProjectStore> OpenChosen(const ProjectChoice& choice, Access access) {
     std::string error;
     const std::optional<std::filesystem::path> folder = ChosenProject(choice, error);

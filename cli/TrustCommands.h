@@ -24,10 +24,6 @@ Command AddTrustImportBcf(CLI::App& trust);
 // Who answers for a change of trust. Default: the user's full name, or else the login.
 void AddPerson(CLI::App& command, std::string& person);
 
-// Says the error. Returns the exit code: kUnusable for what the user can put right by asking for something else,
-// kIncomplete when the project could not do what it was asked.
-int Refuse(const service::store::StoreError& error);
-
 // The memory of the chosen project. Errors: those of the store; InvalidInput when no such project is known.
 service::store::Result<service::store::ProjectStore> OpenChosen(const ProjectChoice& choice,
                                                                 service::store::Access access);

@@ -219,6 +219,7 @@ TEST_F(ProgramOnABadDay, SaysHowToSetADamagedDatabaseAside) {
     bytes.replace(0, 4096, std::string(4096, '?'));
     WriteFile(Database(), bytes);
     ExpectRefusal(Check(m_model), "norvex runs --set-aside-damaged");
+    ExpectRefusal(Run({"trust", "list", "--project", ProjectPath()}), "norvex runs --set-aside-damaged");
     EXPECT_EQ(FileText(Database()), bytes) << "it is left as it is";
 
     const ProcessResult moved = Run({"runs", "--project", ProjectPath(), "--set-aside-damaged"});
