@@ -22,6 +22,7 @@
 #include "service/Verdict.h"
 #include "service/session/Identity.h"
 #include "service/session/RunMemory.h"
+#include "service/store/RunLock.h"
 
 namespace norvex::cli {
 namespace {
@@ -207,6 +208,16 @@ int CheckModel(const ifc::BuildingModel& model, const CheckOptions& options, ser
     return delivered && !ready.memory->Failure() ? ExitCodeOf(service::Judge(report, failOn)) : kIncomplete;
 }
 
+// Why the project cannot be checked just now; nothing when it can, as far as can be told without making anything.
+std::optional<std::string> WhyBusy(const CheckOptions& options) {
+    std::string ignored;
+    const std::optional<std::filesystem::path> folder =
+        options.noMemory ? std::nullopt : service::NameProjectFolder(options.model, options.project, ignored);
+    const std::optional<service::store::StoreError> busy =
+        folder ? service::store::RunLock::HeldElsewhere(*folder) : std::nullopt;
+    return busy ? std::optional(Advised(*busy)) : std::nullopt;
+}
+
 int Check(const CheckOptions& options) {
     const std::optional<service::FailOn> failOn = service::FailOnOfName(options.failOn);
     if (!failOn) {
@@ -217,6 +228,11 @@ int Check(const CheckOptions& options) {
     CheckOutputs outputs(options.output);
     if (const std::optional<std::string> failure = outputs.Open()) {
         return Unusable(*failure);
+    }
+    // Asked before the model is read, which may take minutes. The lock itself is taken when it is known that there is
+    // something to check, because taking it makes the project's folder.
+    if (const std::optional<std::string> busy = WhyBusy(options)) {
+        return Unusable(*busy);
     }
     const ifc::ReadResult read = ifc::ReadIfcFile(options.model);
     if (!read.Ok()) {

@@ -87,7 +87,7 @@ int List(const std::filesystem::path& folder, bool noColour) {
     if (!runs || !tallies) {
         return Refuse(!runs ? runs.Error() : tallies.Error());
     }
-    const bool isBeingChecked = RunLock::IsHeldElsewhere(folder);
+    const bool isBeingChecked = RunLock::HeldElsewhere(folder).has_value();
     report::Table table({{"Run", report::Table::Align::Right},
                          {"Begun"},
                          {"Status"},

@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <string>
 #include <system_error>
@@ -24,6 +25,21 @@ struct flock WholeFile() {
     region.l_type = F_WRLCK;
     region.l_whence = SEEK_SET;
     return region;
+}
+
+// The process that holds the lock, 0 when the system does not say which; nothing when none does.
+std::optional<pid_t> HolderOf(int descriptor) {
+    struct flock holder = WholeFile();
+    if (fcntl(descriptor, F_GETLK, &holder) != 0 || holder.l_type == F_UNLCK) {
+        return std::nullopt;
+    }
+    return std::max(holder.l_pid, 0);
+}
+
+StoreError Busy(const std::filesystem::path& folder, pid_t holder) {
+    return {StoreErrorCode::ProjectBusy, "The project \"" + folder.string() + "\" is being checked by " +
+                                             (holder > 0 ? "process " + std::to_string(holder) : "another process") +
+                                             "; try again when it has finished."};
 }
 
 StoreError CannotOpen(const std::filesystem::path& folder, int error) {
@@ -60,25 +76,17 @@ Result<RunLock> RunLock::Acquire(const std::filesystem::path& projectFolder, std
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
     }
-    struct flock holder = WholeFile();
-    std::string process = "another process";
-    if (fcntl(descriptor, F_GETLK, &holder) == 0 && holder.l_type != F_UNLCK && holder.l_pid > 0) {
-        process = "process " + std::to_string(holder.l_pid);
-    }
-    return StoreError{StoreErrorCode::ProjectBusy, "The project \"" + projectFolder.string() +
-                                                       "\" is being checked by " + process +
-                                                       "; try again when it has finished."};
+    return Busy(projectFolder, HolderOf(descriptor).value_or(0));
 }
 
-bool RunLock::IsHeldElsewhere(const std::filesystem::path& projectFolder) {
+std::optional<StoreError> RunLock::HeldElsewhere(const std::filesystem::path& projectFolder) {
     const int descriptor = open((projectFolder / kLockFileName).c_str(), O_RDONLY | O_CLOEXEC);
     if (descriptor < 0) {
-        return false;
+        return std::nullopt;
     }
-    struct flock holder = WholeFile();
-    const bool isHeld = fcntl(descriptor, F_GETLK, &holder) == 0 && holder.l_type != F_UNLCK;
+    const std::optional<pid_t> holder = HolderOf(descriptor);
     close(descriptor);
-    return isHeld;
+    return holder ? std::optional(Busy(projectFolder, *holder)) : std::nullopt;
 }
 
 RunLock::RunLock(RunLock&& other) noexcept : descriptor_(std::exchange(other.descriptor_, -1)) {

@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <filesystem>
+#include <optional>
 
 #include "service/store/Status.h"
 
@@ -18,8 +19,9 @@ class RunLock {
     static Result<RunLock> Acquire(const std::filesystem::path& projectFolder,
                                    std::chrono::milliseconds wait = std::chrono::milliseconds{0});
 
-    // Whether another process checks the project just now. Writes nothing; what cannot be asked is not held.
-    static bool IsHeldElsewhere(const std::filesystem::path& projectFolder);
+    // The ProjectBusy of a project that another process checks just now; nothing otherwise. Writes nothing; what cannot
+    // be asked is not held.
+    static std::optional<StoreError> HeldElsewhere(const std::filesystem::path& projectFolder);
 
     RunLock(RunLock&& other) noexcept;
     RunLock& operator=(RunLock&& other) noexcept;

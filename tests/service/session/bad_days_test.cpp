@@ -247,7 +247,13 @@ TEST_F(ProgramOnABadDay, LetsOneCheckOfAProjectRunAtATime) {
     RunningProcess first(Command({"check", m_model, "--project", ProjectPath(), "--rule", "slow"}), InFolder([] {}));
     AwaitFirstUnit();
     first.Signal(SIGSTOP);
-    ExpectRefusal(Check(m_model), fmt::format("is being checked by process {}", first.Id()));
+    const std::string busy = fmt::format("is being checked by process {}", first.Id());
+    ExpectRefusal(Check(m_model), busy);
+    ExpectRefusal(Check(m_model, {"--resume"}), busy);
+    WriteFile(Path("no model.ifc"), "This is no model.");
+    ExpectRefusal(Check(Path("no model.ifc"), {"--resume"}), busy);
+    EXPECT_NE(Check(Path("no model.ifc"), {"--no-memory"}).err.find("no model.ifc"), std::string::npos)
+        << "what writes nothing need not wait";
     const ProcessResult listed = Run({"runs", "--project", ProjectPath()});
     EXPECT_EQ(listed.exitCode, 0) << listed.err;
     EXPECT_NE(listed.out.find("under way"), std::string::npos) << listed.out;
