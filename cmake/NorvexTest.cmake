@@ -7,12 +7,13 @@ set(NORVEX_SHARED "${PROJECT_SOURCE_DIR}/../shared" CACHE PATH "Folder with real
 # Builds what the thread sanitizer runs, and no more.
 add_custom_target(thread-tests)
 
-# norvex_add_test(NAME SOURCES... LIBS... [LABEL name] [TIMEOUT seconds])
+# norvex_add_test(NAME SOURCES... LIBS... [LABEL name] [TIMEOUT seconds] [FIRST filter])
 #
 # One executable; every test in it becomes a ctest test of its own process, because the run state belongs to the process.
+# What the filter of GoogleTest names begins before all other tests, so that nothing waits for it at the end.
 # Labels that mean something to test.sh: "threads" runs under TSan as well, "long" only when asked for.
 function(norvex_add_test name)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "" "LABEL;TIMEOUT" "SOURCES;LIBS;LABELS")
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "LABEL;TIMEOUT;FIRST" "SOURCES;LIBS;LABELS")
   if(arg_LABELS)
     message(FATAL_ERROR "norvex_add_test(${name}): a test takes one LABEL, not LABELS.")
   endif()
@@ -30,5 +31,12 @@ function(norvex_add_test name)
   if(arg_LABEL STREQUAL "threads")
     add_dependencies(thread-tests ${name})
   endif()
-  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60 PROPERTIES ${properties})
+  set(rest "")
+  if(arg_FIRST)
+    # Any cost does: that of the others is 0, or the seconds that they took before, and none takes as long.
+    gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60
+      TEST_FILTER "${arg_FIRST}" TEST_LIST ${name}_first PROPERTIES ${properties} COST 1000)
+    set(rest TEST_FILTER "-${arg_FIRST}")
+  endif()
+  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60 ${rest} PROPERTIES ${properties})
 endfunction()
