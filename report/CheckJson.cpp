@@ -4,6 +4,7 @@
 #include "report/CheckReport.h"
 #include "report/DiffReport.h"
 #include "report/Json.h"
+#include "service/Verdict.h"
 #include "service/Words.h"
 
 namespace norvex::report {
@@ -61,9 +62,14 @@ Json ScopeJson(const RunReport& report) {
                          {"why", rule.why},
                          {"howToFix", rule.howToFix}});
     }
+    Json withoutRule = Json::array();
+    for (const service::SpecialtyCount& count : service::SpecialtiesWithoutRule(report)) {
+        withoutRule.push_back({{"specialty", count.specialty}, {"elements", count.elements}});
+    }
     return {{"narrowed", report.narrowed},
             {"floors", std::move(floors)},
             {"specialties", report.specialties},
+            {"withoutRule", std::move(withoutRule)},
             {"rules", std::move(rules)}};
 }
 

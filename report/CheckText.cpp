@@ -10,6 +10,7 @@
 #include "report/OutcomeText.h"
 #include "report/Phrases.h"
 #include "report/Table.h"
+#include "service/Verdict.h"
 #include "service/Words.h"
 
 namespace norvex::report {
@@ -216,6 +217,18 @@ std::string AcceptancesText(const RunReport& report, const TextStyle& style) {
     return out.empty() ? "" : "\n" + out;
 }
 
+// Elements that nothing was asked of.
+std::string WithoutRuleText(const RunReport& report, const TextStyle& style) {
+    std::vector<std::string> parts;
+    for (const service::SpecialtyCount& count : service::SpecialtiesWithoutRule(report)) {
+        parts.push_back(fmt::format("{} of {}", count.elements, SpecialtyLabel(count.specialty)));
+    }
+    return parts.empty() ? ""
+                         : Sentences({fmt::format("No rule of this run looks at these elements of the model: {}.",
+                                                  service::Joined(parts))},
+                                     style);
+}
+
 std::string TotalsText(const RunReport& report, const TextStyle& style) {
     Table table({{"Category"},
                  {"Examined", Table::Align::Right},
@@ -283,7 +296,7 @@ std::string ListText(const RunReport& report, std::string_view title, const std:
 std::string CheckText(const RunReport& report, const TextStyle& style, const TextContent& content) {
     std::string out = (style.brief ? "" : ModelText(report, style)) + FindingsText(report, style);
     if (!style.brief || content.allOutcomes) {
-        out += OutcomesText(report, style, content.allOutcomes);
+        out += OutcomesText(report, style, content.allOutcomes) + WithoutRuleText(report, style);
     }
     if (content.times == Times::Show) {
         out += TimesText(report, style);

@@ -7,6 +7,8 @@
 #include <filesystem>
 #include <unordered_map>
 
+#include "service/Verdict.h"
+
 namespace norvex::report {
 
 namespace {
@@ -131,6 +133,9 @@ class Maker {
             m_page.model.notices.push_back({notice.severity, notice.line, notice.sentence});
         }
         m_page.model.noticeCount = m_report.model.noticeCount;
+        for (const service::SpecialtyCount& count : service::SpecialtiesWithoutRule(m_report)) {
+            m_page.model.withoutRule.push_back({count.specialty, count.elements});
+        }
         TakeTotals();
         return std::move(m_page);
     }

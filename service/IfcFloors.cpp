@@ -83,10 +83,14 @@ ModelRecord RecordOf(const ifc::BuildingModel& model, const std::string& path) {
                        .lostInstances = model.counts.lostInstances,
                        .isCutOff = model.counts.isCutOff,
                        .elements = model.elements.size(),
+                       .elementsOfSpecialties = {},
                        .elementsWithoutStorey = model.counts.withoutStorey,
                        .segmentsWithoutEnds = model.counts.segmentsWithoutEnds,
                        .noticeCount = model.counts.notes + model.counts.warnings + model.counts.errors,
                        .notices = {}};
+    for (const ifc::Element& element : model.elements) {
+        ++record.elementsOfSpecialties[std::string(element.specialty)];
+    }
     for (const ifc::Diagnostic& diagnostic : model.diagnostics) {
         record.notices.push_back({std::string(ifc::SeverityName(diagnostic.severity)),
                                   std::string(ifc::DiagnosticCodeName(diagnostic.code)), diagnostic.line,

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -71,7 +72,7 @@ struct FindingRecord {
     std::optional<Acceptance> acceptance;  // of a trusted finding, as far as it is known
     std::size_t occurrence = 0;            // among the findings of equal feature code, from 0
     Novelty novelty = Novelty::Unknown;
-    bool trustChanged = false;  // persisting, and trusted in one of the two runs only
+    bool trustChanged = false;               // persisting, and trusted in one of the two runs only
     std::optional<Acceptance> expired = {};  // of a finding that is back, the acceptance that held until it expired
 };
 
@@ -132,6 +133,7 @@ struct ModelRecord {
     std::uint64_t lostInstances = 0;
     bool isCutOff = false;  // the file ends too early
     std::size_t elements = 0;
+    std::map<std::string, std::size_t> elementsOfSpecialties = {};
     std::size_t elementsWithoutStorey = 0;
     std::size_t segmentsWithoutEnds = 0;
     std::uint64_t noticeCount = 0;  // those included that were not kept

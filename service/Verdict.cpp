@@ -80,6 +80,21 @@ void NoteWhatIsMissing(RunReport& report) {
     }
 }
 
+std::vector<SpecialtyCount> SpecialtiesWithoutRule(const RunReport& report) {
+    std::vector<SpecialtyCount> counts;
+    for (const std::string& specialty : report.specialties) {
+        const bool hasRule = std::any_of(report.rules.begin(), report.rules.end(), [&](const RuleRecord& rule) {
+            return rule.specialties.empty() ||
+                   std::find(rule.specialties.begin(), rule.specialties.end(), specialty) != rule.specialties.end();
+        });
+        const auto elements = report.model.elementsOfSpecialties.find(specialty);
+        if (!hasRule && elements != report.model.elementsOfSpecialties.end()) {
+            counts.push_back({specialty, elements->second});
+        }
+    }
+    return counts;
+}
+
 Verdict Judge(const RunReport& report, FailOn failOn) {
     if (!report.incomplete.empty()) {
         return Verdict::Incomplete;

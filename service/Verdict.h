@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <string_view>
+#include <vector>
 
 #include "service/RunReport.h"
 
@@ -27,6 +30,18 @@ enum class Verdict : std::uint8_t {
 void NoteWhatIsMissing(RunReport& report);
 // Of these, the sentences about the model alone.
 void NoteWhatWasNotRead(RunReport& report);
+
+// A specialty and how many elements of the model are of it.
+struct SpecialtyCount {
+    std::string specialty;
+    std::size_t elements = 0;
+
+    bool operator==(const SpecialtyCount&) const = default;
+};
+
+// The specialties of the run that the model has elements of and none of its rules looks at, in the order of the run.
+// That makes no run incomplete, because no rule was asked for; but nobody should take their silence for soundness.
+std::vector<SpecialtyCount> SpecialtiesWithoutRule(const RunReport& report);
 
 // Requires: NoteWhatIsMissing was called.
 Verdict Judge(const RunReport& report, FailOn failOn);

@@ -75,6 +75,12 @@ struct RunInfo {
     std::string planMissing;
 };
 
+// A specialty that no rule of the run looks at, and how many elements of the model are of it.
+struct WithoutRule {
+    std::string specialty;
+    std::size_t elements = 0;
+};
+
 // The run before, as far as its findings are not in PageModel::findings.
 struct Comparison {
     std::int64_t run = 0;
@@ -195,6 +201,7 @@ struct PageModel {
     std::optional<Comparison> comparison;
     std::vector<Notice> notices;
     std::uint64_t noticeCount = 0;  // those included that are not in the list
+    std::vector<WithoutRule> withoutRule;
     Totals totals;
 };
 

@@ -13,7 +13,7 @@ namespace norvex::report::page {
 namespace {
 
 // Raised when the form of the data changes, so that a page never reads what its script does not know.
-constexpr std::uint64_t kFormat = 2;
+constexpr std::uint64_t kFormat = 3;
 
 // Elevations keep a tenth of a millimetre.
 constexpr double kElevationSteps = 10.0;
@@ -33,6 +33,7 @@ class Writer {
         WriteTrustEntries();
         WriteComparison();
         WriteNotices();
+        WriteWithoutRule();
         WriteTotals(m_model.totals);
         ByteWriter whole;
         whole.Unsigned(kFormat);
@@ -172,6 +173,14 @@ class Writer {
             Text(notice.sentence);
         }
         m_out.Unsigned(std::max<std::uint64_t>(m_model.noticeCount, m_model.notices.size()));
+    }
+
+    void WriteWithoutRule() {
+        m_out.Unsigned(m_model.withoutRule.size());
+        for (const WithoutRule& each : m_model.withoutRule) {
+            Text(each.specialty);
+            m_out.Unsigned(each.elements);
+        }
     }
 
     void WriteTotals(const Totals& totals) {

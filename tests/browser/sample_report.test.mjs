@@ -70,6 +70,13 @@ test("marks the pipes of a planted loop after one click", async () => {
     assert.match(await page.locator("#details").textContent(), /管道闭合成环 pipes close a loop/);
 });
 
+test("says once which elements of the model no rule looks at", async () => {
+    const page = await open(browser, "house.html");
+    const text = await page.locator("#coverage").textContent();
+    assert.equal(text.split("No rule of this run looks at these elements of the model: 24 of 电气 electrical, 6 of 弱电 low voltage.").length, 2, text);
+    assert.deepEqual(result.scope.withoutRule, [{ elements: 24, specialty: "电气" }, { elements: 6, specialty: "弱电" }]);
+});
+
 test("opens a finding by its marker on the plan, and names what lies under the pointer", async () => {
     const page = await open(browser, "house.html");
     await settle(page);

@@ -165,6 +165,19 @@ TEST(RunPage, ListsEveryAcceptanceWithWhatItDoes) {
     EXPECT_EQ(page.model.noticeCount, 3U) << "those that were not kept included";
 }
 
+TEST(RunPage, TellsWhichElementsNoRuleLooksAt) {
+    const ifc::BuildingModel building = TwoStoreys();
+    service::RunReport report;
+    report.rules.resize(1);
+    report.rules[0].specialties = {"给排水"};
+    report.specialties = {"给排水", "电气"};
+    report.model.elementsOfSpecialties = {{"给排水", 9}, {"电气", 24}};
+    const report::RunPage page = report::MakeRunPage(report, building, {});
+    ASSERT_EQ(page.model.withoutRule.size(), 1U);
+    EXPECT_EQ(page.model.withoutRule[0].specialty, "电气");
+    EXPECT_EQ(page.model.withoutRule[0].elements, 24U);
+}
+
 TEST(RunPage, NamesTheObjectsWithoutTheBuildingAndSaysWhyNothingIsDrawn) {
     service::RunReport report;
     report.rules.resize(1);

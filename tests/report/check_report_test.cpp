@@ -44,6 +44,23 @@ RunReport ManyFloors(int count) {
     return report;
 }
 
+TEST(CheckReport, SaysOnceWhichElementsOfTheModelNoRuleLooksAt) {
+    RunReport report = ManyFloors(2);
+    report.specialties = {"给排水", "消防", "弱电", "电气"};
+    report.rules[0].specialties = {"给排水"};
+    report.rules[1].specialties = {"消防", "给排水"};
+    report.model.elementsOfSpecialties = {{"给排水", 9}, {"消防", 4}, {"电气", 24}, {"暖通", 5}};
+    const std::string sentence = "No rule of this run looks at these elements of the model: 24 of 电气 (electrical).\n";
+    const std::string text = CheckText(report, TextStyle{});
+    ASSERT_NE(text.find(sentence), std::string::npos) << "what was not asked for, or has no elements, is left out\n"
+                                                      << text;
+    EXPECT_EQ(text.find(sentence, text.find(sentence) + 1), std::string::npos);
+    EXPECT_EQ(JsonOf(report)["scope"]["withoutRule"], (Json{{{"specialty", "电气"}, {"elements", 24}}}));
+    report.rules[0].specialties = {};
+    EXPECT_EQ(CheckText(report, TextStyle{}).find("No rule"), std::string::npos) << "a rule for every specialty";
+    EXPECT_EQ(JsonOf(report)["scope"]["withoutRule"], Json::array());
+}
+
 TEST(CheckJson, TellsRunIdentityNoveltyAndAcceptance) {
     const Json json = JsonOf(SampleReport());
     EXPECT_EQ(json["run"], (Json{{"number", 12}, {"resumed", false}}));

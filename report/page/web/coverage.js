@@ -35,7 +35,7 @@ function coverageLevel(outcomes, trust) {
         return "bad";
     }
     const leftOut = report.outcomes.some((record) => record.notExamined > 0);
-    return leftOut || totals.withoutFloor > 0 || trust.has("expired") || trust.has("stale") || compared?.hidden > 0 || compared?.notVisited > 0
+    return leftOut || report.withoutRule.length > 0 || totals.withoutFloor > 0 || trust.has("expired") || trust.has("stale") || compared?.hidden > 0 || compared?.notVisited > 0
         || run.planMissing ? "note" : "good";
 }
 
@@ -81,6 +81,10 @@ function coverageSentences() {
     }
     if (run.narrowed) {
         lines.push(word("narrowedRun"));
+    }
+    if (report.withoutRule.length > 0) {
+        lines.push(word("withoutRule", { list: report.withoutRule.map((each) =>
+            word("ofSpecialty", { n: number(each.elements), specialty: term(each.specialty) })).join(word("comma")) }));
     }
     lines.push(...run.incomplete.map((sentence) => fromModel(sentence)), ...crashesNotTold(), ...whatWasLeftOut());
     if (compared?.hidden > 0) {

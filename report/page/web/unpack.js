@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // From the packed text in the page to plain columns and records. The writer packs the same forms.
 
-const FORMAT = 2;
+const FORMAT = 3;
 const DIGITS_85 = "0123456789abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ.-:+=^!/*?_,;()[]{}@%$#";
 const DIGITS_64 = "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz_$";
 const HAS_PLACE = 1;
@@ -307,6 +307,7 @@ function readReport(bytes) {
         notVisited: reader.unsigned(), remarks: reader.list(text) } : null;
     report.notices = reader.list(() => ({ severity: text(), line: reader.unsigned(), sentence: text() }));
     report.noticeCount = reader.unsigned();
+    report.withoutRule = reader.list(() => ({ specialty: text(), elements: reader.unsigned() }));
     const count = () => reader.unsigned();
     report.totals = { confirmed: count(), suspected: count(), remind: count(), trusted: count(), gone: count(),
         elements: count(), withoutFloor: count() };
