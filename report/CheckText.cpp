@@ -65,22 +65,20 @@ std::string ModelText(const RunReport& report, const TextStyle& style) {
         out += fmt::format("{} no place in the model; no check saw {}.\n",
                            Counted(withoutPlace, "element has", "elements have"), withoutPlace == 1 ? "it" : "them");
     }
-    std::size_t shown = 0;
-    std::size_t grave = 0;
+    std::uint64_t shown = 0;
     for (const service::Notice& notice : model.notices) {
         if (notice.severity == "note") {
             continue;
         }
-        ++grave;
         if (shown < kShownNotices) {
             const std::string place = notice.line == 0 ? "" : fmt::format("line {}: ", notice.line);
             out += Toned(notice.severity, Tone::Yellow, style) + ": " + place + Sanitised(notice.sentence) + "\n";
             ++shown;
         }
     }
-    if (grave > shown) {
-        out += fmt::format("{} more about the file; norvex inspect lists them.\n",
-                           Counted(grave - shown, "warning", "warnings"));
+    if (model.warningCount > shown) {
+        out += fmt::format("{} about the file; norvex inspect lists them.\n",
+                           Counted(model.warningCount - shown, "more warning", "more warnings"));
     }
     return out;
 }

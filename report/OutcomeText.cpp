@@ -50,6 +50,11 @@ struct RuleOnFloor {
 // By names of rule and floor.
 using Outcomes = std::map<std::pair<std::string, std::string>, RuleOnFloor>;
 
+// Whether a rule could look at nothing of what is there and concerns it; that it is not applicable would be untrue.
+bool LookedAtNothing(Outcome outcome, std::size_t notExamined) {
+    return outcome == Outcome::NotApplicable && notExamined > 0;
+}
+
 int Gravity(Outcome outcome) {
     switch (outcome) {
         case Outcome::NotApplicable:
@@ -79,14 +84,18 @@ void Add(const TaskRecord& task, RuleOnFloor& sum) {
     sum.duration += task.duration;
     std::string detail = SpecialtyLabel(task.specialty);
     detail += detail.empty() ? "" : " ";
-    detail += service::OutcomeName(task.outcome);
+    detail += LookedAtNothing(task.outcome, task.notExamined)
+                  ? fmt::format("none of {} examined, because {}", task.notExamined, task.reason)
+                  : std::string(service::OutcomeName(task.outcome));
     if (task.outcome == Outcome::Crashed) {
         detail += ": " + task.reason;
     }
     if (task.examined > 0) {
         detail += fmt::format(", {} examined", task.examined);
     }
-    if (task.notExamined > 0) {
+    if (LookedAtNothing(task.outcome, task.notExamined)) {
+        // Said above.
+    } else if (task.notExamined > 0) {
         detail += fmt::format(", {} not, because {}", task.notExamined, task.reason);
     } else if (!task.reason.empty() && task.outcome != Outcome::NotApplicable && task.outcome != Outcome::Crashed) {
         detail += ", " + task.reason;
@@ -148,12 +157,15 @@ std::string OutcomesText(const RunReport& report, const TextStyle& style, bool s
                 ++(sum.outcome == Outcome::Passed ? passed : notApplicable);
                 continue;
             }
-            table.AddRow({{ShortNameOf(report, rule.name)},
-                          {floor.name},
-                          {std::string(service::OutcomeName(sum.outcome)), ToneOf(sum.outcome)},
-                          {std::to_string(sum.examined)},
-                          {std::to_string(sum.findings)},
-                          {sum.details}});
+            table.AddRow(
+                {{ShortNameOf(report, rule.name)},
+                 {floor.name},
+                 {LookedAtNothing(sum.outcome, sum.notExamined) ? "not examined"
+                                                                : std::string(service::OutcomeName(sum.outcome)),
+                  ToneOf(sum.outcome)},
+                 {std::to_string(sum.examined)},
+                 {std::to_string(sum.findings)},
+                 {sum.details}});
         }
     }
     std::string text = table.ToText(style);

@@ -133,6 +133,7 @@ class Maker {
             m_page.model.notices.push_back({notice.severity, notice.line, notice.sentence});
         }
         m_page.model.noticeCount = m_report.model.noticeCount;
+        m_page.model.warningCount = m_report.model.warningCount;
         for (const service::SpecialtyCount& count : service::SpecialtiesWithoutRule(m_report)) {
             m_page.model.withoutRule.push_back({count.specialty, count.elements});
         }

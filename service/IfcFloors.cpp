@@ -87,6 +87,7 @@ ModelRecord RecordOf(const ifc::BuildingModel& model, const std::string& path) {
                        .elementsWithoutStorey = model.counts.withoutStorey,
                        .segmentsWithoutEnds = model.counts.segmentsWithoutEnds,
                        .noticeCount = model.counts.notes + model.counts.warnings + model.counts.errors,
+                       .warningCount = model.counts.warnings + model.counts.errors,
                        .notices = {}};
     for (const ifc::Element& element : model.elements) {
         ++record.elementsOfSpecialties[std::string(element.specialty)];

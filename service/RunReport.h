@@ -136,7 +136,8 @@ struct ModelRecord {
     std::map<std::string, std::size_t> elementsOfSpecialties = {};
     std::size_t elementsWithoutStorey = 0;
     std::size_t segmentsWithoutEnds = 0;
-    std::uint64_t noticeCount = 0;  // those included that were not kept
+    std::uint64_t noticeCount = 0;   // those included that were not kept
+    std::uint64_t warningCount = 0;  // of these, warnings and errors; notes tell more of what a warning sums up
     std::vector<Notice> notices;
 };
 

@@ -200,7 +200,8 @@ struct PageModel {
     std::vector<TrustEntry> trustEntries;
     std::optional<Comparison> comparison;
     std::vector<Notice> notices;
-    std::uint64_t noticeCount = 0;  // those included that are not in the list
+    std::uint64_t noticeCount = 0;   // those included that are not in the list
+    std::uint64_t warningCount = 0;  // of these, warnings and errors
     std::vector<WithoutRule> withoutRule;
     Totals totals;
 };

@@ -173,6 +173,7 @@ class Writer {
             Text(notice.sentence);
         }
         m_out.Unsigned(std::max<std::uint64_t>(m_model.noticeCount, m_model.notices.size()));
+        m_out.Unsigned(m_model.warningCount);
     }
 
     void WriteWithoutRule() {

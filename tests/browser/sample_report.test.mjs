@@ -70,6 +70,14 @@ test("marks the pipes of a planted loop after one click", async () => {
     assert.match(await page.locator("#details").textContent(), /管道闭合成环 pipes close a loop/);
 });
 
+test("counts each warning about the file once", async () => {
+    const page = await open(browser, "house.html");
+    assert.match(await page.locator("#coverage-chips").textContent(), /2 warnings about the file/);
+    await page.locator("#coverage-toggle").click();
+    const kinds = await page.locator("#part-notices + .table tbody tr td:first-child").allTextContents();
+    assert.deepEqual(kinds, ["note", "warning", "warning"]);
+});
+
 test("says once which elements of the model no rule looks at", async () => {
     const page = await open(browser, "house.html");
     const text = await page.locator("#coverage").textContent();
@@ -163,7 +171,7 @@ test("says at the top what was not checked", async () => {
     assert.match(coverage, /1 element on no floor/);
     const idle = result.outcomes.filter((record) => record.outcome === "not applicable").length;
     assert.ok(idle > 0);
-    assert.ok(coverage.includes(`${idle} checks had nothing to look at`), coverage);
+    assert.ok(coverage.includes(`${idle} checks not applicable`), coverage);
     assert.ok((await page.locator("#coverage").boundingBox()).y < (await page.locator("#findings").boundingBox()).y);
     await page.getByRole("button", { name: "1 element on no floor" }).click();
     assert.match(await page.locator("#coverage-table").textContent(), /1 × IfcPipeSegment: no relation places it/);

@@ -319,6 +319,7 @@ SyntheticBuilding MakeShowcase() {
                                   .notVisited = 1,
                                   .remarks = {"The configuration is another one than in run 11."}};
     model.notices = {{"warning", 6116, "The GlobalId 0iqPoVcbmB$mgksTW4_Ep1 of #6109 is also that of #6102."}};
+    model.warningCount = 1;
     model.floors[1].name = "2层南区";
     for (std::uint32_t number = 1; number <= 24; ++number) {
         model.findings.push_back(MakeFinding(model, number, SomePipes(model, number * 70, 2 + number % 5)));

@@ -152,6 +152,7 @@ TEST(RunPage, ListsEveryAcceptanceWithWhatItDoes) {
                           accepted(service::AcceptanceState::Expired, 1)};
     report.model.notices = {{"warning", "repeated", 12, 300, "Line 12 repeats a GlobalId."}};
     report.model.noticeCount = 3;
+    report.model.warningCount = 2;
     const report::RunPage page = report::MakeRunPage(report, building, {});
     ASSERT_EQ(page.model.trustEntries.size(), 4U);
     using report::page::TrustState;
@@ -162,6 +163,7 @@ TEST(RunPage, ListsEveryAcceptanceWithWhatItDoes) {
     EXPECT_EQ(page.model.trustEntries[3].trust.state, TrustState::Expired);
     ASSERT_EQ(page.model.notices.size(), 1U);
     EXPECT_EQ(page.model.notices[0].line, 12U);
+    EXPECT_EQ(page.model.warningCount, 2U);
     EXPECT_EQ(page.model.noticeCount, 3U) << "those that were not kept included";
 }
 

@@ -44,6 +44,36 @@ RunReport ManyFloors(int count) {
     return report;
 }
 
+TEST(CheckReport, DoesNotCallNotApplicableWhatCouldNotBeLookedAt) {
+    RunReport report = ManyFloors(1);
+    report.tasks[0].outcome = Outcome::NotApplicable;
+    report.tasks[0].examined = 0;
+    report.tasks[0].notExamined = 5;
+    report.tasks[0].reason = "nothing says how they are joined";
+    const std::string text = CheckText(report, TextStyle{.width = 200});
+    EXPECT_NE(
+        text.find("CCheckOne  F0     not examined         0         0  消防 (fire) none of 5 examined, because nothing "
+                  "says how they are joined\n"),
+        std::string::npos)
+        << text;
+    EXPECT_EQ(text.find("not applicable"), std::string::npos) << text;
+}
+
+TEST(CheckReport, CountsEachWarningAboutTheFileOnce) {
+    RunReport report = ManyFloors(1);
+    report.model.notices = {{"note", "no-storey", 7, 1, "#3 lies on no storey."},
+                            {"warning", "no-storey", 0, 0, "1 of 4 elements lies on no storey."}};
+    report.model.noticeCount = 9;
+    report.model.warningCount = 1;
+    const std::string text = CheckText(report, TextStyle{});
+    EXPECT_NE(text.find("warning: 1 of 4 elements lies on no storey.\n"), std::string::npos) << text;
+    EXPECT_EQ(text.find("about the file"), std::string::npos) << text;
+    report.model.warningCount = 4;
+    EXPECT_NE(CheckText(report, TextStyle{}).find("3 more warnings about the file; norvex inspect lists them.\n"),
+              std::string::npos)
+        << "those that were not kept are counted too";
+}
+
 TEST(CheckReport, SaysOnceWhichElementsOfTheModelNoRuleLooksAt) {
     RunReport report = ManyFloors(2);
     report.specialties = {"给排水", "消防", "弱电", "电气"};

@@ -41,7 +41,7 @@ function coverageLevel(outcomes, trust) {
 
 function fillCoverage() {
     const { totals } = report;
-    const outcomes = countBy(report.outcomes, (record) => record.outcome);
+    const outcomes = countBy(report.outcomes, outcomeWord);
     const trust = countBy(report.trustEntries, (entry) => entry.trust.state);
     const level = coverageLevel(outcomes, trust);
     byId("coverage").className = level === "good" ? "good" : "warn";
@@ -53,7 +53,7 @@ function fillCoverage() {
         ["skippedChecks", outcomes.get("skipped"), true, "outcomes"], ["withoutFloor", totals.withoutFloor, true, "floorless"],
         ["expiredEntries", trust.get("expired"), true, "trust"], ["staleEntries", trust.get("stale"), false, "trust"],
         ["leftOut", leftOut, true, "outcomes"], ["notApplicableChecks", outcomes.get("notApplicable"), false, "outcomes"],
-        ["noticesChip", report.noticeCount, false, "notices"]];
+        ["warningsChip", report.warningCount, false, "notices"]];
     byId("coverage-chips").replaceChildren(...chips.filter(([, count]) => count > 0)
         .map(([key, count, alarming, part]) => chip(counted(key, count), alarming, part)));
     byId("coverage-sentences").replaceChildren(...coverageSentences());
@@ -61,6 +61,9 @@ function fillCoverage() {
     byId("coverage-toggle").hidden = byId("coverage-table").childElementCount === 0;
     openCoverage(!byId("coverage-table").hidden);
 }
+
+// What a check came to, as the page calls it: a rule that could look at nothing of what is there had something to check.
+const outcomeWord = (record) => record.outcome === "notApplicable" && record.notExamined > 0 ? "lookedAtNothing" : record.outcome;
 
 function chip(text, alarming, part) {
     return make("button", { type: "button", class: alarming ? "chip alarming" : "chip", onclick: () => {
@@ -136,7 +139,7 @@ function coverageTables() {
             || left.rule - right.rule || left.floor - right.floor);
         parts.push(make("h3", { id: "part-outcomes" }, word("outcomes")), table(
             [word("outcome"), word("rule"), word("floor"), word("specialty"), word("examined"), word("notExamined"), word("reason")],
-            sorted.map((record) => [make("span", { class: "outcome outcome-" + record.outcome }, word(record.outcome)),
+            sorted.map((record) => [make("span", { class: "outcome outcome-" + outcomeWord(record) }, word(outcomeWord(record))),
                 ruleTitle(record.rule), floorName(record.floor), term(record.specialty), number(record.examined),
                 record.notExamined > 0 ? number(record.notExamined) : "", record.reason])));
     }
@@ -149,8 +152,8 @@ function coverageTables() {
     }
     if (report.notices.length > 0) {
         const more = report.noticeCount - report.notices.length;
-        parts.push(make("h3", { id: "part-notices" }, word("notices")), table([word("line"), word("reason")],
-            report.notices.map((notice) => [notice.line > 0 ? number(notice.line) : "", notice.sentence])),
+        parts.push(make("h3", { id: "part-notices" }, word("notices")), table([word("noticeKind"), word("line"), word("reason")],
+            report.notices.map((notice) => [word(notice.severity), notice.line > 0 ? number(notice.line) : "", notice.sentence])),
         ...more > 0 ? [make("p", { class: "soft" }, word("noticesMore", { n: number(more) }))] : []);
     }
     return parts;

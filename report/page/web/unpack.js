@@ -307,6 +307,7 @@ function readReport(bytes) {
         notVisited: reader.unsigned(), remarks: reader.list(text) } : null;
     report.notices = reader.list(() => ({ severity: text(), line: reader.unsigned(), sentence: text() }));
     report.noticeCount = reader.unsigned();
+    report.warningCount = reader.unsigned();
     report.withoutRule = reader.list(() => ({ specialty: text(), elements: reader.unsigned() }));
     const count = () => reader.unsigned();
     report.totals = { confirmed: count(), suspected: count(), remind: count(), trusted: count(), gone: count(),
