@@ -184,6 +184,9 @@ service::RunReport RunChecks(Preparation& ready, const CheckOptions& options, se
     report.model = ready.model;
     service::NoteWhatIsMissing(report);
     ready.memory->Conclude(report);
+    if (options.output.bcf) {
+        ready.memory->NoteFirstReported(report);
+    }
     return report;
 }
 

@@ -72,6 +72,8 @@ struct FindingRecord {
     std::optional<Acceptance> acceptance;  // of a trusted finding, as far as it is known
     std::size_t occurrence = 0;            // among the findings of equal feature code, from 0
     Novelty novelty = Novelty::Unknown;
+    // UTC; start of the oldest run that the project remembers with this finding. Empty: nobody asked, or it has none.
+    std::string firstReportedAt = {};
     bool trustChanged = false;               // persisting, and trusted in one of the two runs only
     std::optional<Acceptance> expired = {};  // of a finding that is back, the acceptance that held until it expired
 };

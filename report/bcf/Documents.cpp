@@ -155,7 +155,8 @@ std::string MarkupDocument(const Topic& topic, const Origin& origin, const std::
     xml.Leaf("Title", topic.title);
     xml.Leaf("Priority", topic.priority);
     WriteList(xml, "Labels", "Label", topic.labels);
-    xml.Leaf("CreationDate", origin.moment);
+    // A clock that jumped back must not let the topic be changed before it was made.
+    xml.Leaf("CreationDate", topic.created.empty() || topic.created > origin.moment ? origin.moment : topic.created);
     xml.Leaf("CreationAuthor", kAuthor);
     xml.Leaf("ModifiedDate", origin.moment);
     xml.Leaf("ModifiedAuthor", kAuthor);

@@ -119,6 +119,7 @@ class Maker {
         topic.labels = {std::string(service::SeverityName(finding.severity)), SpecialtyLabel(finding.specialty),
                         RuleLabel(finding.rule)};
         topic.description = DescriptionOf(finding);
+        topic.created = finding.firstReportedAt;
         if (finding.acceptance) {
             topic.comments.push_back(
                 {PartGuid(topic.guid, fmt::format("acceptance\n{}", finding.acceptance->entry)),
@@ -238,8 +239,21 @@ class Maker {
         topic.labels.insert(topic.labels.end(), specialties.begin(), specialties.end());
         topic.labels.insert(topic.labels.end(), rules.begin(), rules.end());
         topic.description = DescriptionOf(group);
+        topic.created = FirstReportOf(group);
         AddViewpoints(group, topic);
         return topic;
+    }
+
+    // The earliest moment that is known; empty when none is.
+    static std::string FirstReportOf(const Group& group) {
+        std::string first;
+        for (const FindingRecord* finding : group.findings) {
+            const std::string& moment = finding->firstReportedAt;
+            if (!moment.empty() && (first.empty() || moment < first)) {
+                first = moment;
+            }
+        }
+        return first;
     }
 
     static std::string DescriptionOf(const Group& group) {

@@ -52,6 +52,7 @@ struct Topic {
     std::string priority;
     std::vector<std::string> labels;
     std::string description;
+    std::string created;  // when the first of its findings was first reported; empty: nobody knows
     std::vector<Comment> comments;
     std::vector<Viewpoint> viewpoints;
 };

@@ -8,6 +8,7 @@
 #include "platform/text/Utf8.h"
 #include "service/session/Annotate.h"
 #include "service/session/Convert.h"
+#include "service/session/StoredReport.h"
 
 namespace norvex::service::session {
 namespace {
@@ -235,6 +236,15 @@ void RunMemory::Conclude(RunReport& report) {
         NoteExpired(report, *listings);
     } else {
         Fail("What is accepted in the project is not in the report", listings.Error());
+    }
+}
+
+void RunMemory::NoteFirstReported(RunReport& report) {
+    if (!m_store) {
+        return;
+    }
+    if (const store::Status noted = session::NoteFirstReported(*m_store, report); !noted) {
+        Fail("When findings were first reported is not known", noted.Error());
     }
 }
 

@@ -48,6 +48,9 @@ class RunMemory {
     // Ends the run and writes into its report what the project knows.
     void Conclude(RunReport& report);
 
+    // Writes into a concluded report when each finding was first reported; what wants to know that asks for it.
+    void NoteFirstReported(RunReport& report);
+
     // One sentence for each thing that the user should hear of, though it stops nothing.
     const std::vector<std::string>& Remarks() const { return m_remarks; }
     // One sentence that says what could not be remembered or looked up; nothing when all could.

@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 #include <algorithm>
 #include <charconv>
+#include <limits>
 #include <map>
 #include <string>
 #include <tuple>
@@ -204,6 +205,9 @@ store::Result<RunReport> StoredReport(store::ProjectStore& project, store::RunId
     Annotate(report, contents->run, contents->trust, earlier ? &*earlier : nullptr);
     report.acceptances = AcceptanceRecords(*listings);
     NoteExpired(report, *listings);
+    if (const store::Status noted = NoteFirstReported(project, report); !noted) {
+        return noted.Error();
+    }
     return report;
 }
 
@@ -211,6 +215,23 @@ store::Result<RunReport> StoredReport(store::ProjectStore& project, store::RunId
                                       const std::vector<RuleRecord>& rules) {
     const store::Result<std::optional<store::RunId>> before = CompleteRunBefore(project, run);
     return before ? StoredReport(project, run, *before, rules) : before.Error();
+}
+
+store::Status NoteFirstReported(store::ProjectStore& project, RunReport& report) {
+    std::vector<store::FindingName> names;
+    for (const FindingRecord& finding : report.findings) {
+        names.push_back({finding.featureCode, static_cast<int>(finding.occurrence)});
+    }
+    // A run that is not kept is later than all that are.
+    const store::RunId last = report.run == 0 ? std::numeric_limits<store::RunId>::max() : report.run;
+    const store::Result<std::vector<std::string>> times = project.FirstReported(names, last);
+    if (!times) {
+        return times.Error();
+    }
+    for (std::size_t index = 0; index < report.findings.size(); ++index) {
+        report.findings[index].firstReportedAt = (*times)[index];
+    }
+    return store::Done{};
 }
 
 }  // namespace norvex::service::session

@@ -31,4 +31,8 @@ store::Result<RunReport> StoredReport(store::ProjectStore& project, store::RunId
 store::Result<RunReport> StoredReport(store::ProjectStore& project, store::RunId run,
                                       const std::vector<RuleRecord>& rules);
 
+// Sets when each finding of a report was first reported, as far as the project remembers. Requires: the report is
+// annotated. Errors: those of the store.
+store::Status NoteFirstReported(store::ProjectStore& project, RunReport& report);
+
 }  // namespace norvex::service::session

@@ -223,6 +223,23 @@ Result<RunDiff> ProjectStore::Diff(RunId older, RunId newer) {
     return DiffRuns(*before, *after);
 }
 
+Result<std::vector<std::string>> ProjectStore::FirstReported(const std::vector<FindingName>& findings, RunId last) {
+    return database_->Guard([&]() -> Result<std::vector<std::string>> {
+        Transaction view(database_->Connection(), Transaction::Kind::Read);
+        sqlite::Statement row(database_->Connection(),
+                              "SELECT r.started_at FROM finding f JOIN unit u ON u.id = f.unit_id JOIN run r ON r.id = "
+                              "u.run_id WHERE f.feature_code = ? AND r.id <= ? GROUP BY r.id HAVING count(*) > ? ORDER "
+                              "BY r.id LIMIT 1");
+        std::vector<std::string> times;
+        for (const FindingName& finding : findings) {
+            row.Bind(finding.featureCode).Bind(last).Bind(std::int64_t{finding.occurrence});
+            times.push_back(row.Step() ? row.Text(0) : std::string());
+            row.Reset();
+        }
+        return times;
+    });
+}
+
 Result<std::int64_t> ProjectStore::PruneRuns(std::int64_t keep) {
     return database_->Guard([&]() -> Result<std::int64_t> {
         Transaction transaction(database_->Connection(), Transaction::Kind::Write);

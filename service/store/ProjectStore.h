@@ -88,6 +88,9 @@ class ProjectStore {
     Result<RunContents> LoadRun(RunId run);
     // Errors: NotFound.
     Result<RunDiff> Diff(RunId older, RunId newer);
+    // When the findings were first reported: for each the start of the oldest run up to `last` that has its code more
+    // often than its occurrence says; empty when no run has.
+    Result<std::vector<std::string>> FirstReported(const std::vector<FindingName>& findings, RunId last);
     // Forgets the oldest runs until `keep` are left; the last complete run that was not narrowed always stays.
     // Returns: how many were forgotten.
     Result<std::int64_t> PruneRuns(std::int64_t keep);

@@ -102,6 +102,12 @@ struct StoredFinding {
     bool operator==(const StoredFinding&) const = default;
 };
 
+// What a finding is called across runs.
+struct FindingName {
+    std::string featureCode;
+    int occurrence = 0;  // StoredFinding::occurrence
+};
+
 // A rule of a run with the module that it came from.
 struct RuleModule {
     std::string rule;

@@ -93,6 +93,10 @@ bool Statement::Step() {
 
 void Statement::Run() {
     Step();
+    Reset();
+}
+
+void Statement::Reset() {
     Check(sqlite3_reset(handle_));
     nextParameter_ = 1;
 }

@@ -60,6 +60,8 @@ class Statement {
     bool Step();
     // Runs a statement that gives no rows, and makes it ready for new parameters.
     void Run();
+    // Makes it ready for new parameters, whatever rows are left.
+    void Reset();
 
     bool IsNull(int column) const;
     std::int64_t Integer(int column) const;

@@ -230,6 +230,20 @@ TEST(BcfTopics, CloseWhatIsTrustedAndSayWhoDidIt) {
     EXPECT_EQ(SchemaComplaint("markup.xsd", Markup(topic)), "");
 }
 
+TEST(BcfTopics, WereMadeWhenTheirFindingsWereFirstReported) {
+    service::RunReport report = Report({Finding("_1"), Finding("_2"), Finding("_3")});
+    report.findings[0].firstReportedAt = "2026-01-05T10:00:00Z";
+    report.findings[1].firstReportedAt = "2025-12-24T10:00:00Z";
+    const std::string start = report.startedAt;
+    const std::vector<Topic> topics = Topics(report);
+    EXPECT_EQ(TextOf(Markup(topics[0]), "CreationDate"), "2026-01-05T10:00:00Z");
+    EXPECT_EQ(TextOf(Markup(topics[0]), "ModifiedDate"), start);
+    EXPECT_EQ(TextOf(Markup(topics[2]), "CreationDate"), start) << "nobody knows better";
+    EXPECT_EQ(TextOf(Markup(Topics(report, Grouping::Rule)[0]), "CreationDate"), "2025-12-24T10:00:00Z");
+    report.findings[0].firstReportedAt = "2099-01-01T00:00:00Z";
+    EXPECT_EQ(TextOf(Markup(Topics(report)[0]), "CreationDate"), start) << "a clock was wrong";
+}
+
 TEST(BcfTopics, GroupsSayHowManyTheyHold) {
     service::RunReport report = Report({Finding("_1"), Finding("_2"), Finding("_3")});
     report.findings[1].floor = "2层";

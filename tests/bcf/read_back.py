@@ -11,6 +11,7 @@ import struct
 import subprocess
 import sys
 import tempfile
+import time
 import unittest
 import uuid
 import xml.etree.ElementTree as ElementTree
@@ -33,6 +34,8 @@ class Topic:
         self.title = topic.findtext("Title")
         self.description = topic.findtext("Description")
         self.labels = [label.text for label in topic.findall("Labels/Label")]
+        self.created = topic.findtext("CreationDate")
+        self.modified = topic.findtext("ModifiedDate")
         self.project = markup.find("Header/Files/File").get("IfcProject")
         self.views = []
         for entry in topic.findall("Viewpoints/ViewPoint"):
@@ -180,11 +183,15 @@ class ReadBack(unittest.TestCase):
 
     def test_updates_topics_of_an_earlier_run(self):
         _, before = self.check("--floor", "2层")
+        time.sleep(1.1)  # dates have whole seconds
         _, after = self.check()
         self.assertEqual(len(before), 5)
         self.assertLessEqual(set(before), set(after))
         for guid, topic in before.items():
             self.assertEqual([view[0] for view in topic.views], [view[0] for view in after[guid].views])
+        for guid, topic in after.items():
+            self.assertEqual(topic.created, before[guid].modified if guid in before else topic.modified)
+            self.assertEqual(topic.created < topic.modified, guid in before)
 
     def test_groups_hold_all_findings(self):
         for kind, count in (("rule", 4), ("floor", 3), ("system", None)):

@@ -294,3 +294,28 @@ TEST(Occurrence, IsTheSameHoweverUnitsWereCommitted) {
     EXPECT_EQ(results[0][2].occurrence, 3);
     EXPECT_EQ(results[0][3].occurrence, 2);
 }
+
+TEST(RunStore, KnowsWhenAFindingWasFirstReported) {
+    const ProjectFolder folder;
+    SetClock clock;
+    ProjectStore project = OpenStore(folder, &clock);
+    const auto run = [&](const char* day, const std::vector<Finding>& findings) {
+        clock.day = day;
+        const RunId id = Expect(project.BeginRun(Identity())).id;
+        Expect(project.CommitUnit(id, Outcome(kUnit, UnitResult::Failed), findings));
+        Expect(project.EndRun(id, RunStatus::Complete));
+        return id;
+    };
+    const Finding a = FindingOf(Code(1), {"a"});
+    const Finding b = FindingOf(Code(2), {"b"});
+    run("2026-03-01", {a});
+    const RunId second = run("2026-03-02", {b});
+    const RunId third = run("2026-03-03", {a, a, b});
+    const auto first = [&](RunId last) {
+        return Expect(project.FirstReported({{Code(1), 0}, {Code(1), 1}, {Code(2), 0}, {Code(3), 0}}, last));
+    };
+    EXPECT_EQ(first(third),
+              (std::vector<std::string>{"2026-03-01T08:30:00Z", "2026-03-03T08:30:00Z", "2026-03-02T08:30:00Z", ""}))
+        << "what was gone in between keeps its first day, a second one of its code has its own";
+    EXPECT_EQ(first(second), (std::vector<std::string>{"2026-03-01T08:30:00Z", "", "2026-03-02T08:30:00Z", ""}));
+}
