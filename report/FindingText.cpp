@@ -98,15 +98,19 @@ std::string WhereText(const FindingRecord& finding, const TextStyle& style) {
     const std::string_view gloss = service::SpecialtyGloss(finding.specialty);
     std::string line = "floor " + finding.floor + ", " + finding.specialty;
     line += gloss.empty() ? "" : fmt::format(" ({})", gloss);
+    std::string text = Indented(line, style);
     if (finding.place) {
-        line += fmt::format(", around x {:.2f}, y {:.2f}, z {:.2f} m", finding.place->x / kMillimetresPerMetre,
-                            finding.place->y / kMillimetresPerMetre, finding.place->z / kMillimetresPerMetre);
+        // The sentence may name another point, such as the joint that it is about.
+        text += Indented(fmt::format("middle of its objects: x {:.2f}, y {:.2f}, z {:.2f} m",
+                                     finding.place->x / kMillimetresPerMetre, finding.place->y / kMillimetresPerMetre,
+                                     finding.place->z / kMillimetresPerMetre),
+                         style);
     }
     Table objects({{"Handle"}, {"GlobalId"}, {"Sub-category"}, {"Name"}});
     for (const service::FoundObject& object : finding.objects) {
         objects.AddRow({{object.handle}, {object.globalId}, {object.subCategory}, {object.name}});
     }
-    return Indented(line, style) + objects.ToText(style);
+    return text + objects.ToText(style);
 }
 
 // Nothing when there was no run to compare with.

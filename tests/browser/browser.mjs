@@ -67,11 +67,12 @@ export async function until(page, holds, argument) {
 
 export const shot = (page, name) => page.screenshot({ path: path.join(work, "screenshots", name + ".png") });
 
-// What is seen of an element, as pixels: how many are near a colour, where the middle one of them is, and how bright all are.
+// What is seen of an element, as pixels: how many are near a colour, where the middle one of them is, how many times at
+// most a row comes upon the colour, and how bright all are.
 export async function look(page, selector, colour, tolerance = 40) {
     const picture = await page.locator(selector).screenshot();
     const helper = await page.context().newPage();
-    const seen = await helper.evaluate(async ([data, [red, green, blue], most]) => {
+    const seen = await helper.evaluate(async ([data, [red, green, blue], tolerated]) => {
         const image = new Image();
         image.src = "data:image/png;base64," + data;
         await image.decode();
@@ -81,16 +82,23 @@ export async function look(page, selector, colour, tolerance = 40) {
         const { data: bytes } = drawing.getImageData(0, 0, image.width, image.height);
         const near = [];
         let sum = 0;
+        let most = 0;
+        let inRow = 0;
         for (let index = 0; index < bytes.length; index += 4) {
             sum += bytes[index] + bytes[index + 1] + bytes[index + 2];
             const away = Math.abs(bytes[index] - red) + Math.abs(bytes[index + 1] - green) + Math.abs(bytes[index + 2] - blue);
-            if (away < most) {
+            if (index / 4 % image.width === 0) {
+                inRow = 0;
+            }
+            if (away < tolerated) {
+                inRow += near.at(-1) === index / 4 - 1 && inRow > 0 ? 0 : 1;
+                most = Math.max(most, inRow);
                 near.push(index / 4);
             }
         }
         const middle = near[near.length >> 1];
         const at = near.length ? { x: middle % image.width, y: Math.floor(middle / image.width) } : null;
-        return { count: near.length, total: bytes.length / 4, at, brightness: sum / bytes.length * 4 / 3 };
+        return { count: near.length, total: bytes.length / 4, at, most, brightness: sum / bytes.length * 4 / 3 };
     }, [picture.toString("base64"), colour, tolerance]);
     await helper.close();
     return { ...seen, picture };

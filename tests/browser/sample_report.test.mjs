@@ -66,8 +66,36 @@ test("marks the pipes of a planted loop after one click", async () => {
     assert.ok(marked.count > 400, `${marked.count} marked pixels`);
     const side = await look(page, "#side", MARK_LIGHT);
     assert.ok(side.count > 5, `${side.count} marked pixels in the side view`);
-    assert.match(await page.locator("#details .lead").textContent(), /^2 pipes of the system "给水系统 Cold water" on floor "1层" form a closed loop/);
+    assert.match(await page.locator("#details .lead").textContent(), /^2 pipes of the system "给水系统 Cold water" on floor "1层" run between the same two joints and form a closed loop/);
+    assert.match(await page.locator("#details").textContent(), /2 of its objects run between the same two ends/);
+    assert.match(await page.locator("#details .facts").textContent(), /Middle of its objects/);
+    // The pair runs north: a line across it meets two halos with a pipe in each.
+    assert.equal(marked.most, 4, "each of the two pipes lies in a halo of its own");
     assert.match(await page.locator("#details").textContent(), /管道闭合成环 pipes close a loop/);
+});
+
+test("says how much heights are stretched, however near the plan is", async () => {
+    const page = await open(browser, "house.html");
+    await page.addInitScript(() => {
+        window.written = [];
+        const write = CanvasRenderingContext2D.prototype.fillText;
+        CanvasRenderingContext2D.prototype.fillText = function (text, ...rest) {
+            window.written.push(text);
+            return write.call(this, text, ...rest);
+        };
+    });
+    await page.reload();
+    await page.locator(".row.finding", { hasText: "2 pipes" }).click();
+    await settle(page);
+    for (let step = 0; step < 6; ++step) {
+        await page.getByRole("button", { name: "Zoom in" }).click();
+    }
+    await settle(page);
+    const factors = (await page.evaluate(() => window.written)).filter((text) => text.startsWith("heights × "))
+        .map((text) => Number(text.slice("heights × ".length)));
+    assert.ok(factors.length > 1, "the side view was drawn");
+    assert.ok(factors.every((factor) => factor > 0), String(factors));
+    assert.ok(Math.min(...factors) < 0.05, "near enough to tell: " + factors);
 });
 
 test("counts each warning about the file once", async () => {

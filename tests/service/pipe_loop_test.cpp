@@ -69,6 +69,20 @@ TEST(PipeLoopRule, NamesTheSystemsOfTheLoop) {
         << report.findings.front().sentence;
 }
 
+TEST(PipeLoopRule, SaysOfTwoPipesThatTheyJoinTheSameJoints) {
+    Drawing drawing;
+    drawing.pipe({0, 0, 0}, {1000, 0, 0}, kWaterPipe.c_str());
+    drawing.pipe({0, 0, 0}, {1000, 0, 0}, kWaterPipe.c_str()).length(1300);
+    DrawingFloors floors = OneFloor(std::move(drawing));
+    const RunReport report = RunShippedRules(floors);
+    ASSERT_EQ(report.findings.size(), 1U);
+    EXPECT_EQ(
+        report.findings.front().sentence.find("2 pipes of no named system on floor \"1F\" run between the same two "
+                                              "joints and form a closed loop, 2.30 m long"),
+        0U)
+        << report.findings.front().sentence;
+}
+
 TEST(PipeLoopRule, OnlyRemindsOfARingOfFireMains) {
     Drawing drawing;
     AddSquare(drawing, kFirePipe, 0, "main");

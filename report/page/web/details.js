@@ -51,7 +51,7 @@ function findingDetails(finding) {
         make("p", { class: "tags" }, make("span", { class: "tag state-tag state-" + finding.severity },
             stateWord(finding.severity, 1)), ...tagsOf(finding),
         copyButton("sentence", word("sentence"), finding.sentence, word("copySentence"))),
-        ...noteOfChange(finding), ...noteOfTrust(finding),
+        ...noteOfChange(finding), ...noteOfTrust(finding), ...noteOfBows(finding),
         facts([[word("where"), floorName(finding.shownFloor)], [word("rule"), rule.title && rule.title !== rule.name
             ? rule.title + " (" + rule.name + ")" : rule.name],
         [word("concerns"), [finding.specialty, finding.category, finding.subCategory].filter((text) => text).map(term)
@@ -67,6 +67,11 @@ function findingDetails(finding) {
 function noteOfChange(finding) {
     const key = { new: "newNote", persisting: "persistingNote", gone: "goneNote" }[finding.change];
     return key && report.compared ? [make("p", { class: "note" }, word(key, { run: report.compared.run }))] : [];
+}
+
+function noteOfBows(finding) {
+    const bowed = bowsOf(finding.objects.filter((object) => report.elements.isPlaced(object))).size;
+    return bowed > 0 ? [make("p", { class: "note" }, word("bowedNote", { n: number(bowed) }))] : [];
 }
 
 function noteOfTrust(finding) {

@@ -14,6 +14,7 @@ const TIP_FINDINGS = 3;             // findings that the tip over an object name
 const TIP_DELAY = 60;               // milliseconds that the pointer rests
 const KEY_STEP = 80;
 const CHOSEN_DEVICE = 7;            // pixels from the middle of a chosen valve to its edge, at least
+const BOW = 10;                     // pixels that the middle of a bowed pipe stands aside, besides its width
 const MAX_HALOS = 4000;             // objects of one finding that are marked one by one
 const SEVERITY_GLYPHS = { confirmed: "!", suspected: "?", remind: "i", trusted: "✓", stale: "–", gone: "×" };
 
@@ -300,19 +301,62 @@ function drawDiameter(context, object, text, taken, aside) {
     context.restore();
 }
 
+// Chosen pipes that run between the same two ends lie on one line, which looks like one pipe: they are drawn bowed, so
+// that each is seen. For each of them how far aside it stands, in bows; those that have their line alone are not there.
+function bowsOf(objects) {
+    const { elements } = report;
+    const lines = new Map();
+    for (const object of objects.filter((candidate) => elements.hasEnds(candidate))) {
+        const ends = [[elements.x0[object], elements.y0[object], elements.z0[object]],
+            [elements.x1[object], elements.y1[object], elements.z1[object]]].map(String);
+        const line = ends[0] < ends[1] ? ends.join() : ends.reverse().join();
+        lines.set(line, [...lines.get(line) ?? [], object]);
+    }
+    const bows = new Map();
+    for (const twins of [...lines.values()].filter((each) => each.length > 1)) {
+        twins.forEach((object, rank) => bows.set(object, 2 * rank - twins.length + 1));
+    }
+    return bows;
+}
+
+// The path of a pipe from one point to the other, its middle so many pixels aside. The side does not depend on which
+// end is named first.
+function tracePipe(context, from, to, aside) {
+    const [low, high] = from.x < to.x || (from.x === to.x && from.y <= to.y) ? [from, to] : [to, from];
+    const length = Math.hypot(high.x - low.x, high.y - low.y);
+    context.moveTo(low.x, low.y);
+    if (aside === 0 || length < 1) {
+        context.lineTo(high.x + 0.01, high.y);
+        return;
+    }
+    // A quadratic curve comes half as far from the line as its control point is.
+    const reach = 2 * Math.max(-length / 2, Math.min(aside, length / 2)) / length;
+    context.quadraticCurveTo((low.x + high.x) / 2 - (high.y - low.y) * reach, (low.y + high.y) / 2 + (high.x - low.x) * reach,
+        high.x, high.y);
+}
+
+function traceLine(context, object, bow) {
+    const { view } = plan;
+    const elements = report.elements;
+    tracePipe(context, { x: view.screenX(elements.x0[object]), y: view.screenY(elements.y0[object]) },
+        { x: view.screenX(elements.x1[object]), y: view.screenY(elements.y1[object]) },
+        bow * (BOW + lineWidth(elements.width[object], view.scale) / 2));
+}
+
 // Everything chosen gets a halo, wide enough to be seen from afar and dark or light at its edge, so that it stands out
 // from every specialty's colour; its own colour stays on top.
 function drawSelection(context) {
     const { elements } = report;
     const objects = selectedObjects().filter((object) => elements.floor[object] === choice.floor && elements.isPlaced(object))
         .slice(0, MAX_HALOS).sort((left, right) => elements.hasEnds(right) - elements.hasEnds(left));  // a valve lies on its pipes
+    const bows = bowsOf(objects);
     for (const [colour, extra] of [[plan.colours["mark-edge"], 11], [plan.colours.mark, 8]]) {
         for (const object of objects) {
-            traceHalo(context, object, extra, colour);
+            traceHalo(context, object, extra, colour, bows.get(object) ?? 0);
         }
     }
     for (const object of objects) {
-        drawAlone(context, object);
+        drawAlone(context, object, bows.get(object) ?? 0);
     }
     const place = choice.finding?.place;
     if (choice.object === null && choice.finding && place) {
@@ -330,7 +374,7 @@ function pinPoint(place) {
         : { x: view.screenX(place.x), y: view.screenY(place.y) };
 }
 
-function traceHalo(context, object, extra, colour) {
+function traceHalo(context, object, extra, colour, bow) {
     const { view } = plan;
     const elements = report.elements;
     context.strokeStyle = colour;
@@ -339,8 +383,7 @@ function traceHalo(context, object, extra, colour) {
     if (elements.hasEnds(object)) {
         context.lineCap = "round";
         context.lineWidth = lineWidth(elements.width[object], view.scale) + extra;
-        context.moveTo(view.screenX(elements.x0[object]), view.screenY(elements.y0[object]));
-        context.lineTo(view.screenX(elements.x1[object]) + 0.01, view.screenY(elements.y1[object]));
+        traceLine(context, object, bow);
         context.stroke();
         return;
     }
@@ -355,7 +398,7 @@ function traceHalo(context, object, extra, colour) {
     context.fill();
 }
 
-function drawAlone(context, object) {
+function drawAlone(context, object, bow) {
     const { view, colours } = plan;
     const elements = report.elements;
     const specialty = specialtyOf(object);
@@ -364,8 +407,7 @@ function drawAlone(context, object) {
         context.lineWidth = lineWidth(elements.width[object], view.scale);
         context.strokeStyle = colours.specialties[specialty];
         context.beginPath();
-        context.moveTo(view.screenX(elements.x0[object]), view.screenY(elements.y0[object]));
-        context.lineTo(view.screenX(elements.x1[object]) + 0.01, view.screenY(elements.y1[object]));
+        traceLine(context, object, bow);
         context.stroke();
         return;
     }

@@ -3,6 +3,7 @@
 
 const SIDE_DELAY = 120;  // milliseconds after the plan came to rest
 const SIDE_BUDGET = 8;   // milliseconds at a time
+const SIDE_BOW = 7;      // pixels that the middle of a bowed pipe stands aside
 
 const side = { alongY: false, timer: 0, steps: null };
 
@@ -92,11 +93,13 @@ function* paintSide() {
     context.globalAlpha = chosen.size > 0 ? 0.42 : 1;
     yield* paintSideElements(context, frame, indices, colours);
     context.globalAlpha = 1;
+    const bows = bowsOf([...chosen]);
     for (const index of chosen) {
+        const bow = bows.get(index) ?? 0;
         if (report.elements.isPlaced(index) && report.elements.floor[index] === choice.floor) {
-            drawSideShape(context, frame, index, colours["mark-edge"], 8);
-            drawSideShape(context, frame, index, colours.mark, 5.5);
-            drawSideShape(context, frame, index, colours.specialties[specialtyOf(index)], 2);
+            drawSideShape(context, frame, index, colours["mark-edge"], 8, bow);
+            drawSideShape(context, frame, index, colours.mark, 5.5, bow);
+            drawSideShape(context, frame, index, colours.specialties[specialtyOf(index)], 2, bow);
         }
     }
     drawHeightTexts(context, frame, width);
@@ -166,10 +169,10 @@ function sideBox(frame, index) {
     return width >= 3 && height >= 3 ? [left, top, width, height] : null;
 }
 
-function drawSideShape(context, frame, index, colour, width) {
+function drawSideShape(context, frame, index, colour, width, bow) {
     const body = sideBox(frame, index);
     if (!body) {
-        drawSideLine(context, frame, index, colour, width);
+        drawSideLine(context, frame, index, colour, width, bow);
         return;
     }
     context.strokeStyle = colour;
@@ -178,14 +181,13 @@ function drawSideShape(context, frame, index, colour, width) {
     context.strokeRect(...body);
 }
 
-function drawSideLine(context, frame, index, colour, width) {
+function drawSideLine(context, frame, index, colour, width, bow = 0) {
     const [x0, y0, x1, y1] = sideLine(frame, index);
     context.strokeStyle = colour;
     context.lineWidth = width;
     context.lineCap = "round";
     context.beginPath();
-    context.moveTo(x0, y0);
-    context.lineTo(x1 + 0.01, y1);
+    tracePipe(context, { x: x0, y: y0 }, { x: x1, y: y1 }, bow * SIDE_BOW);
     context.stroke();
 }
 
@@ -236,7 +238,10 @@ function drawHeightTexts(context, frame, width) {
         context.fillStyle = plan.colours["ink-soft"];
         context.fillText(text, width - 6, y);
     };
-    const metres = (height) => (height > 0 ? "+" : "") + number(Math.round(height) / 1000 + 0, 2) + " m";
+    const metres = (height) => {
+        const shown = Math.round(height / 10) / 100 + 0;  // never minus zero
+        return (shown > 0 ? "+" : "") + number(shown, 2) + " m";
+    };
     const named = [];
     for (const floor of floorsInSight(frame)) {
         const y = frame.up(floor.elevation);
@@ -256,6 +261,6 @@ function drawHeightTexts(context, frame, width) {
     if (stretch > 1.05 || stretch < 0.95) {
         context.textAlign = "left";
         context.fillStyle = plan.colours["ink-soft"];
-        context.fillText(word("stretched", { n: number(stretch, stretch < 10 ? 1 : 0) }), 12, frame.height - 10);
+        context.fillText(word("stretched", { n: rough(stretch) }), 12, frame.height - 10);
     }
 }

@@ -15,7 +15,7 @@ const WORDS = {
         trusted: "Trusted", expired: "Trust expired", stale: "Stale trust", notLookedAt: "Not looked at", gone: "Gone",
         new: "New", persisting: "Persisting",
         shownAll: "{n} in all", shownSome: "{n} of {all}", nothingFits: "No finding fits the search and filters.",
-        noFindings: "No findings.", showAll: "Show all", place: "Place", objectsFound: "Objects",
+        noFindings: "No findings.", showAll: "Show all", place: "Middle of its objects", objectsFound: "Objects",
         disagree: "The list holds {list}, but the run counted {run}. Do not rely on this page's numbers.",
         plan: "Plan", floor: "Floor", floorUp: "Next floor up", floorDown: "Next floor down",
         noFloor: "Without a floor", specialties: "Specialties; press to show or hide",
@@ -38,6 +38,7 @@ const WORDS = {
         moreObjects: "Show all {n}", previous: "Previous", next: "Next",
         trustedBy: "Trusted by {person}, {date}", trustUntil: "until {date}",
         trustSince: "expired on {date}", newNote: "New: run {run} did not find it.", persistingNote: "Run {run} found it too.",
+        bowedNote: "{n} of its objects run between the same two ends. Plan and side view draw them bowed, so that each is seen.",
         goneNote: "Run {run} found it, this run does not any more.",
         coverageGood: "Everything asked for was checked", coverageNote: "Everything asked for was checked, with reservations",
         coverageBad: "Not everything was checked", coverageNone: "Nothing was checked",
@@ -83,7 +84,7 @@ const WORDS = {
         trusted: "已信任", expired: "信任已过期", stale: "信任已失效", notLookedAt: "未检查", gone: "已消失",
         new: "新增", persisting: "仍存在",
         shownAll: "共 {n} 条", shownSome: "{n} / {all} 条", nothingFits: "没有符合搜索和筛选条件的结果。",
-        noFindings: "没有检查结果。", showAll: "全部显示", place: "坐标", objectsFound: "构件",
+        noFindings: "没有检查结果。", showAll: "全部显示", place: "构件中心", objectsFound: "构件",
         disagree: "列表中有 {list} 条，但检查统计为 {run} 条。请勿依赖本页数字。",
         plan: "平面图", floor: "楼层", floorUp: "上一层", floorDown: "下一层",
         noFloor: "无楼层", specialties: "专业，点按可显示或隐藏",
@@ -105,6 +106,7 @@ const WORDS = {
         moreObjects: "显示全部 {n} 个", previous: "上一条", next: "下一条",
         trustedBy: "由 {person} 于 {date} 信任", trustUntil: "有效期至 {date}",
         trustSince: "已于 {date} 过期", newNote: "新增：第 {run} 次检查未发现。", persistingNote: "第 {run} 次检查已发现。",
+        bowedNote: "其中 {n} 个构件连接相同的两端，平面图和高度图中以弧线分开显示。",
         goneNote: "第 {run} 次检查曾发现，本次已不存在。",
         coverageGood: "要求检查的内容均已检查", coverageNote: "要求检查的内容均已检查，但请注意",
         coverageBad: "并非全部内容都已检查", coverageNone: "未进行任何检查",
@@ -158,6 +160,11 @@ function word(key, values = {}) {
 function counted(key, count, values = {}) {
     const one = count === 1 && key + "One" in WORDS[language];
     return word(one ? key + "One" : key, { ...values, n: number(count) });
+}
+
+// A factor in two digits that count, however small or large it is.
+function rough(value) {
+    return value.toLocaleString(language === "zh" ? "zh-CN" : "en-GB", { maximumSignificantDigits: 2 });
 }
 
 // "2026-03-01T08:30:00Z" as a person reads it.
