@@ -13,6 +13,7 @@
 #include <system_error>
 #include <thread>
 
+#include "service/store/NewDatabase.h"
 #include "service/store/ProjectStore.h"
 #include "service/store/Schema.h"
 
@@ -73,10 +74,8 @@ std::optional<StoreError> LookAtFile(const fs::path& path) {
         return Damaged(path, "it is no regular file");
     }
     if (SizeOrZero(path) == 0) {
-        if (SizeOrZero(WithSuffix(path, "-wal")) > 0) {
-            return Damaged(path, "the file is empty while its log is not");
-        }
-        return std::nullopt;
+        // None is empty when it gets its name, so it was truncated since.
+        return Damaged(path, "the file is empty");
     }
     // The first 16 bytes of every SQLite file, its closing NUL included.
     constexpr std::string_view kMagic("SQLite format 3\0", 16);
@@ -187,6 +186,9 @@ Result<std::unique_ptr<ProjectDatabase>> ProjectDatabase::Open(const fs::path& p
     const int flags = SQLITE_OPEN_URI | SQLITE_OPEN_NOMUTEX |
                       (forWriting ? SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE : SQLITE_OPEN_READONLY);
     try {
+        if (forWriting) {
+            MakeDatabaseUnlessThere(path);
+        }
         auto database = std::make_unique<ProjectDatabase>(path, location, flags, wait);
         const int keepLog = 1;
         sqlite3_db_config(database->connection_.Handle(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, keepLog, nullptr);
@@ -218,7 +220,7 @@ void ProjectDatabase::RefuseUnlessSound(bool forWriting) {
     const std::int64_t version = sqlite::QueryInteger(connection_, "PRAGMA user_version");
     const std::int64_t tables = sqlite::QueryInteger(connection_, "SELECT count(*) FROM sqlite_schema");
     if (application != kApplicationId) {
-        // New, or left behind by a process that died while it made the database.
+        // New, on a file system where SQLite makes it in its place.
         if (application == 0 && version == 0 && tables == 0) {
             if (forWriting) {
                 return;

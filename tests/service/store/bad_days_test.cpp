@@ -117,10 +117,51 @@ TEST(BadDays, ReadingAProjectWithoutRunsMakesNoFile) {
     EXPECT_EQ(ErrorSentence(folder, StoreErrorCode::NothingStored, {.access = Access::ReadOnly}),
               "Nothing has been recorded in the project folder " + Quoted(folder.Path()) + " yet.");
     EXPECT_TRUE(fs::is_empty(folder.Path()));
+}
+
+TEST(BadDays, ADatabaseThatWasTruncatedToNothingIsDamagedAndNotANewOne) {
+    const ProjectFolder folder;
+    Fill(folder);
     Write(folder.Database(), "");
-    EXPECT_FALSE(ErrorSentence(folder, StoreErrorCode::NothingStored, {.access = Access::ReadOnly}).empty());
-    // A process that died at once leaves such a file behind.
+    for (const Access access : {Access::ReadOnly, Access::ReadWrite}) {
+        EXPECT_EQ(ErrorSentence(folder, StoreErrorCode::Damaged, {.access = access}),
+                  "The project database " + Quoted(folder.Database()) +
+                      " is damaged (the file is empty); it was left as it is. Put a backup in its place or set it "
+                      "aside to begin a new one.");
+        EXPECT_EQ(fs::file_size(folder.Database()), 0U);
+    }
+    Expect(SetAsideDatabase(folder.Path()));
     Expect(OpenStore(folder).AddTrust(TrustedFinding(Code(1))));
+}
+
+// Whoever looks while a project's first database is made sees none or a whole one, also when its maker is killed.
+TEST(BadDays, ANewDatabaseIsThereWhollyOrNotAtAll) {
+    std::mt19937 random(4);
+    const auto begin = std::chrono::steady_clock::now();
+    {
+        const ProjectFolder folder;
+        OpenStore(folder);
+    }
+    const auto length = std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() - begin);
+    std::uniform_int_distribution<std::int64_t> delay(0, length.count() * 3 / 2);
+    for (int round = 0; round < 40; ++round) {
+        const ProjectFolder folder;
+        ChildProcess maker([&](int ready) {
+            Say(ready, "ready");
+            (void)ProjectStore::Open(folder.Path()).Ok();
+            pause();
+            return 0;
+        });
+        ASSERT_EQ(maker.ReadLine(), "ready");
+        const auto end = std::chrono::steady_clock::now() + std::chrono::microseconds(delay(random));
+        while (std::chrono::steady_clock::now() < end) {
+            std::error_code absent;
+            const std::uintmax_t size = fs::file_size(folder.Database(), absent);
+            ASSERT_TRUE(absent || size > 0);
+        }
+        maker.Kill();
+        Expect(OpenStore(folder).AddTrust(TrustedFinding(Code(1))));
+    }
 }
 
 TEST(BadDays, ALockedDatabaseEndsInOneSentenceAfterTheWait) {
