@@ -6,93 +6,94 @@
 #include <utility>
 
 #include "report/bcf/Identity.h"
-#include "report/bcf/XmlWriter.h"
+#include "report/bcf/XmlText.h"
+#include "report/xml/XmlWriter.h"
 
 namespace norvex::report::bcf {
 namespace {
 
 template <typename Texts>
-void WriteList(XmlWriter& xml, std::string_view list, std::string_view item, const Texts& texts) {
-    xml.Open(list);
+void WriteList(XmlWriter& xml, const char* list, const char* item, const Texts& texts) {
+    xml.Start(list);
     for (const auto& text : texts) {
         xml.Leaf(item, text);
     }
-    xml.Close();
+    xml.End();
 }
 
-void WritePoint(XmlWriter& xml, std::string_view name, const ifc::Point& point) {
-    xml.Open(name);
-    xml.Leaf("X", point.x);
-    xml.Leaf("Y", point.y);
-    xml.Leaf("Z", point.z);
-    xml.Close();
+void WritePoint(XmlWriter& xml, const char* name, const ifc::Point& point) {
+    xml.Start(name);
+    xml.Leaf("X", NumberText(point.x));
+    xml.Leaf("Y", NumberText(point.y));
+    xml.Leaf("Z", NumberText(point.z));
+    xml.End();
 }
 
 void WriteHeader(XmlWriter& xml, const Origin& origin) {
-    xml.Open("Header");
-    xml.Open("Files");
-    xml.Open("File");
+    xml.Start("Header");
+    xml.Start("Files");
+    xml.Start("File");
     if (!origin.projectGlobalId.empty()) {
         xml.Attribute("IfcProject", origin.projectGlobalId);
     }
     xml.Attribute("IsExternal", "true");
     xml.Leaf("Filename", origin.modelFile);
-    xml.Close();
-    xml.Close();
-    xml.Close();
+    xml.End();
+    xml.End();
+    xml.End();
 }
 
 void WriteComments(XmlWriter& xml, const Topic& topic, const Origin& origin) {
     if (topic.comments.empty()) {
         return;
     }
-    xml.Open("Comments");
+    xml.Start("Comments");
     for (const Comment& comment : topic.comments) {
-        xml.Open("Comment");
+        xml.Start("Comment");
         xml.Attribute("Guid", comment.guid);
         xml.Leaf("Date", comment.date.empty() ? origin.moment : comment.date);
         xml.Leaf("Author", comment.author);
         xml.Leaf("Comment", comment.text);
-        xml.Close();
+        xml.End();
     }
-    xml.Close();
+    xml.End();
 }
 
 void WriteViewpoints(XmlWriter& xml, const Topic& topic, const std::vector<bool>& snapshots) {
-    xml.Open("Viewpoints");
+    xml.Start("Viewpoints");
     for (std::size_t index = 0; index < topic.viewpoints.size(); ++index) {
-        xml.Open("ViewPoint");
+        xml.Start("ViewPoint");
         xml.Attribute("Guid", topic.viewpoints[index].guid);
         xml.Leaf("Viewpoint", ViewpointFile(topic, index));
         if (snapshots[index]) {
             xml.Leaf("Snapshot", SnapshotFile(topic, index));
         }
         xml.Leaf("Index", fmt::format("{}", index));
-        xml.Close();
+        xml.End();
     }
-    xml.Close();
+    xml.End();
 }
 
 void WriteComponents(XmlWriter& xml, const std::vector<Component>& components) {
-    xml.Open("Components");
-    xml.Open("Selection");
+    xml.Start("Components");
+    xml.Start("Selection");
     std::set<std::string_view> globalIds;
     for (const Component& component : components) {
         if (component.globalId.empty()) {
-            xml.Open("Component");
+            xml.Start("Component");
             xml.Leaf("AuthoringToolId", component.handle);
-            xml.Close();
+            xml.End();
         } else if (globalIds.insert(component.globalId).second) {
-            xml.Open("Component");
+            xml.Start("Component");
             xml.Attribute("IfcGuid", component.globalId);
-            xml.Close();
+            xml.End();
         }
     }
-    xml.Close();
-    xml.Open("Visibility");
+    xml.End();
+    xml.Start("Visibility");
     xml.Attribute("DefaultVisibility", "true");
-    xml.Close();
-    xml.Close();
+    xml.End();
+    xml.End();
 }
 
 std::string PartFile(const Topic& topic, std::size_t index, std::string_view first, std::string_view other,
@@ -104,23 +105,23 @@ std::string PartFile(const Topic& topic, std::size_t index, std::string_view fir
 }  // namespace
 
 std::string VersionDocument() {
-    XmlWriter xml;
-    xml.Open("Version");
+    XmlWriter xml(WrittenText);
+    xml.Start("Version");
     xml.Attribute("VersionId", "3.0");
-    xml.Close();
-    return std::move(xml).Finish();
+    xml.End();
+    return xml.Finish();
 }
 
 std::string ProjectDocument(const Origin& origin) {
-    XmlWriter xml;
-    xml.Open("ProjectInfo");
-    xml.Open("Project");
+    XmlWriter xml(WrittenText);
+    xml.Start("ProjectInfo");
+    xml.Start("Project");
     const std::string& key = origin.projectGlobalId.empty() ? origin.modelFile : origin.projectGlobalId;
     xml.Attribute("ProjectId", NameUuid(kNamespace, "project\n" + key));
     xml.Leaf("Name", XmlLine(origin.projectName.empty() ? origin.modelFile : origin.projectName));
-    xml.Close();
-    xml.Close();
-    return std::move(xml).Finish();
+    xml.End();
+    xml.End();
+    return xml.Finish();
 }
 
 std::string ExtensionsDocument(const std::vector<Topic>& topics) {
@@ -132,23 +133,23 @@ std::string ExtensionsDocument(const std::vector<Topic>& topics) {
             users.insert(comment.author);
         }
     }
-    XmlWriter xml;
-    xml.Open("Extensions");
+    XmlWriter xml(WrittenText);
+    xml.Start("Extensions");
     WriteList(xml, "TopicTypes", "TopicType", std::vector<std::string>{"Error", "Warning", "Information"});
     WriteList(xml, "TopicStatuses", "TopicStatus",
               std::vector<std::string_view>{kOpen, "Resolved", "Accepted", kClosed});
     WriteList(xml, "Priorities", "Priority", std::vector<std::string>{"High", "Normal", "Low"});
     WriteList(xml, "TopicLabels", "TopicLabel", labels);
     WriteList(xml, "Users", "User", users);
-    xml.Close();
-    return std::move(xml).Finish();
+    xml.End();
+    return xml.Finish();
 }
 
 std::string MarkupDocument(const Topic& topic, const Origin& origin, const std::vector<bool>& snapshots) {
-    XmlWriter xml;
-    xml.Open("Markup");
+    XmlWriter xml(WrittenText);
+    xml.Start("Markup");
     WriteHeader(xml, origin);
-    xml.Open("Topic");
+    xml.Start("Topic");
     xml.Attribute("Guid", topic.guid);
     xml.Attribute("TopicType", topic.type);
     xml.Attribute("TopicStatus", topic.status);
@@ -163,25 +164,25 @@ std::string MarkupDocument(const Topic& topic, const Origin& origin, const std::
     xml.Leaf("Description", topic.description);
     WriteComments(xml, topic, origin);
     WriteViewpoints(xml, topic, snapshots);
-    xml.Close();
-    xml.Close();
-    return std::move(xml).Finish();
+    xml.End();
+    xml.End();
+    return xml.Finish();
 }
 
 std::string ViewpointDocument(const Viewpoint& viewpoint) {
-    XmlWriter xml;
-    xml.Open("VisualizationInfo");
+    XmlWriter xml(WrittenText);
+    xml.Start("VisualizationInfo");
     xml.Attribute("Guid", viewpoint.guid);
     WriteComponents(xml, viewpoint.components);
-    xml.Open("PerspectiveCamera");
+    xml.Start("PerspectiveCamera");
     WritePoint(xml, "CameraViewPoint", viewpoint.camera.viewPoint);
     WritePoint(xml, "CameraDirection", viewpoint.camera.direction);
     WritePoint(xml, "CameraUpVector", viewpoint.camera.up);
-    xml.Leaf("FieldOfView", viewpoint.camera.fieldOfView);
-    xml.Leaf("AspectRatio", viewpoint.camera.aspectRatio);
-    xml.Close();
-    xml.Close();
-    return std::move(xml).Finish();
+    xml.Leaf("FieldOfView", NumberText(viewpoint.camera.fieldOfView));
+    xml.Leaf("AspectRatio", NumberText(viewpoint.camera.aspectRatio));
+    xml.End();
+    xml.End();
+    return xml.Finish();
 }
 
 std::string ViewpointFile(const Topic& topic, std::size_t index) {

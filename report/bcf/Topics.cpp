@@ -12,7 +12,7 @@
 
 #include "report/bcf/Identity.h"
 #include "report/bcf/PlanSnapshot.h"
-#include "report/bcf/XmlWriter.h"
+#include "report/bcf/XmlText.h"
 #include "service/Words.h"
 
 namespace norvex::report::bcf {

@@ -10,7 +10,8 @@
 
 #include "platform/text/Utf8.h"
 #include "report/Json.h"
-#include "report/resultfile/XmlWriter.h"
+#include "report/resultfile/XmlText.h"
+#include "report/xml/XmlWriter.h"
 #include "service/Words.h"
 
 namespace norvex::report {
@@ -290,7 +291,7 @@ bool HasResult(const RunReport& report, const std::string& specialty) {
 }
 
 std::string ResultXml(const RunReport& report, const std::string& specialty, const std::string& tag) {
-    XmlWriter xml;
+    XmlWriter xml(XmlText);
     StartDocument(xml, "result");
     WriteRun(xml, report);
     xml.Start("scope");
@@ -315,7 +316,7 @@ std::string ResultXml(const RunReport& report, const std::string& specialty, con
 }
 
 std::string GuideXml(const RunReport& report, const std::vector<GuideEntry>& entries, const std::string& failure) {
-    XmlWriter xml;
+    XmlWriter xml(XmlText);
     StartDocument(xml, "guide");
     WriteRun(xml, report);
     xml.Start("specialties");

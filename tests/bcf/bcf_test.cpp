@@ -20,7 +20,7 @@
 #include "report/bcf/PlanSnapshot.h"
 #include "report/bcf/Topics.h"
 #include "report/bcf/WriteBcf.h"
-#include "report/bcf/XmlWriter.h"
+#include "report/bcf/XmlText.h"
 
 namespace {
 

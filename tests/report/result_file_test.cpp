@@ -15,7 +15,7 @@
 #include "platform/text/CodePage.h"
 #include "report/resultfile/ResultDocument.h"
 #include "report/resultfile/WriteResultFiles.h"
-#include "report/resultfile/XmlWriter.h"
+#include "report/resultfile/XmlText.h"
 #include "support/TemporaryFolder.h"
 #include "support/WithoutPrivileges.h"
 #include "tests/report/SampleReport.h"

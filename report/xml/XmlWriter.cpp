@@ -1,20 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "report/resultfile/XmlWriter.h"
+#include "report/xml/XmlWriter.h"
 
 #include <libxml/xmlwriter.h>
-#include <unicode/utf8.h>
 
-#include <fmt/format.h>
 #include <new>
 
 namespace norvex::report {
 namespace {
-
-// What XML 1.0 calls a character.
-bool IsXmlCharacter(UChar32 character) {
-    return character == '\t' || character == '\n' || character == '\r' || (character >= 0x20 && character <= 0xD7FF) ||
-           (character >= 0xE000 && character <= 0xFFFD) || character >= 0x10000;
-}
 
 const xmlChar* Characters(const char* text) {
     return reinterpret_cast<const xmlChar*>(text);
@@ -29,30 +21,7 @@ void Check(int result) {
 
 }  // namespace
 
-std::string XmlText(std::string_view text) {
-    std::string out;
-    out.reserve(text.size());
-    const auto size = static_cast<std::int64_t>(text.size());
-    for (std::int64_t position = 0; position < size;) {
-        const std::int64_t start = position;
-        UChar32 character = 0;
-        U8_NEXT(reinterpret_cast<const std::uint8_t*>(text.data()), position, size, character);
-        const std::string_view bytes =
-            text.substr(static_cast<std::size_t>(start), static_cast<std::size_t>(position - start));
-        if (character == '\\') {
-            out += "\\\\";
-        } else if (character >= 0 && IsXmlCharacter(character)) {
-            out += bytes;
-        } else {
-            for (const char byte : bytes) {
-                out += fmt::format("\\x{:02X}", static_cast<unsigned char>(byte));
-            }
-        }
-    }
-    return out;
-}
-
-XmlWriter::XmlWriter() : m_buffer(xmlBufferCreate()), m_writer(nullptr) {
+XmlWriter::XmlWriter(TextPolicy policy) : m_policy(policy), m_buffer(xmlBufferCreate()), m_writer(nullptr) {
     m_writer = m_buffer == nullptr ? nullptr : xmlNewTextWriterMemory(m_buffer, 0);
     if (m_writer == nullptr) {
         xmlBufferFree(m_buffer);
@@ -76,7 +45,7 @@ XmlWriter& XmlWriter::Start(const char* element) {
 }
 
 XmlWriter& XmlWriter::Attribute(const char* name, std::string_view value) {
-    Check(xmlTextWriterWriteAttribute(m_writer, Characters(name), Characters(XmlText(value).c_str())));
+    Check(xmlTextWriterWriteAttribute(m_writer, Characters(name), Characters(m_policy(value).c_str())));
     return *this;
 }
 
@@ -93,11 +62,11 @@ XmlWriter& XmlWriter::Optional(const char* name, std::string_view value) {
 }
 
 XmlWriter& XmlWriter::Text(std::string_view text) {
+    const std::string written = m_policy(text);
     // Writing nothing would give an empty element two tags.
-    if (text.empty()) {
-        return *this;
+    if (!written.empty()) {
+        Check(xmlTextWriterWriteString(m_writer, Characters(written.c_str())));
     }
-    Check(xmlTextWriterWriteString(m_writer, Characters(XmlText(text).c_str())));
     return *this;
 }
 

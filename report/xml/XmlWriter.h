@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <string_view>
 
@@ -11,14 +10,15 @@ struct _xmlTextWriter;
 
 namespace norvex::report {
 
-// UTF-8 text with nothing in it that XML 1.0 cannot hold, and nothing lost: a byte of such a character, or one that
-// begins no character, becomes "\x" and two hexadecimal digits, and a backslash becomes two.
-std::string XmlText(std::string_view text);
+// What is written of a text: valid UTF-8 with nothing in it that XML 1.0 cannot hold (XmlCharacter.h). How the rest
+// becomes so is a matter of who reads the document.
+using TextPolicy = std::string (*)(std::string_view text);
 
-// Writes one XML document, indented, in UTF-8. Text and attribute values pass through XmlText. Errors: std::bad_alloc.
+// Writes one XML document, indented, in UTF-8. Text and attribute values pass through the policy. Errors:
+// std::bad_alloc.
 class XmlWriter {
   public:
-    XmlWriter();
+    explicit XmlWriter(TextPolicy policy);
     XmlWriter(const XmlWriter&) = delete;
     XmlWriter& operator=(const XmlWriter&) = delete;
     ~XmlWriter();
@@ -40,6 +40,7 @@ class XmlWriter {
     std::string Finish();
 
   private:
+    TextPolicy m_policy;
     _xmlBuffer* m_buffer;
     _xmlTextWriter* m_writer;
 };
