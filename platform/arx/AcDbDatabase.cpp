@@ -163,6 +163,12 @@ Acad::ErrorStatus AcDbDatabase::addToModelSpace(std::unique_ptr<AcDbEntity> enti
     return Acad::eOk;
 }
 
+void AcDbDatabase::reserveModelSpace(std::size_t entities) {
+    auto& space = static_cast<AcDbBlockTableRecord*>(m_modelSpace.m_stub->object.get())->m_entities;
+    space.reserve(space.size() + entities);
+    m_storage->byHandle.reserve(m_storage->byHandle.size() + entities);
+}
+
 void AcDbDatabase::refuseToOpen(AcDbObjectId id, Acad::ErrorStatus status) {
     if (!id.isNull()) {
         id.m_stub->refusal = status;

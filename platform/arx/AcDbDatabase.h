@@ -93,6 +93,8 @@ class NORVEX_PLATFORM_API AcDbDatabase {
     // up from 1. Errors: eHandleInUse, eInvalidInput for no entity; the entity is destroyed then.
     Acad::ErrorStatus addToModelSpace(std::unique_ptr<AcDbEntity> entity, AcDbObjectId& id,
                                       AcDbHandle handle = AcDbHandle());
+    // Makes room for this many more entities in model space, so that appending them moves nothing.
+    void reserveModelSpace(std::size_t entities);
     // Makes every later opening of an object fail with this status; eOk lets it open again.
     void refuseToOpen(AcDbObjectId id, Acad::ErrorStatus status);
     // Makes every later iterator of a block of this drawing fail with this status; eOk lets them be made again.

@@ -5,12 +5,17 @@
 
 #include <unicode/ustring.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <limits>
 
 namespace {
 
 constexpr UChar32 kReplacement = 0xFFFD;
+
+bool IsAscii(std::string_view utf8) {
+    return std::none_of(utf8.begin(), utf8.end(), [](char byte) { return static_cast<unsigned char>(byte) >= 0x80; });
+}
 
 }  // namespace
 
@@ -34,6 +39,14 @@ std::string ToUtf8(const CString& wide) {
 CString FromUtf8(std::string_view utf8) {
     if (utf8.size() > static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max())) {
         AfxThrowInvalidArgException();
+    }
+    if (utf8.empty()) {
+        return {};
+    }
+    if (IsAscii(utf8)) {
+        CString narrow;
+        std::copy(utf8.begin(), utf8.end(), narrow.GetBufferSetLength(static_cast<int>(utf8.size())));
+        return narrow;
     }
     const auto size = static_cast<std::int32_t>(utf8.size());
     std::u16string wide(utf8.size(), u'\0');  // never more units than bytes

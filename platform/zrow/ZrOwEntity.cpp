@@ -12,13 +12,25 @@ const CString kPropertyJoined = u"Joined";
 const CString kPropertyName = u"Name";
 const CString kPropertyClass = u"Class";
 
+namespace {
+
+// As key == name. Most names differ in their first letter, and a rule asks for millions of them.
+bool IsCalled(const CString& key, const CString& name) {
+    return *key.GetString() == *name.GetString() && key == name;
+}
+
+// As many properties as an object of a model commonly has.
+constexpr std::size_t kUsualProperties = 8;
+
+}  // namespace
+
 Acad::ErrorStatus ZrOwEntity::pntNamePos(AcGePoint3d&) const {
     return Acad::eNullExtents;
 }
 
 bool ZrOwEntity::GetProperty(const CString& name, CString& value) const {
     for (const auto& [key, text] : m_properties) {
-        if (key == name) {
+        if (IsCalled(key, name)) {
             value = text;
             return true;
         }
@@ -28,10 +40,13 @@ bool ZrOwEntity::GetProperty(const CString& name, CString& value) const {
 
 void ZrOwEntity::SetProperty(const CString& name, const CString& value) {
     for (auto& [key, text] : m_properties) {
-        if (key == name) {
+        if (IsCalled(key, name)) {
             text = value;
             return;
         }
+    }
+    if (m_properties.empty()) {
+        m_properties.reserve(kUsualProperties);
     }
     m_properties.emplace_back(name, value);
 }

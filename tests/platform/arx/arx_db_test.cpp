@@ -92,6 +92,17 @@ TEST(ObjectIds, OfNothingAreNull) {
     EXPECT_EQ(acdbOpenObject(object, id), Acad::eNullObjectId);
 }
 
+TEST_F(Database, MovesNothingForWhichRoomWasMade) {
+    const AcDbObjectId before = Add(7);
+    database.reserveModelSpace(1000);
+    const AcDbObjectId after = Add(9);
+    EXPECT_EQ(database.modelSpaceSize(), 2U);
+    EXPECT_EQ(before.handle().value(), 7U);
+    AcDbObjectId found;
+    EXPECT_EQ(database.getAcDbObjectId(found, false, AcDbHandle(Adesk::UInt64{9})), Acad::eOk);
+    EXPECT_EQ(found, after);
+}
+
 TEST_F(Database, StartsWithAnEmptyModelSpace) {
     EXPECT_EQ(database.modelSpaceSize(), 0U);
     EXPECT_EQ(Walk(true, true), Handles());
