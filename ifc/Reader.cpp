@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "ifc/Reader.h"
 
+#include "ifc/LargePages.h"
 #include "ifc/mapping/CategoryTable.h"
 #include "ifc/model/ModelReader.h"
 #include "ifc/network/Network.h"
@@ -20,10 +21,12 @@ namespace {
 // Offsets into the file have 32 bits.
 constexpr std::uint64_t kMaxFileBytes = std::numeric_limits<std::uint32_t>::max();
 
-ReadResult Failed(DiagnosticCode code, std::string sentence) {
-    ReadResult result;
-    result.error = {Severity::Error, code, 0, 0, std::move(sentence)};
-    return result;
+Diagnostic ErrorOf(DiagnosticCode code, std::string sentence) {
+    return {Severity::Error, code, 0, 0, std::move(sentence)};
+}
+
+Diagnostic CannotOpen(std::string sentence) {
+    return ErrorOf(DiagnosticCode::CannotOpen, std::move(sentence));
 }
 
 // Returns: the name of the schema, or an error when this is no IFC.
@@ -111,41 +114,54 @@ ReadResult ReadText(std::string_view text, const ReadOptions& options) {
 
 ReadResult ReadIfcBytes(std::span<const std::byte> bytes, const ReadOptions& options) {
     if (bytes.size() > kMaxFileBytes) {
-        return Failed(DiagnosticCode::FileTooLarge, "The model is larger than four gigabytes.");
+        ReadResult result;
+        result.error = ErrorOf(DiagnosticCode::FileTooLarge, "The model is larger than four gigabytes.");
+        return result;
     }
     return ReadText({reinterpret_cast<const char*>(bytes.data()), bytes.size()}, options);
 }
 
-ReadResult ReadIfcFile(const std::filesystem::path& path, const ReadOptions& options) {
+LoadResult LoadIfcFile(const std::filesystem::path& path) {
     // The text is copied, not mapped: a file that another program cuts short must not end this one.
     std::error_code error;
     const std::filesystem::file_status status = std::filesystem::status(path, error);
     if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) {
         // Not even opened: a pipe that nobody writes to would be waited for.
-        return Failed(DiagnosticCode::CannotOpen, "This is no file but a folder, a pipe or a device.");
+        return {{}, CannotOpen("This is no file but a folder, a pipe or a device.")};
     }
     std::ifstream stream(path, std::ios::binary);
     if (!stream) {
-        return Failed(DiagnosticCode::CannotOpen, "The file does not exist or cannot be opened for reading.");
+        return {{}, CannotOpen("The file does not exist or cannot be opened for reading.")};
     }
     const std::uintmax_t size = std::filesystem::file_size(path, error);
     if (error) {
-        return Failed(DiagnosticCode::CannotOpen, "The size of the file cannot be read.");
+        return {{}, CannotOpen("The size of the file cannot be read.")};
     }
     if (size > kMaxFileBytes) {
-        return Failed(DiagnosticCode::FileTooLarge, "The file is larger than four gigabytes.");
+        return {{}, ErrorOf(DiagnosticCode::FileTooLarge, "The file is larger than four gigabytes.")};
     }
-    const auto text = std::make_unique_for_overwrite<char[]>(static_cast<std::size_t>(size));
+    auto text = std::make_unique_for_overwrite<char[]>(static_cast<std::size_t>(size));
+    AdviseLargePages(text.get(), static_cast<std::size_t>(size));
     stream.read(text.get(), static_cast<std::streamsize>(size));
     const auto got = static_cast<std::size_t>(stream.gcount());
     if (stream.bad()) {
-        return Failed(DiagnosticCode::CannotOpen, "Reading the file failed.");
+        return {{}, CannotOpen("Reading the file failed.")};
+    }
+    return {FileContent(std::move(text), got), {}};
+}
+
+ReadResult ReadIfcFile(const std::filesystem::path& path, const ReadOptions& options) {
+    const LoadResult loaded = LoadIfcFile(path);
+    if (!loaded.Ok()) {
+        ReadResult result;
+        result.error = loaded.error;
+        return result;
     }
     ReadOptions named = options;
     if (named.sourceName.empty()) {
         named.sourceName = path.filename().string();
     }
-    return ReadText({text.get(), got}, named);
+    return ReadText(loaded.content->Text(), named);
 }
 
 std::string DiagnosticText(std::string_view sourceName, const Diagnostic& diagnostic) {

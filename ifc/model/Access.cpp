@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "ifc/model/Access.h"
 
+#include <algorithm>
+
 namespace norvex::ifc {
 
 Access::Access(const part21::ExchangeFile& exchange) : file_(&exchange) {
@@ -11,20 +13,32 @@ Access::Access(const part21::ExchangeFile& exchange) : file_(&exchange) {
 }
 
 void Access::Remember(const part21::Value& value, std::uint32_t id) const {
+    // The text of a reference begins behind its '#'.
+    Remember({static_cast<std::size_t>(value.text.data() - file_->Text().data()) - 1, id});
+}
+
+void Access::Remember(const Dangling& dangling) const {
     if (dangling_.size() >= kMostDangling) {
         danglingLimitReached_ = true;
         return;
     }
-    // The text of a reference begins behind its '#'.
-    dangling_.emplace(static_cast<std::size_t>(value.text.data() - file_->Text().data()) - 1, id);
+    if (danglingOffsets_.insert(dangling.offset).second) {
+        dangling_.push_back(dangling);
+    }
+}
+
+void Access::Absorb(const Access& other) const {
+    for (const Dangling& dangling : other.dangling_) {
+        Remember(dangling);
+    }
+    danglingLimitReached_ = danglingLimitReached_ || other.danglingLimitReached_;
 }
 
 std::vector<Access::Dangling> Access::TakeDangling() const {
     std::vector<Dangling> taken;
-    for (const auto& [offset, id] : dangling_) {
-        taken.push_back({offset, id});
-    }
-    dangling_.clear();
+    taken.swap(dangling_);
+    danglingOffsets_.clear();
+    std::sort(taken.begin(), taken.end(), [](const Dangling& a, const Dangling& b) { return a.offset < b.offset; });
     return taken;
 }
 

@@ -6,12 +6,13 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <map>
+#include <unordered_set>
 #include <vector>
 
 namespace norvex::ifc {
 
-// An exchange file together with what is known of its classes, so that an instance's class is one look-up.
+// An exchange file together with what is known of its classes, so that an instance's class is one look-up. Not
+// thread-safe, because it remembers; threads that read the same file have one each.
 class Access {
   public:
     explicit Access(const part21::ExchangeFile& exchange);
@@ -82,6 +83,8 @@ class Access {
         }
         return index;
     }
+    // Remembers what another one of the same file does, as if it had been followed here just now.
+    void Absorb(const Access& other) const;
     // Returns: the dangling references that were followed, each once, in file order; forgets them.
     std::vector<Dangling> TakeDangling() const;
     bool DanglingLimitReached() const { return danglingLimitReached_; }
@@ -97,10 +100,12 @@ class Access {
     static constexpr std::size_t kMostDangling = 10'000;
 
     void Remember(const part21::Value& value, std::uint32_t id) const;
+    void Remember(const Dangling& dangling) const;
 
     const part21::ExchangeFile* file_;
     std::vector<const ClassInfo*> infos_;
-    mutable std::map<std::size_t, std::uint32_t> dangling_;
+    mutable std::vector<Dangling> dangling_;  // in the order in which they were followed
+    mutable std::unordered_set<std::size_t> danglingOffsets_;
     mutable bool danglingLimitReached_ = false;
 };
 

@@ -118,8 +118,11 @@ Census TakeCensus(const Access& access) {
             }
         }
     }
-    std::sort(census.elements.begin(), census.elements.end(),
-              [&](std::uint32_t a, std::uint32_t b) { return file.Id(a) < file.Id(b); });
+    const auto byNumber = [&](std::uint32_t a, std::uint32_t b) { return file.Id(a) < file.Id(b); };
+    // Most exporters write instances in the order of their numbers.
+    if (!std::is_sorted(census.elements.begin(), census.elements.end(), byNumber)) {
+        std::sort(census.elements.begin(), census.elements.end(), byNumber);
+    }
     return census;
 }
 

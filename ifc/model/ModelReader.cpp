@@ -1,18 +1,21 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "ifc/model/ModelReader.h"
 
+#include "ifc/LargePages.h"
 #include "ifc/part21/CharClass.h"
+#include "ifc/part21/Text.h"
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <charconv>
 #include <cmath>
 #include <functional>
+#include <future>
 #include <numeric>
 #include <optional>
 #include <set>
 #include <string>
-#include <unordered_set>
 
 namespace norvex::ifc {
 
@@ -48,6 +51,14 @@ void ForEach(const Access& access, const Value& value, Visit visit) {
             visit(index);
         }
     }
+}
+
+// Returns: the two sides of a relation, which stand behind what every root has.
+std::pair<Value, Value> BothSides(const Access& access, std::uint32_t relation) {
+    ValueCursor arguments = access.Arguments(relation);
+    arguments.Skip(4);
+    const Value first = arguments.Next();
+    return {first, arguments.Next()};
 }
 
 bool SaysNothing(std::string_view predefinedType) {
@@ -101,6 +112,26 @@ double WidthOfPipe(const Box& box) {
     return sides[1] - sides[0] <= kRoundness * sides[1] && sides[1] < sides[2] ? sides[1] : 0.0;
 }
 
+// Looks each up in a table of their indices with open addressing.
+bool HasRepeatedGlobalId(const std::vector<Element>& elements) {
+    std::vector<std::uint32_t> table(std::bit_ceil(2 * elements.size() + 1), kNoIndex);
+    const std::size_t mask = table.size() - 1;
+    for (std::uint32_t i = 0; i < elements.size(); ++i) {
+        const std::string_view id = elements[i].globalId;
+        if (id.empty()) {
+            continue;
+        }
+        std::size_t slot = std::hash<std::string_view>{}(id)&mask;
+        for (; table[slot] != kNoIndex; slot = (slot + 1) & mask) {
+            if (elements[table[slot]].globalId == id) {
+                return true;
+            }
+        }
+        table[slot] = i;
+    }
+    return false;
+}
+
 // Names such as "Light:150W:150W:572305" end in a number of their own.
 std::string_view WithoutNumber(std::string_view name) {
     const std::size_t colon = name.rfind(':');
@@ -132,10 +163,19 @@ NetworkInput ModelReader::Read() {
         model_.projectGlobalId = access_.Argument(census_.project, 0).Text();
         model_.projectName = access_.Argument(census_.project, 2).Text();
     }
-    slot_.assign(file_.InstanceCount(), kNoIndex);
+    AssignInLargePages(slot_, file_.InstanceCount(), kNoIndex);
     ReadStoreys();
     ReadElements();
     ReadTypes();
+    // Shapes take about as long as all that follows the types, and neither needs the other: they write different
+    // members of the elements, and to logs of their own, which are put together in the order of reading one after the
+    // other.
+    const Access shapesAccess(file_);
+    DiagnosticLog shapesLog = log_.Another();
+    std::future<void> shapes = std::async(std::launch::async | std::launch::deferred, [&] {
+        ReadShapes(shapesAccess, shapesLog);
+        MarkRepeatedGlobalIds(shapesLog);
+    });
     ReadStructure();
     PlaceOnStoreys();
     std::vector<std::uint32_t>().swap(parent_);
@@ -145,10 +185,11 @@ NetworkInput ModelReader::Read() {
     ReadProperties();
     ReadDiameters();
     std::vector<std::uint32_t>().swap(slot_);
-    ReadShapes();
+    shapes.get();
+    access_.Absorb(shapesAccess);
+    log_.Absorb(std::move(shapesLog));
     Categorise();
     CountElements();
-    MarkRepeatedGlobalIds();
     return std::move(input_);
 }
 
@@ -156,7 +197,14 @@ std::string_view ModelReader::Text(const Value& value) {
     if (value.kind != ValueKind::String || value.text.empty()) {
         return "";
     }
-    return model_.texts.Intern(value.Text());
+    if (part21::IsPlainText(value.text)) {
+        return model_.texts.Intern(value.text);
+    }
+    Decoded& decoded = decoded_[std::hash<std::string_view>{}(value.text) % decoded_.size()];
+    if (decoded.encoded != value.text) {
+        decoded = {std::string(value.text), model_.texts.Intern(value.Text())};
+    }
+    return decoded.text;
 }
 
 void ModelReader::ReadStoreys() {
@@ -197,8 +245,8 @@ void ModelReader::ReadStoreys() {
 }
 
 void ModelReader::ReadElements() {
-    model_.elements.reserve(census_.elements.size());
-    drafts_.reserve(census_.elements.size());
+    ReserveInLargePages(model_.elements, census_.elements.size());
+    ReserveInLargePages(drafts_, census_.elements.size());
     for (const std::uint32_t instance : access_.InTurn(census_.elements)) {
         const ClassInfo& info = access_.Info(instance);
         Element element;
@@ -210,7 +258,8 @@ void ModelReader::ReadElements() {
         ValueCursor arguments = access_.Arguments(instance);
         const Value globalId = arguments.Next();
         if (globalId.kind == ValueKind::String) {
-            element.globalId = model_.texts.Keep(globalId.Text());
+            element.globalId = part21::IsPlainText(globalId.text) ? model_.texts.Keep(globalId.text)
+                                                                  : model_.texts.Keep(globalId.Text());
         }
         arguments.Skip(1);
         element.name = Text(arguments.Next());
@@ -219,7 +268,8 @@ void ModelReader::ReadElements() {
         draft.placement = access_.Follow(arguments.Next());
         draft.definition = access_.Follow(arguments.Next());
         arguments.Skip(1);
-        draft.predefinedType = arguments.Next().Word();
+        // A copy of its own: the file's text is far away by the time the categories are looked up.
+        draft.predefinedType = model_.texts.Intern(arguments.Next().Word());
         slot_[instance] = static_cast<std::uint32_t>(model_.elements.size());
         model_.elements.push_back(element);
         drafts_.push_back(draft);
@@ -271,24 +321,25 @@ void ModelReader::ReadTypes() {
 // Notes for every part what it is a part of. Containment in the spatial structure counts before assemblies, those
 // before nesting, and a mere reference last.
 void ModelReader::ReadStructure() {
-    parent_.assign(file_.InstanceCount(), kNoInstance);
-    const auto note = [&](const std::vector<std::uint32_t>& relations, std::size_t parts, std::size_t whole) {
+    AssignInLargePages(parent_, file_.InstanceCount(), kNoInstance);
+    const auto note = [&](const std::vector<std::uint32_t>& relations, bool wholeFirst) {
         for (const std::uint32_t relation : access_.InTurn(relations)) {
-            const std::uint32_t container = access_.Follow(access_.Argument(relation, whole));
+            const auto [first, second] = BothSides(access_, relation);
+            const std::uint32_t container = access_.Follow(wholeFirst ? first : second);
             if (container == kNoInstance) {
                 continue;
             }
-            ForEach(access_, access_.Argument(relation, parts), [&](std::uint32_t part) {
+            ForEach(access_, wholeFirst ? second : first, [&](std::uint32_t part) {
                 if (parent_[part] == kNoInstance && part != container) {
                     parent_[part] = container;
                 }
             });
         }
     };
-    note(census_.contained, 4, 5);
-    note(census_.aggregates, 5, 4);
-    note(census_.nests, 5, 4);
-    note(census_.referenced, 4, 5);
+    note(census_.contained, false);
+    note(census_.aggregates, true);
+    note(census_.nests, true);
+    note(census_.referenced, false);
 }
 
 void ModelReader::PlaceOnStoreys() {
@@ -364,13 +415,14 @@ void ModelReader::ReadSystems() {
         const bool isCircuit = access_.RoleOf(instance) == Role::Circuit;
         ++(isCircuit ? model_.counts.circuits : model_.counts.systems);
 
-        std::string_view specialty = categories_.OfSystemType(predefined);
+        const std::string_view byType = categories_.OfSystemType(predefined);
+        std::string_view specialty = byType;
         specialty = specialty.empty() ? categories_.OfSystemName(system.name) : specialty;
         specialty = specialty.empty() ? categories_.OfSystemName(objectType) : specialty;
-        if (system.className == "IfcElectricalCircuit" && categories_.OfSystemType(predefined).empty()) {
+        if (system.className == "IfcElectricalCircuit" && byType.empty()) {
             specialty = categories_.OfSystemType("ELECTRICAL");
         }
-        systemSpecialties_.push_back(specialty);
+        systemSpecialties_.push_back({byType, specialty});
     }
     std::vector<std::pair<std::uint32_t, std::uint32_t>> members;  // element, system
     for (const std::uint32_t relation : access_.InTurn(census_.toGroup)) {
@@ -429,8 +481,8 @@ void ModelReader::OwnPort(std::uint32_t port, std::uint32_t element, std::size_t
 void ModelReader::ReadPorts() {
     model_.counts.ports = static_cast<std::uint32_t>(census_.ports.size());
     model_.counts.portsToElement = static_cast<std::uint32_t>(census_.portToElement.size());
-    input_.ports.reserve(census_.ports.size());
-    input_.stated.reserve(census_.connectsPorts.size());
+    ReserveInLargePages(input_.ports, census_.ports.size());
+    ReserveInLargePages(input_.stated, census_.connectsPorts.size());
     for (const std::uint32_t instance : access_.InTurn(census_.ports)) {
         slot_[instance] = static_cast<std::uint32_t>(input_.ports.size());
         input_.ports.push_back({file_.Id(instance), kNoIndex, {}, false});
@@ -442,8 +494,9 @@ void ModelReader::ReadPorts() {
         OwnPort(port, access_.Follow(arguments.Next()), file_.Offset(relation));
     }
     for (const std::uint32_t relation : access_.InTurn(census_.nests)) {
-        const std::uint32_t owner = access_.Follow(access_.Argument(relation, 4));
-        ForEach(access_, access_.Argument(relation, 5), [&](std::uint32_t part) {
+        const auto [whole, parts] = BothSides(access_, relation);
+        const std::uint32_t owner = access_.Follow(whole);
+        ForEach(access_, parts, [&](std::uint32_t part) {
             if (access_.RoleOf(part) == Role::Port) {
                 OwnPort(part, owner, file_.Offset(relation));
             }
@@ -622,8 +675,9 @@ void ModelReader::ReadDiameters() {
     }
 }
 
-void ModelReader::ReadShapes() {
-    ShapeReader shapes(access_, placements_, log_);
+void ModelReader::ReadShapes(const Access& access, DiagnosticLog& log) {
+    Placements placements(access, units_, log);
+    ShapeReader shapes(access, placements, log);
     const std::size_t count = model_.elements.size();
     input_.bodies.resize(count);
     input_.origins.resize(count);
@@ -633,7 +687,7 @@ void ModelReader::ReadShapes() {
         Element& element = model_.elements[i];
         std::optional<Transform> frame;
         if (drafts_[i].placement != kNoInstance) {
-            frame = placements_.World(drafts_[i].placement);
+            frame = placements.World(drafts_[i].placement);
         }
         if (!frame) {
             continue;
@@ -655,7 +709,7 @@ void ModelReader::ReadShapes() {
             input_.radii[i] = shape.run.radius;
             const TypeInfo* type = drafts_[i].type == kNoIndex ? nullptr : &types_[drafts_[i].type];
             const bool isPipe =
-                access_.Info(drafts_[i].instance).key == "PipeSegment" ||
+                access.Info(drafts_[i].instance).key == "PipeSegment" ||
                 (type != nullptr && type->elementClass != nullptr && type->elementClass->key == "PipeSegment");
             const bool byBox = shape.run.radius <= 0.0 && isPipe;
             element.outerDiameter = byBox ? WidthOfPipe(shape.box) : 2.0 * shape.run.radius;
@@ -678,21 +732,32 @@ NamedCategory ModelReader::NamedAs(std::string_view name) {
     return place->second;
 }
 
+// Thousands of elements have the same class and type.
+CategoryPath ModelReader::OfClass(std::string_view key, std::string_view predefinedType) {
+    const auto [place, isNew] = ofClass_.try_emplace({key.data(), key.size(), predefinedType});
+    if (isNew) {
+        place->second = categories_.OfClass(key, predefinedType);
+    }
+    return place->second;
+}
+
 std::string_view ModelReader::SystemSpecialty(std::uint32_t element) {
     const Element& one = model_.elements[element];
     for (std::uint32_t i = 0; i < one.systemCount; ++i) {
-        const System& system = model_.systems[model_.systemsOfElements[one.firstSystem + i]];
-        const std::string_view specialty = categories_.OfSystemType(system.predefinedType);
+        const std::string_view specialty = systemSpecialties_[model_.systemsOfElements[one.firstSystem + i]].byType;
         if (!specialty.empty()) {
             return specialty;
         }
     }
-    const std::string_view byPort = categories_.OfSystemType(drafts_[element].portSystemType);
-    if (!byPort.empty()) {
-        return byPort;
+    if (!drafts_[element].portSystemType.empty()) {
+        const std::string_view byPort = categories_.OfSystemType(drafts_[element].portSystemType);
+        if (!byPort.empty()) {
+            return byPort;
+        }
     }
     for (std::uint32_t i = 0; i < one.systemCount; ++i) {
-        const std::string_view specialty = systemSpecialties_[model_.systemsOfElements[one.firstSystem + i]];
+        const std::string_view specialty =
+            systemSpecialties_[model_.systemsOfElements[one.firstSystem + i]].byTypeOrName;
         if (!specialty.empty()) {
             return specialty;
         }
@@ -718,7 +783,7 @@ void ModelReader::CategoriseOne(std::uint32_t index) {
     if (type != nullptr && type->elementClass != nullptr && IsGeneric(key)) {
         key = type->elementClass->key;
     }
-    CategoryPath path = categories_.OfClass(key, predefined);
+    CategoryPath path = OfClass(key, predefined);
     NamedCategory named;
     if (SaysNothing(predefined)) {
         for (const std::string_view name : {element.typeName, draft.objectType, WithoutNumber(element.name)}) {
@@ -799,14 +864,9 @@ void ModelReader::CountElements() {
     counts.otherProducts = census_.otherProducts;
 }
 
-void ModelReader::MarkRepeatedGlobalIds() {
+void ModelReader::MarkRepeatedGlobalIds(DiagnosticLog& log) {
     // Hardly any model has one, and looking for it takes a tenth of the sort that tells which.
-    std::unordered_set<std::string_view> known;
-    known.reserve(model_.elements.size());
-    const bool repeated = std::any_of(model_.elements.begin(), model_.elements.end(), [&](const Element& element) {
-        return !element.globalId.empty() && !known.insert(element.globalId).second;
-    });
-    if (!repeated) {
+    if (!HasRepeatedGlobalId(model_.elements)) {
         return;
     }
     std::vector<std::uint32_t> order(model_.elements.size());
@@ -819,13 +879,13 @@ void ModelReader::MarkRepeatedGlobalIds() {
         }
         model_.elements[order[i]].globalIdRepeats = true;
         model_.elements[order[i - 1]].globalIdRepeats = true;
-        if (!log_.Keeps(DiagnosticCode::RepeatedGlobalId)) {
-            log_.Count(Severity::Warning);
+        if (!log.Keeps(DiagnosticCode::RepeatedGlobalId)) {
+            log.Count(Severity::Warning);
             continue;
         }
-        log_.Add(Severity::Warning, DiagnosticCode::RepeatedGlobalId, file_.Offset(drafts_[order[i]].instance),
-                 "The GlobalId " + std::string(key(order[i])) + " of #" + std::to_string(model_.elements[order[i]].id) +
-                     " is also that of #" + std::to_string(model_.elements[order[i - 1]].id) + ".");
+        log.Add(Severity::Warning, DiagnosticCode::RepeatedGlobalId, file_.Offset(drafts_[order[i]].instance),
+                "The GlobalId " + std::string(key(order[i])) + " of #" + std::to_string(model_.elements[order[i]].id) +
+                    " is also that of #" + std::to_string(model_.elements[order[i - 1]].id) + ".");
     }
 }
 

@@ -9,8 +9,12 @@
 #include "ifc/network/Network.h"
 #include "ifc/part21/DiagnosticLog.h"
 
+#include <cstddef>
 #include <cstdint>
+#include <map>
+#include <string>
 #include <string_view>
+#include <tuple>
 #include <unordered_map>
 #include <vector>
 
@@ -22,7 +26,8 @@ class ModelReader {
   public:
     ModelReader(const Access& access, const CategoryTable& categories, BuildingModel& model, DiagnosticLog& log);
 
-    // Returns: ports, bodies and stated connections for BuildNetwork().
+    // Returns: ports, bodies and stated connections for BuildNetwork(). Reads shapes in a second thread where one can
+    // be had; what comes out is the same without.
     NetworkInput Read();
 
   private:
@@ -59,14 +64,15 @@ class ModelReader {
     void AddConnectionType(Element& element, std::string_view type);
     std::string_view ConnectionTypeInSet(std::uint32_t propertySet);
     double DiameterInSet(std::uint32_t propertySet) const;
-    void ReadShapes();
+    void ReadShapes(const Access& access, DiagnosticLog& log);
     void Categorise();
     void CategoriseOne(std::uint32_t element);
     NamedCategory NamedAs(std::string_view name);
+    CategoryPath OfClass(std::string_view key, std::string_view predefinedType);
     std::string_view SystemSpecialty(std::uint32_t element);
     std::string_view DetailName(std::uint32_t element);
     void CountElements();
-    void MarkRepeatedGlobalIds();
+    void MarkRepeatedGlobalIds(DiagnosticLog& log);
     std::string_view Text(const part21::Value& value);
 
     const Access& access_;
@@ -85,7 +91,19 @@ class ModelReader {
     std::vector<std::uint32_t> parent_;
     std::unordered_map<std::uint32_t, std::uint32_t> typeSlots_;
     std::unordered_map<std::string_view, NamedCategory> namedAs_;
-    std::vector<std::string_view> systemSpecialties_;
+    // By where the key of the class stands, and the predefined type.
+    std::map<std::tuple<const char*, std::size_t, std::string_view>, CategoryPath> ofClass_;
+    // The texts with escapes that were decoded last: many elements have the same name.
+    struct Decoded {
+        std::string encoded;
+        std::string_view text;
+    };
+    std::vector<Decoded> decoded_ = std::vector<Decoded>(256);
+    struct SystemSpecialties {
+        std::string_view byType;  // as its predefined type says; empty when that says nothing
+        std::string_view byTypeOrName;
+    };
+    std::vector<SystemSpecialties> systemSpecialties_;  // by system
 };
 
 }  // namespace norvex::ifc

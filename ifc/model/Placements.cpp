@@ -111,8 +111,10 @@ std::optional<Point> Placements::Direction(std::uint32_t index) const {
     if (index == part21::kNoInstance) {
         return std::nullopt;
     }
-    const std::optional<Point> given = Coordinates(access_.Arguments(index).Next());
-    return given ? Normalised(*given) : std::nullopt;
+    return directions_.Get(index, [&]() -> std::optional<Point> {
+        const std::optional<Point> given = Coordinates(access_.Arguments(index).Next());
+        return given ? Normalised(*given) : std::nullopt;
+    });
 }
 
 std::optional<Transform> Placements::Axis2(std::uint32_t index) const {
@@ -120,6 +122,12 @@ std::optional<Transform> Placements::Axis2(std::uint32_t index) const {
     if (shape != Shape::Axis2Placement3D && shape != Shape::Axis2Placement2D) {
         return std::nullopt;
     }
+    return frames_.Get(index, [&] { return ReadAxis2(index); });
+}
+
+// Requires: an IfcAxis2Placement2D or 3D.
+std::optional<Transform> Placements::ReadAxis2(std::uint32_t index) const {
+    const Shape shape = access_.ShapeOf(index);
     ValueCursor arguments = access_.Arguments(index);
     const std::optional<Point> origin = PointAt(access_.Follow(arguments.Next()));
     if (!origin) {
@@ -212,6 +220,12 @@ std::optional<Transform> Placements::Operator(std::uint32_t index) const {
     if (shape != Shape::Transformation && shape != Shape::TransformationNonUniform) {
         return std::nullopt;
     }
+    return operators_.Get(index, [&] { return ReadOperator(index); });
+}
+
+// Requires: an IfcCartesianTransformationOperator.
+std::optional<Transform> Placements::ReadOperator(std::uint32_t index) const {
+    const Shape shape = access_.ShapeOf(index);
     // Axis1, Axis2, LocalOrigin, Scale, Axis3, Scale2, Scale3.
     ValueCursor arguments = access_.Arguments(index);
     const std::optional<Point> x = Direction(access_.Follow(arguments.Next()));

@@ -11,8 +11,8 @@
 
 namespace norvex::ifc {
 
-// Reads points, directions and placements in millimetres. Keeps the placements it met last, since the elements of a
-// storey share theirs. Not thread-safe.
+// Reads points, directions and placements in millimetres. Keeps what it met last, since the elements of a storey share
+// their parent, and exporters let whole models share a few directions and local frames. Not thread-safe.
 class Placements {
   public:
     Placements(const Access& access, const Units& units, DiagnosticLog& log);
@@ -38,17 +38,48 @@ class Placements {
         std::uint32_t index = part21::kNoInstance;
         Transform frame;
     };
+    // The few of a kind that were read last, by their index. What could not be read is not kept.
+    template <typename What>
+    class Recent {
+      public:
+        // Returns: what `read` gives, or gave when it was asked for this index before.
+        template <typename Read>
+        std::optional<What> Get(std::uint32_t index, Read read) {
+            Slot& slot = slots_[index % kSlots];
+            if (slot.index == index) {
+                return slot.what;
+            }
+            const std::optional<What> what = read();
+            if (what) {
+                slot = {index, *what};
+            }
+            return what;
+        }
+
+      private:
+        static constexpr std::size_t kSlots = 256;  // a power of two
+        struct Slot {
+            std::uint32_t index = part21::kNoInstance;
+            What what;
+        };
+        std::vector<Slot> slots_ = std::vector<Slot>(kSlots);
+    };
     struct Step {
         Transform frame;
         std::uint32_t parent = part21::kNoInstance;
         bool hasParent = false;
     };
     std::optional<Step> ReadStep(std::uint32_t index) const;
+    std::optional<Transform> ReadAxis2(std::uint32_t index) const;
+    std::optional<Transform> ReadOperator(std::uint32_t index) const;
 
     const Access& access_;
     Units units_;
     DiagnosticLog& log_;
     std::vector<Cached> cache_;
+    mutable Recent<Point> directions_;
+    mutable Recent<Transform> frames_;
+    mutable Recent<Transform> operators_;
     std::vector<Cached> chain_;  // of the placement being read: from it to its outermost, with relative frames
 };
 

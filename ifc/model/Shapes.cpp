@@ -73,8 +73,10 @@ ElementShape ShapeReader::Read(std::uint32_t definition, const Transform& frame,
     if (definition == kNoInstance) {
         return shape;
     }
-    Local body;
-    Local box;
+    Local& body = body_;
+    Local& box = box_;
+    body.Clear();
+    box.Clear();
     // IfcProductRepresentation: Name, Description, Representations.
     ValueCursor representations = Members(access_.Argument(definition, 2));
     for (Value one = representations.Next(); one.kind != ValueKind::Missing; one = representations.Next()) {
@@ -114,7 +116,7 @@ ElementShape ShapeReader::Read(std::uint32_t definition, const Transform& frame,
         shape.body.partCount = 0;
     }
     if (wantRun) {
-        Run run = BestRun(Chained(body.runs));
+        Run run = BestRun(body.runs.size() > 1 ? Chained(body.runs) : body.runs);
         if (run.evidence == EndEvidence::None && !whole.IsEmpty()) {
             const Point size = whole.high - whole.low;
             const double longest = std::max({size.x, size.y, size.z});

@@ -53,6 +53,15 @@ class ShapeReader {
         std::uint32_t onlyMap = part21::kNoInstance;  // set while a single mapped item is all there is
         Transform onlyFrame;
         std::size_t items = 0;
+
+        // Keeps the memory.
+        void Clear() {
+            parts.clear();
+            runs.clear();
+            onlyMap = part21::kNoInstance;
+            onlyFrame = Transform();
+            items = 0;
+        }
     };
     struct Profile {
         Point low;  // of the box around it, z unused
@@ -94,6 +103,9 @@ class ShapeReader {
     std::vector<Box> parts_;
     std::unordered_map<std::uint32_t, Mapped> maps_;
     std::vector<Point> points_;
+    // Of the element being read: from its body, and from the box that some files give beside it.
+    Local body_;
+    Local box_;
     std::uint64_t budget_;
 };
 

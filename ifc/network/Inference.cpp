@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "ifc/network/Inference.h"
 
+#include "ifc/LargePages.h"
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -59,6 +61,7 @@ class Inference {
     }
 
     void CollectPoints() {
+        ReserveInLargePages(places_, 2 * model_.elements.size() + input_.ports.size());
         for (std::uint32_t i = 0; i < model_.elements.size(); ++i) {
             const Element& element = model_.elements[i];
             if (element.kind == ElementKind::Segment && element.ends != EndEvidence::None) {

@@ -1,10 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "ifc/network/Joints.h"
 
+#include "ifc/LargePages.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <limits>
+#include <numeric>
 
 namespace norvex::ifc {
 
@@ -124,6 +127,17 @@ void Joints::PlaceSegment(std::uint32_t index) {
 // Some exporters let a bend own the pipe before it: one of its ports lies at the bend before. Taken at its word that
 // would draw both bends, and with them the whole line, into one point.
 void Joints::MarkRemotePorts() {
+    std::optional<SpatialHash> ends;
+    for (std::uint32_t port = 0; port < input_.ports.size(); ++port) {
+        const NetworkPort& one = input_.ports[port];
+        if (one.element != kNoIndex && one.placed && IsHub(model_.elements[one.element].kind)) {
+            remote_[port] = LiesAway(port, ends);
+        }
+    }
+}
+
+// All ends of segments by place.
+SpatialHash Joints::HashEnds() const {
     SpatialHash ends(kAxisReach);
     for (std::uint32_t i = 0; i < model_.elements.size(); ++i) {
         const Element& element = model_.elements[i];
@@ -133,15 +147,11 @@ void Joints::MarkRemotePorts() {
         }
     }
     ends.Build();
-    for (std::uint32_t port = 0; port < input_.ports.size(); ++port) {
-        const NetworkPort& one = input_.ports[port];
-        if (one.element != kNoIndex && one.placed && IsHub(model_.elements[one.element].kind)) {
-            remote_[port] = LiesAway(port, ends);
-        }
-    }
+    return ends;
 }
 
-bool Joints::LiesAway(std::uint32_t port, const SpatialHash& ends) const {
+// `ends` is filled when they are needed: bodies answer for the ports of most models.
+bool Joints::LiesAway(std::uint32_t port, std::optional<SpatialHash>& ends) const {
     const Point at = input_.ports[port].position;
     const std::uint32_t element = input_.ports[port].element;
     if (!input_.hasOrigin[element]) {
@@ -155,11 +165,14 @@ bool Joints::LiesAway(std::uint32_t port, const SpatialHash& ends) const {
     if (hasBody && away > kAxisReach) {
         return true;
     }
+    if (!ends) {
+        ends = HashEnds();
+    }
     // Is there a pipe from the port to the fitting's own place?
     const Point home = model_.elements[element].position;
     bool between = false;
     std::size_t looked = 0;
-    ends.Around(at, kAxisReach, [&](std::uint32_t end) {
+    ends->Around(at, kAxisReach, [&](std::uint32_t end) {
         const Element& segment = model_.elements[end / 2];
         const Point near = (end & 1) != 0 ? segment.end : segment.start;
         const Point far = (end & 1) != 0 ? segment.start : segment.end;
@@ -171,6 +184,7 @@ bool Joints::LiesAway(std::uint32_t port, const SpatialHash& ends) const {
 }
 
 void Joints::MakeNodes() {
+    ReserveInLargePages(nodes_, 2 * model_.elements.size() + input_.ports.size());
     firstNode_.assign(model_.elements.size(), kNoIndex);
     portNode_.assign(input_.ports.size(), kNoIndex);
     const auto add = [&](const Node& node) {
@@ -266,7 +280,7 @@ Point Joints::EndDirection(std::uint32_t segment, ElementEnd end) const {
 
 // Where the axes that meet come closest to each other, so that a pipe is made longer or shorter and not tilted. Where
 // they leave the point free (one pipe, or pipes in line) it is in the middle of what meets.
-Point Joints::JunctionPoint(const std::vector<std::uint32_t>& nodes) const {
+Point Joints::JunctionPoint(std::span<const std::uint32_t> nodes) const {
     Point middle;
     double count = 0.0;
     for (const bool hubs : {false, true}) {
@@ -312,7 +326,8 @@ Point Joints::JunctionPoint(const std::vector<std::uint32_t>& nodes) const {
 }
 
 void Joints::Settle() {
-    std::vector<std::vector<std::uint32_t>> members;
+    // How many nodes there are in each set; then where its nodes end among all, set by set.
+    std::vector<std::uint32_t> ends;
     std::vector<std::uint32_t> slotOfRoot(nodes_.size(), kNoIndex);
     std::vector<std::uint32_t> slotOfNode(nodes_.size(), kNoIndex);
     for (std::uint32_t node = 0; node < nodes_.size(); ++node) {
@@ -321,19 +336,26 @@ void Joints::Settle() {
         }
         const std::uint32_t root = sets_.Find(node);
         if (slotOfRoot[root] == kNoIndex) {
-            slotOfRoot[root] = static_cast<std::uint32_t>(members.size());
-            members.emplace_back();
+            slotOfRoot[root] = static_cast<std::uint32_t>(ends.size());
+            ends.push_back(0);
         }
         slotOfNode[node] = slotOfRoot[root];
-        members[slotOfRoot[root]].push_back(node);
+        ++ends[slotOfNode[node]];
     }
-    std::vector<std::uint32_t> junctionOfSlot(members.size(), kNoIndex);
-    for (std::size_t slot = 0; slot < members.size(); ++slot) {
-        const bool hasPoint = std::any_of(members[slot].begin(), members[slot].end(),
-                                          [&](std::uint32_t node) { return nodes_[node].hasPoint; });
-        if (hasPoint) {
+    std::exclusive_scan(ends.begin(), ends.end(), ends.begin(), 0U);
+    std::vector<std::uint32_t> members(nodes_.size());
+    for (std::uint32_t node = 0; node < nodes_.size(); ++node) {
+        if (slotOfNode[node] != kNoIndex) {
+            members[ends[slotOfNode[node]]++] = node;
+        }
+    }
+    std::vector<std::uint32_t> junctionOfSlot(ends.size(), kNoIndex);
+    for (std::size_t slot = 0; slot < ends.size(); ++slot) {
+        const std::uint32_t first = slot == 0 ? 0 : ends[slot - 1];
+        const auto nodes = std::span(members).subspan(first, ends[slot] - first);
+        if (std::any_of(nodes.begin(), nodes.end(), [&](std::uint32_t node) { return nodes_[node].hasPoint; })) {
             junctionOfSlot[slot] = static_cast<std::uint32_t>(model_.junctions.size());
-            model_.junctions.push_back({JunctionPoint(members[slot])});
+            model_.junctions.push_back({JunctionPoint(nodes)});
         }
     }
     for (std::size_t i = 0; i < model_.connections.size(); ++i) {

@@ -7,6 +7,8 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
+#include <span>
 #include <vector>
 
 namespace norvex::ifc {
@@ -73,10 +75,11 @@ class Joints {
     void GroupPorts();
     void PlaceSegment(std::uint32_t element);
     void MarkRemotePorts();
-    bool LiesAway(std::uint32_t port, const SpatialHash& ends) const;
+    SpatialHash HashEnds() const;
+    bool LiesAway(std::uint32_t port, std::optional<SpatialHash>& ends) const;
     void MakeNodes();
     void SayApart(const StatedConnection& stated, const Connection& connection, DiagnosticLog& log) const;
-    Point JunctionPoint(const std::vector<std::uint32_t>& nodes) const;
+    Point JunctionPoint(std::span<const std::uint32_t> nodes) const;
 
     const NetworkInput& input_;
     BuildingModel& model_;

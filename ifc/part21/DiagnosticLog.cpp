@@ -39,6 +39,18 @@ void DiagnosticLog::AddGeneral(Severity severity, DiagnosticCode code, std::stri
     }
 }
 
+void DiagnosticLog::Absorb(DiagnosticLog&& other) {
+    for (std::size_t i = 0; i < totals_.size(); ++i) {
+        totals_[i] += other.totals_[i];
+    }
+    for (Diagnostic& diagnostic : other.kept_) {
+        if (Keeps(diagnostic.code)) {
+            ++keptByCode_[static_cast<std::size_t>(diagnostic.code)];
+            kept_.push_back(std::move(diagnostic));
+        }
+    }
+}
+
 std::uint32_t DiagnosticLog::LineAt(std::size_t offset) {
     offset = std::min(offset, text_.size());
     if (breaksBefore_.empty()) {

@@ -31,6 +31,12 @@ class DiagnosticLog {
     std::uint64_t Total(Severity severity) const { return totals_[static_cast<std::size_t>(severity)]; }
     std::vector<Diagnostic> Take() { return std::move(kept_); }
 
+    // Returns: a log of the same text and limit that has noticed nothing yet.
+    DiagnosticLog Another() const { return {text_, limit_}; }
+    // Adds what another log of the same text and limit noticed, as if it had been added here just now. So parts that
+    // are read side by side, each with a log of its own, leave behind what reading them in turn would.
+    void Absorb(DiagnosticLog&& other);
+
     // Returns: the 1-based line of a byte.
     std::uint32_t LineAt(std::size_t offset);
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "ifc/part21/ExchangeFile.h"
 
+#include "ifc/LargePages.h"
 #include "ifc/part21/CharClass.h"
 #include "ifc/part21/Scanner.h"
 
@@ -37,7 +38,7 @@ void ExchangeFile::BuildLookup(DiagnosticLog& log) {
 }
 
 void ExchangeFile::BuildDense(std::uint32_t maxId, DiagnosticLog& log) {
-    dense_.assign(std::size_t{maxId} + 1, kNoInstance);
+    AssignInLargePages(dense_, std::size_t{maxId} + 1, kNoInstance);
     for (std::uint32_t index = 0; index < ids_.size(); ++index) {
         std::uint32_t& place = dense_[ids_[index]];
         if (place != kNoInstance) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "ifc/part21/Scanner.h"
 
+#include "ifc/LargePages.h"
 #include "ifc/part21/CharClass.h"
 
 #include <algorithm>
@@ -47,9 +48,9 @@ std::optional<Diagnostic> Scanner::Scan() {
     }
     // A typical instance takes fifty bytes and more. Memory that stays unused is never touched.
     const std::size_t expected = text_.size() / 40 + 16;
-    file_.ids_.reserve(expected);
-    file_.offsets_.reserve(expected);
-    file_.classes_.reserve(expected);
+    ReserveInLargePages(file_.ids_, expected);
+    ReserveInLargePages(file_.offsets_, expected);
+    ReserveInLargePages(file_.classes_, expected);
     GrowClassTable();
     ScanStatements();
     if (!sawEnd_) {

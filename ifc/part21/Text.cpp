@@ -221,6 +221,10 @@ class Decoder {
 
 }  // namespace
 
+bool IsPlainText(std::string_view encoded) {
+    return !HasSpecial(encoded);
+}
+
 std::string DecodeText(std::string_view encoded, bool* bad) {
     if (!HasSpecial(encoded)) {
         return std::string(encoded);

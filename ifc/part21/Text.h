@@ -12,4 +12,7 @@ namespace norvex::ifc::part21 {
 // Returns: valid UTF-8 without NUL; code points that are none become U+FFFD.
 std::string DecodeText(std::string_view encoded, bool* bad = nullptr);
 
+// Returns: whether DecodeText() gives the text as it stands, as it does most GlobalIds and words.
+bool IsPlainText(std::string_view encoded);
+
 }  // namespace norvex::ifc::part21

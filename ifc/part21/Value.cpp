@@ -194,10 +194,47 @@ Value ValueCursor::Next() {
 
 void ValueCursor::Skip(std::size_t count) {
     for (std::size_t i = 0; i < count; ++i) {
-        if (Next().kind == ValueKind::Missing) {
+        if (!SkipPlain() && Next().kind == ValueKind::Missing) {
             return;
         }
     }
+}
+
+// Passes over a $, a *, a reference or a string between commas, which most values are. Returns: whether it was one, and
+// the next value follows; nothing is passed over otherwise.
+bool ValueCursor::SkipPlain() {
+    const char* at = at_;
+    if (!first_) {
+        if (at == end_ || *at != ',') {
+            return false;
+        }
+        ++at;
+    }
+    if (at == end_) {
+        return false;
+    }
+    switch (*at) {
+        case '$':
+        case '*':
+            ++at;
+            break;
+        case '#':
+            do {
+                ++at;
+            } while (at < end_ && IsDigit(*at));
+            break;
+        case '\'':
+            at = PassString(at + 1, end_);
+            break;
+        default:
+            return false;
+    }
+    if (at >= end_ || *at != ',') {
+        return false;
+    }
+    at_ = at;
+    first_ = false;
+    return true;
 }
 
 Value ValueCursor::Scan() {

@@ -73,6 +73,7 @@ class ValueCursor {
 
   private:
     void SkipBlanks();
+    bool SkipPlain();
     Value Scan();
 
     const char* at_ = nullptr;

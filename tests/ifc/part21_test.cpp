@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <random>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -236,6 +237,37 @@ TEST(Part21, StaysLinearOnHostileText) {
         const Read read(std::string(kHead) + data);
         EXPECT_LE(read.said.size(), 100U);
         EXPECT_GT(read.log.Total(Severity::Warning), 0U);
+    }
+}
+
+// Skipping takes a shorter way than reading, to the same place, whatever the text.
+TEST(Values, AreSkippedAsTheyAreRead) {
+    const std::vector<std::string> pieces = {",",      ",", ",",       "$",       "*",
+                                             "#12",    "#", "'it''s'", "'",       "(1,(2,'),'))",
+                                             "(",      ")", "1.5",     ".T.",     "IFCLABEL('x')",
+                                             "\"0F\"", " ", "\n",      "/* , */", "/*",
+                                             ";",      "",  "x",       "+",       "#3x"};
+    std::minstd_rand random(7);
+    for (int round = 0; round < 20'000; ++round) {
+        std::string text;
+        const std::size_t count = random() % 12;
+        for (std::size_t i = 0; i < count; ++i) {
+            text += pieces[random() % pieces.size()];
+        }
+        for (std::size_t skipped = 0; skipped < 8; ++skipped) {
+            ValueCursor read(text);
+            ValueKind last = ValueKind::Null;
+            for (std::size_t i = 0; i < skipped && last != ValueKind::Missing; ++i) {
+                last = read.Next().kind;
+            }
+            ValueCursor passed(text);
+            passed.Skip(skipped);
+            const Value expected = read.Next();
+            const Value value = passed.Next();
+            ASSERT_EQ(value.kind, expected.kind) << text << ", " << skipped << " skipped";
+            ASSERT_EQ(value.text.data(), expected.text.data()) << text << ", " << skipped << " skipped";
+            ASSERT_EQ(value.text.size(), expected.text.size()) << text << ", " << skipped << " skipped";
+        }
     }
 }
 
