@@ -30,7 +30,29 @@ std::string WithoutBackslash(std::string_view text) {
     return clean;
 }
 
-// Draws elements into one database. Many elements share a path or a system; their text is converted once.
+// Several texts of a model as one key. Texts are told apart by where they stand: a model keeps equal ones in one place,
+// and where it does not, one more conversion is all that comes of it.
+template <std::size_t Count>
+struct Texts {
+    std::array<std::string_view, Count> parts;
+
+    friend bool operator==(const Texts& one, const Texts& other) {
+        return std::equal(
+            one.parts.begin(), one.parts.end(), other.parts.begin(),
+            [](std::string_view a, std::string_view b) { return a.data() == b.data() && a.size() == b.size(); });
+    }
+    struct Hash {
+        std::size_t operator()(const Texts& texts) const {
+            std::size_t hash = 0;
+            for (const std::string_view part : texts.parts) {
+                hash = (hash ^ reinterpret_cast<std::uintptr_t>(part.data())) * 0x9E3779B97F4A7C15U + part.size();
+            }
+            return hash ^ (hash >> 32);
+        }
+    };
+};
+
+// Draws elements into one database. Many elements share a path, a system or a class; their text is converted once.
 class Draughtsman {
   public:
     explicit Draughtsman(const BuildingModel& model) : model_(model) {}
@@ -41,23 +63,20 @@ class Draughtsman {
             return nullptr;
         }
         std::unique_ptr<ZrOwEntity> entity = Shape(element);
-        entity->SetAttName(Converted(WithoutBackslash(element.specialty) + '\\' + WithoutBackslash(element.category) +
-                                     '\\' + WithoutBackslash(element.subCategory) + '\\' +
-                                     WithoutBackslash(element.detailName)));
-        std::string code = WithoutBackslash(element.specialty) + '\\';
-        if (element.systemCount > 0) {
-            code += WithoutBackslash(model_.systems[model_.systemsOfElements[element.firstSystem]].name);
-        }
-        entity->SetSysCode(Converted(code));
+        const std::string_view system =
+            element.systemCount > 0 ? model_.systems[model_.systemsOfElements[element.firstSystem]].name : "";
+        entity->SetAttName(
+            Joined(paths_, {{element.specialty, element.category, element.subCategory, element.detailName}}));
+        entity->SetSysCode(Joined(codes_, {{element.specialty, system}}));
         SetText(*entity, kPropertyGlobalId, element.globalId);
         if (element.globalIdRepeats) {
-            entity->SetProperty(kPropertyGlobalIdRepeats, u"1");
+            entity->SetProperty(kPropertyGlobalIdRepeats, yes_);
         }
-        SetText(*entity, kPropertyName, element.name);
-        entity->SetProperty(kPropertyClass, Converted(std::string(element.className)));
-        SetNumber(*entity, kPropertyNominalDiameter, element.nominalDiameter);
-        SetNumber(*entity, kPropertyOuterDiameter, element.outerDiameter);
-        SetText(*entity, kPropertyConnectionType, element.connectionType);
+        SetKnown(*entity, kPropertyName, names_, element.name);
+        entity->SetProperty(kPropertyClass, Joined(classes_, {{element.className}}));
+        SetNumber(*entity, kPropertyNominalDiameter, nominalDiameters_, element.nominalDiameter);
+        SetNumber(*entity, kPropertyOuterDiameter, outerDiameters_, element.outerDiameter);
+        SetKnown(*entity, kPropertyConnectionType, connectionTypes_, element.connectionType);
         return entity;
     }
 
@@ -87,45 +106,76 @@ class Draughtsman {
         }
     }
 
-    static void SetNumber(ZrOwEntity& entity, const CString& name, double number) {
-        if (number > 0.0) {
-            std::array<char, 32> digits{};
-            const auto [end, error] = std::to_chars(digits.data(), digits.data() + digits.size(), number);
-            assert(error == std::errc() && "the shortest form of a double has fewer than 32 characters");
-            SetText(entity, name, std::string_view(digits.data(), end));
+    // The texts that were converted last, by what they were converted from. A model may have as many names as elements,
+    // or a few for all; this costs little with the one and saves much with the other.
+    template <typename Key>
+    class Recent {
+      public:
+        template <typename Convert>
+        const CString& Get(const Key& key, std::size_t hash, Convert convert) {
+            Slot& slot = slots_[hash % kSlots];
+            if (!(slot.key == key)) {
+                slot = {key, convert()};
+            }
+            return slot.text;
+        }
+
+      private:
+        static constexpr std::size_t kSlots = 256;  // a power of two
+        // A slot that was never used holds what its key, a value of zero, is converted to: nothing.
+        struct Slot {
+            Key key{};
+            CString text;
+        };
+        std::vector<Slot> slots_ = std::vector<Slot>(kSlots);
+    };
+
+    static void SetKnown(ZrOwEntity& entity, const CString& name, Recent<Texts<1>>& known, std::string_view utf8) {
+        if (!utf8.empty()) {
+            const Texts<1> key{{utf8}};
+            entity.SetProperty(name,
+                               known.Get(key, Texts<1>::Hash()(key), [utf8] { return norvex::text::FromUtf8(utf8); }));
         }
     }
 
-    const CString& Converted(const std::string& utf8) {
-        const auto [place, isNew] = converted_.try_emplace(utf8);
+    static void SetNumber(ZrOwEntity& entity, const CString& name, Recent<double>& known, double number) {
+        if (number > 0.0) {
+            entity.SetProperty(name, known.Get(number, std::hash<double>()(number), [number] {
+                std::array<char, 32> digits{};
+                const auto [end, error] = std::to_chars(digits.data(), digits.data() + digits.size(), number);
+                assert(error == std::errc() && "the shortest form of a double has fewer than 32 characters");
+                return norvex::text::FromUtf8(std::string_view(digits.data(), end));
+            }));
+        }
+    }
+
+    template <std::size_t Count>
+    using Known = std::unordered_map<Texts<Count>, CString, typename Texts<Count>::Hash>;
+
+    // Returns: the parts with backslashes between them.
+    template <std::size_t Count>
+    static const CString& Joined(Known<Count>& known, const Texts<Count>& texts) {
+        const auto [place, isNew] = known.try_emplace(texts);
         if (isNew) {
-            place->second = norvex::text::FromUtf8(utf8);
+            std::string joined;
+            for (std::size_t i = 0; i < Count; ++i) {
+                joined += (i == 0 ? "" : "\\") + WithoutBackslash(texts.parts[i]);
+            }
+            place->second = norvex::text::FromUtf8(joined);
         }
         return place->second;
     }
 
     const BuildingModel& model_;
-    std::unordered_map<std::string, CString> converted_;
+    const CString yes_ = u"1";
+    Known<4> paths_;
+    Known<2> codes_;
+    Known<1> classes_;
+    Recent<Texts<1>> names_;
+    Recent<Texts<1>> connectionTypes_;
+    Recent<double> nominalDiameters_;
+    Recent<double> outerDiameters_;
 };
-
-// What is joined to each element of a storey that is no segment: pairs of indices, in ascending order. What is joined
-// across storeys lies in another drawing.
-std::vector<std::pair<std::uint32_t, std::uint32_t>> JointsOf(const BuildingModel& model, std::uint32_t storey) {
-    std::vector<std::pair<std::uint32_t, std::uint32_t>> joints;
-    const auto add = [&](std::uint32_t one, std::uint32_t other) {
-        if (model.elements[one].kind != ElementKind::Segment && model.elements[one].storey == storey &&
-            model.elements[other].storey == storey && model.elements[other].placed) {
-            joints.emplace_back(one, other);
-        }
-    };
-    for (const Connection& connection : model.connections) {
-        add(connection.first, connection.second);
-        add(connection.second, connection.first);
-    }
-    std::sort(joints.begin(), joints.end());
-    joints.erase(std::unique(joints.begin(), joints.end()), joints.end());
-    return joints;
-}
 
 // Hexadecimal, in upper case, as handle texts are.
 std::string HandleText(std::uint32_t id) {
@@ -140,27 +190,24 @@ std::string HandleText(std::uint32_t id) {
 
 }  // namespace
 
-FloorDrawing DrawFloor(const BuildingModel& model, std::uint32_t storey) {
+FloorDrawing DrawFloor(const BuildingModel& model, const FloorIndex& index, std::uint32_t storey) {
     assert(storey == kNoIndex || storey < model.storeys.size());
     FloorDrawing drawing;
     drawing.database = std::make_unique<AcDbDatabase>();
+    drawing.database->reserveModelSpace(index.Elements(storey).size());
     Draughtsman draughtsman(model);
-    const auto joints = JointsOf(model, storey);
-    auto joint = joints.begin();
-    for (std::uint32_t i = 0; i < model.elements.size(); ++i) {
+    std::string joined;
+    for (const std::uint32_t i : index.Elements(storey)) {
         const Element& element = model.elements[i];
-        if (element.storey != storey) {
-            continue;
-        }
         std::unique_ptr<ZrOwEntity> entity = draughtsman.Draw(element);
         if (!entity) {
             drawing.undrawn.push_back(i);
             continue;
         }
-        joint = std::find_if(joint, joints.end(), [i](const auto& each) { return each.first >= i; });
-        std::string joined;
-        for (; joint != joints.end() && joint->first == i; ++joint) {
-            joined += (joined.empty() ? "" : ",") + HandleText(model.elements[joint->second].id);
+        joined.clear();
+        for (const std::uint32_t other : index.Joined(i)) {
+            joined += joined.empty() ? "" : ",";
+            joined += HandleText(model.elements[other].id);
         }
         Draughtsman::SetText(*entity, kPropertyJoined, joined);
         AcDbObjectId id;
@@ -170,6 +217,10 @@ FloorDrawing DrawFloor(const BuildingModel& model, std::uint32_t storey) {
         drawing.drawn += status == Acad::eOk ? 1 : 0;
     }
     return drawing;
+}
+
+FloorDrawing DrawFloor(const BuildingModel& model, std::uint32_t storey) {
+    return DrawFloor(model, FloorIndex(model), storey);
 }
 
 }  // namespace norvex::ifc

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "ifc/BuildingModel.h"
+#include "ifc/drawing/FloorIndex.h"
 #include "platform/arx/AcDbDatabase.h"
 
 #include <cstdint>
@@ -28,8 +29,12 @@ struct FloorDrawing {
 // kPropertyGlobalIdRepeats; what is no segment also has kPropertyJoined.
 // Ends that meet in the model are equal bit by bit.
 //
-// Requires: `storey` is kNoIndex or an index into model.storeys. The drawing keeps nothing of the model.
+// Requires: `storey` is kNoIndex or an index into model.storeys; `index` was made from this model. The drawing keeps
+// nothing of either.
 // Threads: as the drawing database; distinct drawings may be made by distinct threads.
+FloorDrawing DrawFloor(const BuildingModel& model, const FloorIndex& index, std::uint32_t storey);
+
+// The same for who draws a single floor: makes the index itself, which takes a pass over the whole model.
 FloorDrawing DrawFloor(const BuildingModel& model, std::uint32_t storey);
 
 }  // namespace norvex::ifc

@@ -10,6 +10,7 @@
 
 #include <initializer_list>
 #include <string>
+#include <vector>
 
 namespace norvex::ifc {
 namespace {
@@ -174,6 +175,96 @@ TEST(FloorDrawing, HandsOverWhatIsJoinedToDevicesAndEquipment) {
     EXPECT_EQ(Property(*pipe, kPropertyJoined), "none") << "runs tell it by their ends";
     EXPECT_EQ(Property(*pipe, kPropertyOuterDiameter), "50");
     EXPECT_EQ(Property(*device, kPropertyOuterDiameter), "none");
+}
+
+Element ElementOn(std::uint32_t storey, ElementKind kind, bool placed = true) {
+    Element element;
+    element.storey = storey;
+    element.kind = kind;
+    element.placed = placed;
+    return element;
+}
+
+TEST(FloorIndex, ListsEachFloorInTheOrderOfTheModel) {
+    BuildingModel model;
+    model.storeys.resize(3);
+    for (const std::uint32_t storey : {2U, kNoIndex, 0U, 2U, kNoIndex, 0U, 2U}) {
+        model.elements.push_back(ElementOn(storey, ElementKind::Other));
+    }
+    const FloorIndex index(model);
+    const auto elements = [&](std::uint32_t storey) {
+        const auto list = index.Elements(storey);
+        return std::vector<std::uint32_t>(list.begin(), list.end());
+    };
+    EXPECT_EQ(elements(0), (std::vector<std::uint32_t>{2, 5}));
+    EXPECT_EQ(elements(1), std::vector<std::uint32_t>());
+    EXPECT_EQ(elements(2), (std::vector<std::uint32_t>{0, 3, 6}));
+    EXPECT_EQ(elements(kNoIndex), (std::vector<std::uint32_t>{1, 4}));
+}
+
+TEST(FloorIndex, ListsWhatIsJoinedOnTheSameFloorOnce) {
+    BuildingModel model;
+    model.storeys.resize(2);
+    model.elements = {ElementOn(0, ElementKind::Segment),        ElementOn(0, ElementKind::Fitting),
+                      ElementOn(1, ElementKind::Fitting),        ElementOn(0, ElementKind::Terminal, false),
+                      ElementOn(kNoIndex, ElementKind::Fitting), ElementOn(kNoIndex, ElementKind::Equipment),
+                      ElementOn(0, ElementKind::InlineDevice)};
+    const auto join = [&](std::uint32_t one, std::uint32_t other) {
+        model.connections.push_back({.first = one, .second = other});
+    };
+    join(6, 1);
+    join(1, 2);  // across storeys
+    join(1, 3);  // not placed
+    join(0, 1);
+    join(1, 0);  // said twice
+    join(4, 5);
+    join(4, 0);  // one on no storey
+    const FloorIndex index(model);
+    const auto joined = [&](std::uint32_t element) {
+        const auto list = index.Joined(element);
+        return std::vector<std::uint32_t>(list.begin(), list.end());
+    };
+    EXPECT_EQ(joined(0), std::vector<std::uint32_t>()) << "segments tell it by their ends";
+    EXPECT_EQ(joined(1), (std::vector<std::uint32_t>{0, 6}));
+    EXPECT_EQ(joined(2), std::vector<std::uint32_t>());
+    EXPECT_EQ(joined(3), (std::vector<std::uint32_t>{1})) << "whether it is drawn itself is for the drawing to see";
+    EXPECT_EQ(joined(4), (std::vector<std::uint32_t>{5}));
+    EXPECT_EQ(joined(5), (std::vector<std::uint32_t>{4}));
+    EXPECT_EQ(joined(6), (std::vector<std::uint32_t>{1}));
+}
+
+TEST(FloorIndex, OfAnEmptyModelIsEmpty) {
+    const BuildingModel model;
+    EXPECT_TRUE(FloorIndex(model).Elements(kNoIndex).empty());
+}
+
+// The converted texts of more names and diameters than are kept at a time still go to the right elements.
+TEST(FloorDrawing, NamesManyElementsAsTheModelDoes) {
+    constexpr std::uint32_t kElements = 3000;
+    BuildingModel model;
+    for (std::uint32_t i = 0; i < kElements; ++i) {
+        Element element = ElementOn(kNoIndex, ElementKind::Fitting);
+        element.id = i + 1;
+        element.className = "IfcPipeFitting";
+        element.specialty = element.category = element.subCategory = element.detailName = "x";
+        element.name = model.texts.Intern((i % 3 == 0 ? "弯头 " : "bend ") + std::to_string(i % 700));
+        element.nominalDiameter = i % 900;
+        element.outerDiameter = 0.5 * (i % 800);
+        model.elements.push_back(element);
+    }
+    const FloorDrawing drawing = DrawFloor(model, kNoIndex);
+    ASSERT_EQ(drawing.drawn, kElements);
+    for (const Element& element : model.elements) {
+        const auto* entity = Entity<ZrOwEntity>(*drawing.database, element.id);
+        EXPECT_EQ(Property(*entity, kPropertyName), element.name);
+        CString number;
+        number.Format(u"%g", element.nominalDiameter);
+        EXPECT_EQ(Property(*entity, kPropertyNominalDiameter),
+                  element.nominalDiameter > 0.0 ? text::ToUtf8(number) : "none");
+        number.Format(u"%g", element.outerDiameter);
+        EXPECT_EQ(Property(*entity, kPropertyOuterDiameter),
+                  element.outerDiameter > 0.0 ? text::ToUtf8(number) : "none");
+    }
 }
 
 TEST(FloorDrawing, DrawsEveryPlacedElementOfTheRealModelsOnce) {
