@@ -13,10 +13,10 @@
 #include "cli/ProjectChoice.h"
 #include "cli/Signals.h"
 #include "cli/Terminal.h"
-#include "ifc/Reader.h"
 #include "service/CheckRun.h"
 #include "service/Host.h"
 #include "service/IfcFloors.h"
+#include "service/ModelFile.h"
 #include "service/Project.h"
 #include "service/ProjectFolder.h"
 #include "service/Verdict.h"
@@ -191,15 +191,16 @@ service::RunReport RunChecks(Preparation& ready, const CheckOptions& options, se
 }
 
 // Everything behind the reading of the model.
-int CheckModel(const ifc::BuildingModel& model, const CheckOptions& options, service::FailOn failOn,
+int CheckModel(const service::ModelFile& file, const CheckOptions& options, service::FailOn failOn,
                CheckOutputs& outputs, service::RunControl& control) {
+    const ifc::BuildingModel& model = *file.read.model;
     Preparation ready{.folder = {},
                       .memory = nullptr,
                       .floors = service::IfcFloors(model),
                       .host = nullptr,
                       .plan = {},
                       .project = {},
-                      .model = service::RecordOf(model, options.model)};
+                      .model = service::RecordOf(model, options.model, file.sha256)};
     if (const std::optional<int> end = Prepare(options, ready)) {
         return *end;
     }
@@ -237,14 +238,14 @@ int Check(const CheckOptions& options) {
     if (const std::optional<std::string> busy = WhyBusy(options)) {
         return Unusable(*busy);
     }
-    const ifc::ReadResult read = ifc::ReadIfcFile(options.model);
-    if (!read.Ok()) {
-        return Unusable(ifc::DiagnosticText(options.model, read.error));
+    const service::ModelFile file = service::ReadModelFile(options.model);
+    if (!file.read.Ok()) {
+        return Unusable(ifc::DiagnosticText(options.model, file.read.error));
     }
     // Signals may come to the end of the process.
     static service::RunControl control;
     ControlBySignals(control);
-    return CheckModel(*read.model, options, *failOn, outputs, control);
+    return CheckModel(file, options, *failOn, outputs, control);
 }
 
 void AddScope(CLI::App& command, service::RunRequest& request) {

@@ -55,7 +55,8 @@ ReadAgain ReadModelAgain(const service::RunReport& report, const std::string& pa
 // Adds to a stored report what only the model tells.
 void DescribeModel(const ifc::BuildingModel& model, const std::string& path, const service::IfcFloors& floors,
                    service::RunReport& report) {
-    report.model = service::RecordOf(model, path);
+    // The digest of the stored run is that of the file: ReadModelAgain() saw to it.
+    report.model = service::RecordOf(model, path, report.model.sha256);
     for (service::FloorRecord& floor : report.floors) {
         const auto found =
             std::find_if(floors.Floors().begin(), floors.Floors().end(),

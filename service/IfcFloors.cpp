@@ -3,10 +3,12 @@
 
 #include <fmt/format.h>
 #include <algorithm>
+#include <array>
 #include <set>
+#include <string_view>
+#include <utility>
 
 #include "platform/text/Utf8.h"
-#include "service/Sha256.h"
 #include "service/store/FloorNames.h"
 
 namespace norvex::service {
@@ -21,7 +23,7 @@ CString PathOf(const ifc::Element& element) {
 
 }  // namespace
 
-IfcFloors::IfcFloors(const ifc::BuildingModel& model) : m_model(model) {
+IfcFloors::IfcFloors(const ifc::BuildingModel& model) : m_model(model), m_index(model) {
     std::vector<std::string> storeys;
     for (const auto& storey : model.storeys) {
         storeys.emplace_back(storey.name);
@@ -39,9 +41,21 @@ IfcFloors::IfcFloors(const ifc::BuildingModel& model) : m_model(model) {
         AddFloor(names.back().label, ifc::kNoIndex);
         m_floors.back().withoutStorey = true;
     }
+    CollectPaths();
+}
+
+// Thousands of elements share a path. A model keeps equal texts in one place, so where the parts of a path stand tells
+// most of them apart from new ones without a look at what they say.
+void IfcFloors::CollectPaths() {
+    const auto where = [](std::string_view text) { return std::pair(text.data(), text.size()); };
+    std::set<std::array<std::pair<const char*, std::size_t>, 4>> seen;
     std::set<CString> paths;
-    for (const ifc::Element& element : model.elements) {
-        paths.insert(PathOf(element));
+    for (const ifc::Element& element : m_model.elements) {
+        if (seen.insert({where(element.specialty), where(element.category), where(element.subCategory),
+                         where(element.detailName)})
+                .second) {
+            paths.insert(PathOf(element));
+        }
     }
     m_paths.assign(paths.begin(), paths.end());
 }
@@ -49,11 +63,9 @@ IfcFloors::IfcFloors(const ifc::BuildingModel& model) : m_model(model) {
 void IfcFloors::AddFloor(const std::string& name, std::uint32_t storey) {
     FloorRecord floor;
     floor.name = name;
-    for (const ifc::Element& element : m_model.elements) {
-        if (element.storey == storey) {
-            ++floor.elements;
-            floor.withoutPlace += element.placed ? 0 : 1;
-        }
+    for (const std::uint32_t element : m_index.Elements(storey)) {
+        ++floor.elements;
+        floor.withoutPlace += m_model.elements[element].placed ? 0 : 1;
     }
     m_floors.push_back(std::move(floor));
     m_storeys.push_back(storey);
@@ -61,8 +73,12 @@ void IfcFloors::AddFloor(const std::string& name, std::uint32_t storey) {
 
 std::map<CString, int> IfcFloors::WithoutPlace(std::size_t floor) const {
     std::map<CString, int> counts;
-    for (const ifc::Element& element : m_model.elements) {
-        if (element.storey == m_storeys[floor] && !element.placed) {
+    if (m_floors[floor].withoutPlace == 0) {
+        return counts;
+    }
+    for (const std::uint32_t i : m_index.Elements(m_storeys[floor])) {
+        const ifc::Element& element = m_model.elements[i];
+        if (!element.placed) {
             ++counts[PathOf(element)];
         }
     }
@@ -70,13 +86,13 @@ std::map<CString, int> IfcFloors::WithoutPlace(std::size_t floor) const {
 }
 
 AcDbDatabase& IfcFloors::Open(std::size_t floor) {
-    m_drawing = ifc::DrawFloor(m_model, m_storeys[floor]);
+    m_drawing = ifc::DrawFloor(m_model, m_index, m_storeys[floor]);
     return *m_drawing.database;
 }
 
-ModelRecord RecordOf(const ifc::BuildingModel& model, const std::string& path) {
+ModelRecord RecordOf(const ifc::BuildingModel& model, const std::string& path, const std::string& sha256) {
     ModelRecord record{.path = path,
-                       .sha256 = Sha256OfFile(path).value_or(""),
+                       .sha256 = sha256,
                        .schema = model.schema,
                        .project = model.projectName,
                        .lengthUnit = model.lengthUnit,

@@ -8,6 +8,7 @@
 
 #include "ifc/BuildingModel.h"
 #include "ifc/drawing/FloorDrawing.h"
+#include "ifc/drawing/FloorIndex.h"
 #include "service/FloorSource.h"
 
 namespace norvex::service {
@@ -26,15 +27,17 @@ class IfcFloors final : public FloorSource {
 
   private:
     void AddFloor(const std::string& name, std::uint32_t storey);
+    void CollectPaths();
 
     const ifc::BuildingModel& m_model;
+    ifc::FloorIndex m_index;
     std::vector<FloorRecord> m_floors;
     std::vector<std::uint32_t> m_storeys;  // of each floor; ifc::kNoIndex for the one without a storey
     std::vector<CString> m_paths;
     ifc::FloorDrawing m_drawing;
 };
 
-// What a report says about a model. Reads the file at path again for its digest, which stays empty when that fails.
-ModelRecord RecordOf(const ifc::BuildingModel& model, const std::string& path);
+// What a report says about a model that was read from the file at path, whose bytes have this digest.
+ModelRecord RecordOf(const ifc::BuildingModel& model, const std::string& path, const std::string& sha256);
 
 }  // namespace norvex::service
