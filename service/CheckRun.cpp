@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "service/CheckRun.h"
 
+#include <malloc.h>
 #include <sched.h>
 
 #include <fmt/format.h>
@@ -132,6 +133,8 @@ RunReport Run::Execute() {
         scope.moduleFloors.push_back(text::FromUtf8(store::ModuleFloorName(floor.name)));
     }
     std::deque<work::FloorWork> floors = WorkLeft();
+    // What reading the model has left behind goes back to the system, so that no worker's copy of it is looked after.
+    malloc_trim(0);
     const std::size_t jobs = m_settings.jobs == 0 ? Processors() : m_settings.jobs;
     work::WorkerPool(scope,
                      {std::max<std::size_t>(jobs, 1), m_settings.budget, m_settings.socket, m_settings.mostFindings},
