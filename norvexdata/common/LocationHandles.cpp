@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <array>
+
 #include "norvexdata/common/ComMethod.h"
 #include "norvexdata/common/detail/Join.h"
 #include "platform/arx/AcDbDatabase.h"
@@ -9,6 +11,17 @@ namespace {
 const CString kFieldSeparator = u":";
 const CString kListSeparator = u",";
 const CString kLocationSeparator = u"-";
+
+// As the format "%X" gives it. Rules ask for the handles of whole floors.
+CString Hexadecimal(Adesk::UInt32 number) {
+    std::array<char16_t, 8> digits{};
+    auto first = digits.end();
+    do {
+        *--first = u"0123456789ABCDEF"[number & 0xFU];
+        number >>= 4U;
+    } while (number != 0);
+    return {&*first, static_cast<int>(digits.end() - first)};
+}
 
 CString EntityHandleText(const ZrOwEntity* entity) {
     AcDbHandle handle;
@@ -21,16 +34,13 @@ CString EntityHandleText(const ZrOwEntity* entity) {
 }  // namespace
 
 CString CComMethod::GetStrHandle(AcDbHandle handle) {
-    CString text;
     if (handle.high() == 0) {
-        text.Format(u"%X", handle.low());
-    } else {
-        // The high half stands in the format in front of the low half, whose precision asks for 30 digits. The check
-        // interface knows large handles by this form.
-        CString format;
-        format.Format(u"%X", handle.high());
-        text.Format(format + u"%8.30X", handle.low());
+        return Hexadecimal(handle.low());
     }
+    // The high half stands in the format in front of the low half, whose precision asks for 30 digits. The check
+    // interface knows large handles by this form.
+    CString text;
+    text.Format(Hexadecimal(handle.high()) + u"%8.30X", handle.low());
     return text.Trim();
 }
 

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <algorithm>
 #include <map>
+#include <optional>
 #include <set>
+#include <unordered_map>
 #include <vector>
 
 #include "norvexdata/config/CheckLayoutFlangConfigParser.h"
@@ -106,14 +108,27 @@ class Search {
         return some;
     }
 
-    bool NamesFlange(CString text) const {
-        text.MakeLower();
-        return std::any_of(m_words.begin(), m_words.end(), [&](const CString& word) { return text.Find(word) >= 0; });
+    // Thousands of fittings have the same name.
+    bool NamesFlange(const CString& text) const {
+        const auto [known, isNew] = m_namesFlange.try_emplace(text, false);
+        if (isNew) {
+            CString lower = text;
+            lower.MakeLower();
+            known->second =
+                std::any_of(m_words.begin(), m_words.end(), [&](const CString& word) { return lower.Find(word) >= 0; });
+        }
+        return known->second;
+    }
+    bool PathNamesFlange(const CString& path) const {
+        const auto [known, isNew] = m_pathNamesFlange.try_emplace(path, false);
+        if (isNew) {
+            known->second = NamesFlange(CComMethod::GetDetailNameByAttName(path));
+        }
+        return known->second;
     }
     bool IsFlange(const ZrOwEntity& entity) const {
         return ZrOwFittingBase::cast(&entity) != nullptr &&
-               (NamesFlange(TextOf(entity, kPropertyName)) ||
-                NamesFlange(CComMethod::GetDetailNameByAttName(entity.GetAttName())));
+               (NamesFlange(TextOf(entity, kPropertyName)) || PathNamesFlange(entity.GetAttName()));
     }
     bool SaysFlanged(const ZrOwEntity& entity) const { return NamesFlange(TextOf(entity, kPropertyConnectionType)); }
 
@@ -141,6 +156,8 @@ class Search {
     }
 
     std::vector<CString> m_words;
+    mutable std::unordered_map<CString, bool> m_namesFlange;
+    mutable std::unordered_map<CString, bool> m_pathNamesFlange;
     double m_smallest;
     std::set<ZrOwEntity*> m_pipes;
     std::vector<ZrOwEntity*> m_fittings;
@@ -187,12 +204,21 @@ class CCheckLayoutFlange final : public norvex::rule::Rule {
     void Run(Context& context) override {
         CheckLayoutFlangConfigParser parser;
         const CategoryMap entities = context.Entities();
+        // Most configurations name the same pipes for both kinds.
+        std::vector<ZrOwEntity*> pipes;
+        std::optional<Search> search;
         for (const Kind kind : {Kind::eEquipment, Kind::eWaterbox}) {
             const auto item = parser.GetAttItem(kind, context.Specialty());
             context.NotExaminedWithoutPlace(item.mapEquipment);
             const std::vector<ZrOwEntity*> equipment = EntitiesOf(item.mapEquipment, entities);
-            if (!equipment.empty() &&
-                !CheckKind(context, equipment, Search(parser, EntitiesOf(item.mapPipe, entities)), kind)) {
+            if (equipment.empty()) {
+                continue;
+            }
+            if (std::vector<ZrOwEntity*> found = EntitiesOf(item.mapPipe, entities); !search || found != pipes) {
+                pipes = std::move(found);
+                search.emplace(parser, pipes);
+            }
+            if (!CheckKind(context, equipment, *search, kind)) {
                 return;
             }
         }

@@ -33,17 +33,17 @@ inline std::vector<ZrOwEntity*> EntitiesOf(const CategoryGroup& group, const Cat
     return found;
 }
 
-// Answers what is joined to fittings, devices and equipment; near-linear to build, constant to ask. Entities are
-// borrowed.
+// Answers what is joined to fittings, devices and equipment; near-linear to build, constant to ask, but for the first
+// time that the drawing does not say it. Entities are borrowed. For one thread at a time.
 class Joints {
   public:
     // Only these entities are ever answered.
     explicit Joints(const std::vector<ZrOwEntity*>& entities) {
+        m_byHandle.reserve(entities.size());
         for (ZrOwEntity* entity : entities) {
             m_byHandle.emplace(CComMethod::GetStrHandle(entity), entity);
-            if (const ZrOwPolyLine* pipe = ZrOwPolyLine::cast(entity)) {
-                m_ends[CellAt(pipe->GetStartPoint(), 0, 0, 0)].push_back(entity);
-                m_ends[CellAt(pipe->GetEndPoint(), 0, 0, 0)].push_back(entity);
+            if (ZrOwPolyLine::cast(entity) != nullptr) {
+                m_pipes.push_back(entity);
             }
         }
     }
@@ -89,7 +89,20 @@ class Joints {
                (number(point.z, dz) * 83492791U);
     }
 
+    // Most drawings say what is joined, and nobody looks for ends in them.
+    void GatherEnds() const {
+        for (ZrOwEntity* entity : m_pipes) {
+            const ZrOwPolyLine* pipe = ZrOwPolyLine::cast(entity);
+            m_ends[CellAt(pipe->GetStartPoint(), 0, 0, 0)].push_back(entity);
+            m_ends[CellAt(pipe->GetEndPoint(), 0, 0, 0)].push_back(entity);
+        }
+        m_pipes.clear();
+    }
+
     void Near(const AcGePoint3d& point, double reach, std::map<CString, ZrOwEntity*>& found) const {
+        if (!m_pipes.empty()) {
+            GatherEnds();
+        }
         for (int step = 0; step < 27; ++step) {
             const auto ends = m_ends.find(CellAt(point, step % 3 - 1, step / 3 % 3 - 1, step / 9 - 1));
             if (ends == m_ends.end()) {
@@ -106,7 +119,9 @@ class Joints {
     }
 
     std::unordered_map<CString, ZrOwEntity*> m_byHandle;
-    std::unordered_map<Cell, std::vector<ZrOwEntity*>> m_ends;
+    // Pipes whose ends are not gathered yet, and the ends of the others by cell.
+    mutable std::vector<ZrOwEntity*> m_pipes;
+    mutable std::unordered_map<Cell, std::vector<ZrOwEntity*>> m_ends;
 };
 
 }  // namespace norvex::rule
