@@ -1,28 +1,44 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "ifc/LargePages.h"
 #include "ifc/Reader.h"
 #include "ifc/part21/ExchangeFile.h"
+#include "ifc/part21/Value.h"
 
 #include <algorithm>
+#include <array>
+#include <bit>
 #include <chrono>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
+#include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-// How fast a model of about 30 MB is read and how much memory that takes. Each measurement is a process of its own, so
-// that the peak is its own; the file comes from disk and is written piece by piece, so that making it leaves no memory
-// behind.
+//     ifc_parse_bench [MODEL [NORVEX]]
 //
-// Peer: one plain pass over the same bytes that finds every ';' and every '#'. Nothing that looks at all bytes twice in
-// search of the instances' ends and numbers can be much faster.
+// How fast a model is read and how much memory that takes; a made one of about 30 MB when none is given. With the path
+// of the program norvex, how long a whole check of the same model takes beside it. Each measurement is a process of its
+// own, so that the peak is its own, and all are taken in turns, so that whatever else the machine does meets all of
+// them. The file comes from disk and is written piece by piece, so that making it leaves no memory behind.
+//
+// Peers:
+// - one plain pass over the bytes that finds every ';' and every '#'. Nothing that looks at all bytes twice in search
+//   of the instances' ends and numbers can be much faster;
+// - the full parse, which is what parsing an exchange file commonly means: from bytes to every instance with all its
+//   parameters as values, without a thought of buildings. Once where each value is only looked at, and once where all
+//   of them are stored, as a parser must that hands a model to somebody.
 
 namespace {
 
@@ -162,6 +178,7 @@ Bytes Load(const std::filesystem::path& path) {
     Bytes bytes;
     bytes.size = std::filesystem::file_size(path);
     bytes.data = std::make_unique_for_overwrite<char[]>(bytes.size);
+    norvex::ifc::AdviseLargePages(bytes.data.get(), bytes.size);
     std::ifstream stream(path, std::ios::binary);
     stream.read(bytes.data.get(), static_cast<std::streamsize>(bytes.size));
     return bytes;
@@ -181,43 +198,199 @@ std::size_t PlainPass(std::string_view text) {
     return count;
 }
 
-std::size_t Index(std::string_view text) {
+using norvex::ifc::part21::ExchangeFile;
+using norvex::ifc::part21::Members;
+using norvex::ifc::part21::Value;
+using norvex::ifc::part21::ValueCursor;
+using norvex::ifc::part21::ValueKind;
+
+bool Index(std::string_view text, ExchangeFile& file) {
     norvex::ifc::DiagnosticLog log(text, 10);
-    norvex::ifc::part21::ExchangeFile file;
-    return file.Read(text, log) ? 0 : file.InstanceCount();
+    return !file.Read(text, log);
+}
+
+// Gets every value of every instance and keeps a sum, which differs when one is left out or read wrongly.
+class Looker {
+  public:
+    void BeginInstance() { Add(1); }
+    void Plain(ValueKind kind) { Add(static_cast<std::uint64_t>(kind)); }
+    void Number(double number) { Add(std::bit_cast<std::uint64_t>(number)); }
+    void Integer(std::int64_t number) { Add(static_cast<std::uint64_t>(number)); }
+    void Reference(std::uint32_t instance) { Add(instance); }
+    void Text(ValueKind, std::string_view text) {
+        Add(text.size());
+        if (!text.empty()) {
+            Add(static_cast<unsigned char>(text.front()) * 256U + static_cast<unsigned char>(text.back()));
+        }
+    }
+    std::size_t BeginGroup(ValueKind kind) {
+        Plain(kind);
+        return 0;
+    }
+    void EndGroup(std::size_t) { Add(2); }
+
+    std::uint64_t Sum() const { return sum_; }
+    std::size_t Count() const { return count_; }
+
+  private:
+    void Add(std::uint64_t value) {
+        sum_ = std::rotl(sum_, 7) + value;
+        ++count_;
+    }
+
+    std::uint64_t sum_ = 0;
+    std::size_t count_ = 0;
+};
+
+// Stores every value of every instance in three arrays: 16 bytes a value, and the text of all strings and words.
+class Tree {
+  public:
+    // Makes room for as much as any text of this size was seen to hold; what is not written takes no memory.
+    explicit Tree(std::size_t textBytes) {
+        norvex::ifc::ReserveInLargePages(instances_, textBytes / 32);
+        norvex::ifc::ReserveInLargePages(values_, textBytes / 6);
+        texts_.reserve(textBytes);
+        norvex::ifc::AdviseLargePages(texts_.data(), texts_.capacity());
+    }
+
+    void BeginInstance() { instances_.push_back(static_cast<std::uint32_t>(values_.size())); }
+    void Plain(ValueKind kind) { values_.push_back({0, 0, kind}); }
+    void Number(double number) { values_.push_back({std::bit_cast<std::uint64_t>(number), 0, ValueKind::Real}); }
+    void Integer(std::int64_t number) {
+        values_.push_back({static_cast<std::uint64_t>(number), 0, ValueKind::Integer});
+    }
+    void Reference(std::uint32_t instance) { values_.push_back({instance, 0, ValueKind::Reference}); }
+    void Text(ValueKind kind, std::string_view text) {
+        values_.push_back({texts_.size(), static_cast<std::uint32_t>(text.size()), kind});
+        texts_.append(text);
+    }
+    std::size_t BeginGroup(ValueKind kind) {
+        values_.push_back({0, 0, kind});
+        return values_.size() - 1;
+    }
+    // What a list holds stands behind it; it is told how far.
+    void EndGroup(std::size_t group) { values_[group].payload = values_.size(); }
+
+    std::size_t Count() const { return values_.size(); }
+
+  private:
+    struct Stored {
+        std::uint64_t payload;
+        std::uint32_t size;
+        ValueKind kind;
+    };
+
+    std::vector<std::uint32_t> instances_;
+    std::vector<Stored> values_;
+    std::string texts_;
+};
+
+// Reads what stands in one bracket, whatever it nests.
+template <typename Sink>
+void ReadValues(const ExchangeFile& file, ValueCursor cursor, Sink& sink) {
+    for (Value value = cursor.Next(); value.kind != ValueKind::Missing; value = cursor.Next()) {
+        switch (value.kind) {
+            case ValueKind::Integer:
+                sink.Integer(value.Integer().value_or(0));
+                break;
+            case ValueKind::Real:
+                sink.Number(value.Number().value_or(0.0));
+                break;
+            case ValueKind::Reference:
+                sink.Reference(file.Find(value.Reference()));
+                break;
+            case ValueKind::String:
+                sink.Text(value.kind, value.Text());
+                break;
+            case ValueKind::Enumeration:
+            case ValueKind::Binary:
+                sink.Text(value.kind, value.text);
+                break;
+            case ValueKind::List: {
+                const std::size_t group = sink.BeginGroup(value.kind);
+                ReadValues(file, Members(value), sink);
+                sink.EndGroup(group);
+                break;
+            }
+            case ValueKind::Typed: {
+                const std::string_view name = value.TypeName();
+                const std::size_t group = sink.BeginGroup(value.kind);
+                sink.Text(ValueKind::Enumeration, name);
+                ReadValues(file, ValueCursor(value.text.substr(value.text.find('(') + 1)), sink);
+                sink.EndGroup(group);
+                break;
+            }
+            default:
+                sink.Plain(value.kind);
+                break;
+        }
+    }
+}
+
+// A complex instance gives its first record.
+template <typename Sink>
+bool FullParse(std::string_view text, Sink& sink) {
+    ExchangeFile file;
+    if (!Index(text, file)) {
+        return false;
+    }
+    for (std::uint32_t index = 0; index < file.InstanceCount(); ++index) {
+        sink.BeginInstance();
+        ReadValues(file, file.Arguments(index), sink);
+    }
+    return true;
 }
 
 struct Figures {
-    double seconds = 0.0;    // the median of the runs
+    double seconds = 0.0;    // by the clock
+    double processor = 0.0;  // seconds of processor time, of all threads and processes together
     double peakBytes = 0.0;  // of the process, the file's text included
     double idleBytes = 0.0;  // of the process before it began
-    std::size_t count = 0;
+    std::size_t count = 0;   // of what was found; 0: it failed
 };
 
-double PeakBytes() {
-    rusage usage{};
-    getrusage(RUSAGE_SELF, &usage);
+double Seconds(const timeval& time) {
+    return static_cast<double>(time.tv_sec) + 1e-6 * static_cast<double>(time.tv_usec);
+}
+
+double PeakBytes(const rusage& usage) {
     return 1024.0 * static_cast<double>(usage.ru_maxrss);
 }
 
-// Runs the work in a child process.
-template <typename Work>
-Figures Measure(Work work) {
+[[noreturn]] void Fail(const char* what) {
+    std::fprintf(stderr, "%s\n", what);
+    std::exit(2);
+}
+
+double ProcessorSeconds() {
+    timespec time{};
+    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
+    return static_cast<double>(time.tv_sec) + 1e-9 * static_cast<double>(time.tv_nsec);
+}
+
+// What a process does to be measured: `prepare` is not, what it returns is.
+using Work = std::function<std::size_t()>;
+using Preparation = std::function<Work()>;
+
+Figures MeasureOnce(const Preparation& prepare) {
     int channel[2];
     if (pipe(channel) != 0) {
-        std::exit(2);
+        Fail("No pipe can be had.");
     }
     const pid_t child = fork();
     if (child == 0) {
         Figures figures;
-        figures.idleBytes = PeakBytes();
-        double seconds[kRuns];
-        for (double& one : seconds) {
-            one = work(figures.count);
-        }
-        std::sort(std::begin(seconds), std::end(seconds));
-        figures.seconds = seconds[kRuns / 2];
-        figures.peakBytes = PeakBytes();
+        rusage usage{};
+        getrusage(RUSAGE_SELF, &usage);
+        figures.idleBytes = PeakBytes(usage);
+        const Work work = prepare();
+        const double processor = ProcessorSeconds();
+        const auto begin = std::chrono::steady_clock::now();
+        figures.count = work();
+        figures.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+        figures.processor = ProcessorSeconds() - processor;
+        getrusage(RUSAGE_SELF, &usage);
+        figures.peakBytes = PeakBytes(usage);
         const bool written = write(channel[1], &figures, sizeof figures) == static_cast<ssize_t>(sizeof figures);
         _exit(written ? 0 : 2);
     }
@@ -227,28 +400,133 @@ Figures Measure(Work work) {
     waitpid(child, &status, 0);
     close(channel[0]);
     close(channel[1]);
-    if (!got || status != 0) {
-        std::fprintf(stderr, "A measurement failed.\n");
-        std::exit(2);
+    if (!got || status != 0 || figures.count == 0) {
+        Fail("A measurement failed.");
     }
     return figures;
 }
 
-double Seconds(std::chrono::steady_clock::time_point begin) {
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+// A check from the start of the program to its end, workers included, with a project folder that is new each time.
+Figures CheckOnce(const std::filesystem::path& program, const std::filesystem::path& model, const char* jobs) {
+    const std::filesystem::path folder =
+        std::filesystem::temp_directory_path() / ("norvex-bench-project-" + std::to_string(getpid()));
+    std::filesystem::remove_all(folder);
+    const auto begin = std::chrono::steady_clock::now();
+    const pid_t child = fork();
+    if (child == 0) {
+        const int nowhere = open("/dev/null", O_WRONLY);
+        dup2(nowhere, STDOUT_FILENO);
+        dup2(nowhere, STDERR_FILENO);
+        execl(program.c_str(), "norvex", "check", model.c_str(), "--project", folder.c_str(), "--jobs", jobs,
+              static_cast<char*>(nullptr));
+        _exit(127);
+    }
+    int status = 0;
+    rusage usage{};
+    wait4(child, &status, 0, &usage);
+    Figures figures;
+    figures.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+    figures.processor = Seconds(usage.ru_utime) + Seconds(usage.ru_stime);
+    figures.peakBytes = PeakBytes(usage);
+    std::filesystem::remove_all(folder);
+    // Clean or findings: everything was checked.
+    if (!WIFEXITED(status) || WEXITSTATUS(status) > 1) {
+        Fail("The check of the model failed.");
+    }
+    figures.count = 1;
+    return figures;
 }
 
-void Report(const char* what, const Figures& figures, std::size_t bytes, double peerSeconds) {
-    const auto size = static_cast<double>(bytes);
-    std::printf("%-34s %8.1f MB/s  %6.2f x peer  %5.2f bytes/byte (%.2f without the idle process)  %zu\n", what,
-                size / figures.seconds / 1e6, figures.seconds / peerSeconds, figures.peakBytes / size,
-                (figures.peakBytes - figures.idleBytes) / size, figures.count);
+struct Row {
+    const char* what;
+    std::function<Figures()> measure;
+    std::vector<Figures> runs;
+
+    double Median(double Figures::*figure) const {
+        std::vector<double> sorted;
+        for (const Figures& run : runs) {
+            sorted.push_back(run.*figure);
+        }
+        std::sort(sorted.begin(), sorted.end());
+        return sorted[sorted.size() / 2];
+    }
+};
+
+void Print(const Row& row, double bytes, const Row& peer) {
+    const double seconds = row.Median(&Figures::seconds);
+    const double peak = row.Median(&Figures::peakBytes);
+    std::printf("%-38s %7.3f s  %7.3f s processor  %7.1f MB/s  %6.2f x plain pass  %5.2f bytes/byte (%.2f)  %zu\n",
+                row.what, seconds, row.Median(&Figures::processor), bytes / seconds / 1e6,
+                seconds / peer.Median(&Figures::seconds), peak / bytes,
+                (peak - row.Median(&Figures::idleBytes)) / bytes, row.runs.front().count);
+}
+
+// The quotient of two medians, by the clock and in processor time.
+void PrintRatio(const Row& row, const Row& peer, const Row* also) {
+    const auto peerTime = [&](double Figures::*figure) {
+        return peer.Median(figure) + (also != nullptr ? also->Median(figure) : 0.0);
+    };
+    std::printf("%-38s %6.2f by the clock, %6.2f in processor time, of %s%s\n", row.what,
+                row.Median(&Figures::seconds) / peerTime(&Figures::seconds),
+                row.Median(&Figures::processor) / peerTime(&Figures::processor), peer.what,
+                also != nullptr ? " with the reading of the bytes" : "");
+}
+
+std::vector<Row> RowsOf(const std::filesystem::path& path, const std::filesystem::path& program) {
+    const auto inMemory = [path](auto work) {
+        return [path, work] {
+            return MeasureOnce([&]() -> Work {
+                const auto file = std::make_shared<Bytes>(Load(path));
+                return [file, work] { return work(file->Text()); };
+            });
+        };
+    };
+    std::vector<Row> rows;
+    rows.push_back({"plain pass: ; and #", inMemory(PlainPass), {}});
+    rows.push_back({"reading the bytes",
+                    [path] { return MeasureOnce([&]() -> Work { return [&] { return Load(path).size; }; }); },
+                    {}});
+    rows.push_back({"bare parse: instances",
+                    inMemory([](std::string_view text) {
+                        ExchangeFile file;
+                        return Index(text, file) ? std::size_t{file.InstanceCount()} : 0;
+                    }),
+                    {}});
+    rows.push_back({"full parse: values",
+                    inMemory([](std::string_view text) {
+                        Looker looker;
+                        // The sum is a use of every value that no compiler can take away.
+                        return FullParse(text, looker) && looker.Sum() != 0 ? looker.Count() : 0;
+                    }),
+                    {}});
+    rows.push_back({"full parse into a tree: values",
+                    inMemory([](std::string_view text) {
+                        Tree tree(text.size());
+                        return FullParse(text, tree) ? tree.Count() : 0;
+                    }),
+                    {}});
+    rows.push_back({"file to model: elements",
+                    [path] {
+                        return MeasureOnce([&]() -> Work {
+                            return [&] {
+                                const norvex::ifc::ReadResult result = norvex::ifc::ReadIfcFile(path);
+                                return result.Ok() ? result.model->elements.size() : 0;
+                            };
+                        });
+                    },
+                    {}});
+    if (!program.empty()) {
+        rows.push_back({"norvex check", [=] { return CheckOnce(program, path, "0"); }, {}});
+        rows.push_back({"norvex check -j1", [=] { return CheckOnce(program, path, "1"); }, {}});
+    }
+    return rows;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
     const bool given = argc > 1;
+    const std::filesystem::path program = argc > 2 ? argv[2] : "";
     const std::filesystem::path path =
         given ? std::filesystem::path(argv[1])
               : std::filesystem::temp_directory_path() / ("norvex-bench-" + std::to_string(getpid()) + ".ifc");
@@ -256,32 +534,29 @@ int main(int argc, char** argv) {
         std::ofstream stream(path, std::ios::binary);
         ModelWriter(stream).Write();
     }
-    const std::size_t bytes = std::filesystem::file_size(path);
-    const Figures peer = Measure([&](std::size_t& count) {
-        const Bytes file = Load(path);
-        const auto begin = std::chrono::steady_clock::now();
-        count = PlainPass(file.Text());
-        return Seconds(begin);
-    });
-    const Figures index = Measure([&](std::size_t& count) {
-        const Bytes file = Load(path);
-        const auto begin = std::chrono::steady_clock::now();
-        count = Index(file.Text());
-        return Seconds(begin);
-    });
-    const Figures model = Measure([&](std::size_t& count) {
-        const auto begin = std::chrono::steady_clock::now();
-        const norvex::ifc::ReadResult result = norvex::ifc::ReadIfcFile(path);
-        count = result.Ok() ? result.model->elements.size() : 0;
-        return Seconds(begin);
-    });
+    const auto bytes = static_cast<double>(std::filesystem::file_size(path));
+    std::vector<Row> rows = RowsOf(path, program);
+    for (int run = 0; run < kRuns; ++run) {
+        for (Row& row : rows) {
+            row.runs.push_back(row.measure());
+        }
+    }
     if (!given) {
         std::filesystem::remove(path);
     }
-    std::printf("%.1f MB, median of %d runs, peak memory of a process of its own, the text included\n",
-                static_cast<double>(bytes) / 1e6, kRuns);
-    Report("plain pass (peer): ; and #", peer, bytes, peer.seconds);
-    Report("parse: instances", index, bytes, peer.seconds);
-    Report("file to model: elements", model, bytes, peer.seconds);
-    return index.count > 0 && model.count > 0 ? 0 : 1;
+    std::printf(
+        "%.1f MB, medians of %d runs in turns; peak memory of a process, the text included (and without what the "
+        "process had before)\n",
+        bytes / 1e6, kRuns);
+    for (const Row& row : rows) {
+        Print(row, bytes, rows.front());
+    }
+    enum { kPlainPass, kReading, kBareParse, kFullParse, kTree, kModel };
+    for (std::size_t i = kModel; i < rows.size(); ++i) {
+        for (const int peer : {kBareParse, kFullParse, kTree}) {
+            PrintRatio(rows[i], rows[static_cast<std::size_t>(peer)], nullptr);
+            PrintRatio(rows[i], rows[static_cast<std::size_t>(peer)], &rows[kReading]);
+        }
+    }
+    return 0;
 }
