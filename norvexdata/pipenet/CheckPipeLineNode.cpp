@@ -18,7 +18,7 @@ void CCheckPipeLineNode::AppendEdge(boost::shared_ptr<CCheckPipeLineEdge> edge) 
     if (list.Contains(edge.get())) {
         return;
     }
-    if (m_pool != nullptr && m_pool->Keeper() == nullptr && Access::Pool(*edge) == m_pool) {
+    if (edge && m_pool != nullptr && m_pool->Keeper() == nullptr && Access::Pool(*edge) == m_pool) {
         // The last graph is gone and both lie in one pool, which lives as long as either: a counted link would keep the
         // pool alive by itself.
         edge = boost::shared_ptr<CCheckPipeLineEdge>(boost::shared_ptr<CCheckPipeLineEdge>(), edge.get());

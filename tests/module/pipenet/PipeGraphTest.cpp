@@ -357,6 +357,8 @@ TEST(PipeGraph, LeavesWhatACallerHoldsUsableWhenItIsGone) {
     edge->GetNodeStart();
     edge->SetNodeStart(node);
     EXPECT_EQ(edge->GetNodeStart(), node);
+    node->AppendEdge({});
+    EXPECT_EQ(node->GetConnectEdgeNum(), 1);
 }
 
 TEST(PipeGraph, LeavesTheListsThatANodeHandedOutUsableWhenItIsGone) {
