@@ -15,15 +15,9 @@ CCheckPipeLineNode::~CCheckPipeLineNode() = default;
 
 void CCheckPipeLineNode::AppendEdge(boost::shared_ptr<CCheckPipeLineEdge> edge) {
     EdgeList& list = List();
-    if (list.Contains(edge.get())) {
-        return;
+    if (!list.Contains(edge.get())) {
+        list.Append(std::move(edge));
     }
-    if (edge && m_pool != nullptr && m_pool->Keeper() == nullptr && Access::Pool(*edge) == m_pool) {
-        // The last graph is gone and both lie in one pool, which lives as long as either: a counted link would keep the
-        // pool alive by itself.
-        edge = boost::shared_ptr<CCheckPipeLineEdge>(boost::shared_ptr<CCheckPipeLineEdge>(), edge.get());
-    }
-    list.Append(std::move(edge));
 }
 
 int CCheckPipeLineNode::GetConnectEdgeNum() const {

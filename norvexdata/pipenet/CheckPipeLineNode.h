@@ -36,8 +36,8 @@ class NORVEXDATA_API CCheckPipeLineNode {
     // Number of edges that end here.
     int GetConnectEdgeNum() const;
     // The edges that end here, in the order in which they were appended; callers may change it. The reference is good
-    // while the node lives. Whoever writes over entries of a list of more than 256 after an AppendEdge takes the
-    // reference anew before: AppendEdge sees through one taken earlier only what changes the number of entries.
+    // while the node lives. Whoever writes another edge over an entry of a list of more than 256 takes the reference anew
+    // before, when AppendEdge was called since: through one taken earlier AppendEdge does not see such an edge.
     std::vector<boost::shared_ptr<CCheckPipeLineEdge>>& GetConnectEdgeVec();
 
   private:

@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <boost/shared_ptr.hpp>
 #include <cstddef>
-#include <unordered_set>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -22,28 +22,27 @@ class EdgeList {
         return m_edges;
     }
     // A list of up to kShort entries is looked through. For a longer one it takes constant time on average unless the
-    // list was handed out since the last call, or has another length than it was left with; then all of it is read.
+    // list was handed out since the last call, or is seen to be another than it was left; then all of it is read.
     bool Contains(const CCheckPipeLineEdge* edge) {
         if (m_edges.size() <= kShort) {
-            m_known.clear();
+            m_positions.clear();
             return std::any_of(
                 m_edges.begin(), m_edges.end(),
                 [edge](const boost::shared_ptr<CCheckPipeLineEdge>& entry) { return entry.get() == edge; });
         }
-        if (m_mayDiffer || m_known.empty() || m_edges.size() != m_knownSize || m_edges.data() != m_knownData) {
-            m_known.clear();
-            for (const boost::shared_ptr<CCheckPipeLineEdge>& entry : m_edges) {
-                m_known.insert(entry.get());
-            }
-            m_mayDiffer = false;
-            RememberShape();
+        if (m_mayDiffer || m_positions.empty() || m_edges.size() != m_knownSize || m_edges.data() != m_knownData) {
+            ReadAll();
         }
-        return m_known.count(edge) != 0;
+        auto found = m_positions.find(edge);
+        if (found != m_positions.end() && m_edges[found->second].get() != edge) {
+            ReadAll();
+            found = m_positions.find(edge);
+        }
+        return found != m_positions.end();
     }
-    // Requires: Contains was asked for the edge just before.
     void Append(boost::shared_ptr<CCheckPipeLineEdge> edge) {
-        if (m_edges.size() > kShort) {
-            m_known.insert(edge.get());
+        if (!m_positions.empty()) {
+            m_positions.emplace(edge.get(), m_edges.size());
         }
         m_edges.push_back(std::move(edge));
         RememberShape();
@@ -53,14 +52,22 @@ class EdgeList {
     // Lists up to this length are looked through, whoever changed them: real joints have a handful of edges.
     static constexpr std::size_t kShort = 256;
 
+    void ReadAll() {
+        m_positions.clear();
+        for (std::size_t position = 0; position < m_edges.size(); ++position) {
+            m_positions.emplace(m_edges[position].get(), position);
+        }
+        m_mayDiffer = false;
+        RememberShape();
+    }
     void RememberShape() {
         m_knownSize = m_edges.size();
         m_knownData = m_edges.data();
     }
 
     std::vector<boost::shared_ptr<CCheckPipeLineEdge>> m_edges;
-    // Everything in the list, for a long one; empty otherwise.
-    std::unordered_set<const CCheckPipeLineEdge*> m_known;
+    // Where each edge of a long list is, or was when the list was read; empty while that is not known.
+    std::unordered_map<const CCheckPipeLineEdge*, std::size_t> m_positions;
     std::size_t m_knownSize = 0;
     const void* m_knownData = nullptr;
     bool m_mayDiffer = false;

@@ -64,6 +64,35 @@ struct LongListed {
     std::vector<EdgePointer> edges;
 };
 
+TEST(PipeNode, ListsAnEdgeOnceInALongListOfASearchToo) {
+    Net net;
+    for (int number = 1; number <= 400; ++number) {
+        net.Pipe({10.0 * number, 0.0, 0.0}, {});
+    }
+    const CCheckPipeLineGraph graph = net.Search().front();
+    const NodePointer centre = graph.GetNode({});
+    ASSERT_EQ(centre->GetConnectEdgeNum(), 400);
+    for (const std::size_t number : {0u, 200u, 399u}) {
+        centre->AppendEdge(graph.GetEdge(&net[number]));
+    }
+    EXPECT_EQ(centre->GetConnectEdgeNum(), 400);
+}
+
+TEST(PipeNode, SeesThatAnEdgeOfALongListIsNotWhereItWas) {
+    LongListed listed(300);
+    std::vector<EdgePointer>& list = listed.node.GetConnectEdgeVec();
+    listed.node.AppendEdge(listed.edges[0]);
+    // Through the reference taken before, and without another number of entries.
+    std::swap(list[3], list[299]);
+    listed.node.AppendEdge(listed.edges[3]);
+    EXPECT_EQ(listed.node.GetConnectEdgeNum(), 300);
+    const EdgePointer out = list[7];
+    list[7] = list[8];
+    listed.node.AppendEdge(out);
+    EXPECT_EQ(listed.node.GetConnectEdgeNum(), 301);
+    EXPECT_EQ(list.back(), out);
+}
+
 TEST(PipeNode, TakesALongListAsTheCallerLeftIt) {
     for (const int count : {10, 256, 257, 1000}) {
         SCOPED_TRACE(count);
@@ -472,7 +501,7 @@ TEST(PipeGraph, ListsALoopThatACallerClosesAfterTheSearch) {
 
 }  // namespace
 // A leak would show under the address sanitizer.
-TEST(PipeGraph, LeaksNothingWhenLinksAreAddedAfterTheGraph) {
+TEST(PipeGraph, KeepsWhatIsLinkedAfterItIsGoneUntilTheLinkIsTakenOut) {
     norvex::Drawing drawing;
     drawing.pipe({0, 0, 0}, {1000, 0, 0}).pipe({1000, 0, 0}, {2000, 0, 0}).pipe({2000, 0, 0}, {0, 0, 0});
     boost::shared_ptr<CCheckPipeLineNode> node;
@@ -486,7 +515,11 @@ TEST(PipeGraph, LeaksNothingWhenLinksAreAddedAfterTheGraph) {
     node->AppendEdge(edge);
     node->AppendEdge(edge);
     ASSERT_EQ(node->GetConnectEdgeNum(), 1);
-    EXPECT_EQ(node->GetConnectEdgeVec()[0]->GetPipeEnt(), drawing.at<ZrOwPolyLine>(2));
+    edge = node->GetConnectEdgeVec().front();
+    node->GetConnectEdgeVec().clear();
+    node.reset();
+    EXPECT_GE(edge.use_count(), 1);
+    EXPECT_EQ(edge->GetPipeEnt(), drawing.at<ZrOwPolyLine>(2));
 }
 
 }  // namespace norvex::test
