@@ -87,7 +87,7 @@ void Access::SetPool(CCheckPipeLineNode& node, ObjectPool& pool, Index number) {
     node.m_pool = &pool;
     node.m_firstListed = network.listBegin[number];
     node.m_listedCount = network.ListSize(number);
-    // The seed is the first of the network, and in no list.
+    // The first node of a network that was searched is in no list.
     node.m_index = number - 1;
 }
 

@@ -18,7 +18,7 @@ class PipeSearch {
     bool IsPending(std::size_t position) const { return m_isPending[position] != 0; }
     // A node at the start point of the pipe, in no graph.
     boost::shared_ptr<CCheckPipeLineNode> MakeSeed(std::size_t position) const;
-    // Grows the graph, which is empty, from the seed node, which is in its network but not in its node list.
+    // Grows the graph, which is empty, from a node that is in its network but not in its node list.
     void Grow(const CCheckPipeLineNode& seed, CCheckPipeLineGraph& graph);
     // From here on the pipes of the graph grown last are those of an earlier one.
     void Close();
@@ -53,7 +53,7 @@ class PipeSearch {
     // Per entry of the list: it is pending.
     kernel::LargeVector<unsigned char> m_isPending;
 
-    // The graph being grown. Its first node is the seed.
+    // The graph being grown. Its first node is the one that it grows from.
     PipeNetwork m_network;
     kernel::LargeVector<Frame> m_frames;
     kernel::LargeVector<End> m_found;
