@@ -194,7 +194,8 @@ void PrintGrowth(const std::string& kind, bool shuffled, int largest) {
 
 int Run(int largest, const std::string& only) {
     const std::vector<std::string> named = {"forest", "chain", "grid", "building"};
-    const std::vector<std::string> stress = {"squares", "ladder", "honeycomb", "sparse", "twins", "petals"};
+    const std::vector<std::string> stress = {"squares", "ladder", "honeycomb", "sparse", "twins",
+                                             "petals",  "stubs",  "doubled",   "loose"};
     std::printf("ns per pipe, one thread, fastest run; peers on the same list in the same run\n");
     for (const auto* kinds : {&named, &stress}) {
         for (const std::string& kind : *kinds) {
