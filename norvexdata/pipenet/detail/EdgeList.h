@@ -16,7 +16,7 @@ namespace norvex::pipenet {
 class EdgeList {
   public:
     const std::vector<boost::shared_ptr<CCheckPipeLineEdge>>& Edges() const { return m_edges; }
-    // The list may be changed, until Contains is called next without being told.
+    // For changing; what is changed before Contains is called next, it sees.
     std::vector<boost::shared_ptr<CCheckPipeLineEdge>>& HandOut() {
         m_mayDiffer = true;
         return m_edges;
