@@ -14,8 +14,9 @@
 
 namespace {
 
-// Detail names in each sub-category: few, as diameters and types are, a thousand, or one per entity.
-enum class Names { Few, Many, OneEach };
+// Detail names in each sub-category: few, as diameters and types are, a thousand, the same with half the paths written
+// in another way, or one per entity.
+enum class Names { Few, Many, ManyInTwoWays, OneEach };
 
 // A floor of the current specialty, made current, in which every path is selected. Each entity has strings of its own.
 class Floor {
@@ -38,6 +39,9 @@ class Floor {
             path.Format(u"给排水\\类别%d\\子类%d\\DN%lld", static_cast<int>(random() % kCategories),
                         static_cast<int>(random() % kSubCategories),
                         names == Names::OneEach ? number : static_cast<std::int64_t>(random() % detailNames));
+            if (names == Names::ManyInTwoWays && random() % 2 == 0) {
+                path += u"\\";
+            }
             m_drawing.node({0, 0, 0}, path);
         }
         m_drawing.makeCurrent();
@@ -92,6 +96,18 @@ void Collect(benchmark::State& state, Names names) {
     state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 
+// The same into a map that holds every record already.
+void CollectAgain(benchmark::State& state, Names names) {
+    const Floor floor(state.range(0), names);
+    CategoryMap collected;
+    CGetZrOwEntityPtrVec* const collection = CGetZrOwEntityPtrVec::GetInstance();
+    collection->GetSelEntByCondition(collected, CNorvexData::s_strSmallMemMap);
+    for ([[maybe_unused]] auto round : state) {
+        collection->GetSelEntByCondition(collected, CNorvexData::s_strSmallMemMap);
+    }
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+
 void CopyMap(benchmark::State& state) {
     const Floor floor(state.range(0), Names::OneEach);
     CategoryMap collected;
@@ -132,7 +148,15 @@ BENCHMARK_CAPTURE(Collect, many_names, Names::Many)
     ->RangeMultiplier(10)
     ->Range(kFewest, kMost)
     ->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(Collect, many_names_in_two_ways, Names::ManyInTwoWays)
+    ->RangeMultiplier(10)
+    ->Range(kFewest, kMost)
+    ->Unit(benchmark::kMicrosecond);
 BENCHMARK_CAPTURE(Collect, one_name_each, Names::OneEach)
+    ->RangeMultiplier(10)
+    ->Range(kFewest, kMost)
+    ->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(CollectAgain, many_names, Names::Many)
     ->RangeMultiplier(10)
     ->Range(kFewest, kMost)
     ->Unit(benchmark::kMicrosecond);

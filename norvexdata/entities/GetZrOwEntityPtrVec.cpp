@@ -7,6 +7,7 @@
 #include <memory>
 #include <span>
 #include <string_view>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -53,7 +54,8 @@ std::uint64_t HashOf(std::u16string_view units) {
 }
 
 // The entities to file, grouped by attribute-name path. Each path is taken apart and looked up once; each list of the
-// map is reached once and grows once.
+// map is reached once and grows once. Several paths may lead to one list: those of another specialty, and those with
+// empty components.
 class Filing {
   public:
     Filing(CategoryMap& map, const SelectionMap& selection) : m_map(map), m_selection(selection) {}
@@ -70,6 +72,9 @@ class Filing {
     // Appends what was taken to the lists, in the order of taking. Returns: whether there was anything.
     bool File() {
         Settle();
+        if (m_mayShare) {
+            JoinGroups();
+        }
         std::size_t total = 0;
         for (Group& group : m_groups) {
             group.first = total;
@@ -175,6 +180,26 @@ class Filing {
         }
     }
 
+    // Makes one group of those that lead to one list.
+    void JoinGroups() {
+        std::unordered_map<const EntityList*, std::uint32_t> groupOf(m_groups.size());
+        std::vector<std::uint32_t> joined(m_groups.size());
+        bool any = false;
+        for (std::uint32_t number = 0; number < m_groups.size(); ++number) {
+            Group& group = m_groups[number];
+            joined[number] = groupOf.emplace(group.destination, number).first->second;
+            if (group.count != 0 && joined[number] != number) {
+                m_groups[joined[number]].count += std::exchange(group.count, 0);
+                any = true;
+            }
+        }
+        if (any) {
+            for (Taken& taken : m_taken) {
+                taken.group = joined[taken.group];
+            }
+        }
+    }
+
     EntityList* LookUp(const AttPath& path) {
         if (!path.IsFull()) {
             return nullptr;
@@ -185,7 +210,9 @@ class Filing {
         if (selected == m_selection.end() || selected->second.count(subCategory) == 0) {
             return nullptr;
         }
-        return &m_map[category][subCategory].insert({ToCString(path.DetailName()), {}}).first->vecEntPtr;
+        const auto [record, isNew] = m_map[category][subCategory].insert({ToCString(path.DetailName()), {}});
+        m_mayShare = m_mayShare || !isNew;
+        return &record->vecEntPtr;
     }
 
     CategoryMap& m_map;
@@ -195,6 +222,8 @@ class Filing {
     LargeVector<Taken> m_taken;
     std::array<Waiting, 32> m_waiting;
     std::size_t m_waitingCount = 0;
+    // A group leads to a list that was there before it: of the caller's, or of another group.
+    bool m_mayShare = false;
 };
 
 // Files every entity of model space that belongs to the current specialty and to the selection. Returns: whether there

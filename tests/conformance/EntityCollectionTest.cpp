@@ -117,6 +117,22 @@ TEST_F(EntityCollectionContract, EntitiesOfOneDetailNameShareARecordInDrawingOrd
                                           {L"附件/阀门/DN50", {At(4)}}}));
 }
 
+TEST_F(EntityCollectionContract, HoweverItsPathIsWrittenAnEntityStandsInItsRecordInDrawingOrder) {
+    Pipe(L"给排水\\管线\\给水管\\DN50");
+    Pipe(L"消防\\管线\\给水管\\DN50");
+    drawing.sysCode(L"给排水\\J");
+    Pipe(L"给排水\\管线\\给水管\\DN50");
+    Pipe(L"给排水\\\\管线\\给水管\\DN50");
+    Pipe(L"给排水\\管线\\给水管\\DN50");
+    Pipe(L"给排水\\管线\\给水管\\DN50\\");
+    Pipe(L"给排水\\管线\\给水管\\DN50");
+    const FlatMap inOrder = {{L"管线/给水管/DN50", {At(0), At(1), At(2), At(3), At(4), At(5), At(6)}}};
+    EXPECT_EQ(Flat(Collected()), inOrder);
+    CategoryMap selected;
+    CGetZrOwEntityPtrVec::GetInstance()->GetSelEntByCondition(selected, {{L"管线", {L"给水管"}}});
+    EXPECT_EQ(Flat(selected), inOrder);
+}
+
 TEST_F(EntityCollectionContract, OnlySelectedPairsAreFiled) {
     Pipe(L"给排水\\管线\\雨水管\\DN50");
     Pipe(L"给排水\\设备\\给水管\\DN50");

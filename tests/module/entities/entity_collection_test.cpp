@@ -116,6 +116,15 @@ TEST_F(EntityCollection, KeepsEntitiesOfOneDetailNameTogetherInDrawingOrder) {
     EXPECT_EQ(Collected(), (LineList{"设备/泵/P1: 30 20", "设备/泵/P2: 10"}));
 }
 
+TEST_F(EntityCollection, KeepsDrawingOrderWhenSeveralPathTextsLeadToOneRecord) {
+    const CString path = u"给排水\\设备\\泵\\P1";
+    drawing.node(kSomewhere, path).node(kSomewhere, u"消防\\设备\\泵\\P1").sysCode(u"给排水\\J");
+    drawing.node(kSomewhere, path).node(kSomewhere, u"给排水\\\\设备\\泵\\P1").node(kSomewhere, path);
+    drawing.node(kSomewhere, u"给排水\\设备\\泵\\P1\\").node(kSomewhere, path);
+    EXPECT_EQ(Collected(), (LineList{"设备/泵/P1: 1 2 3 4 5 6 7"}));
+    EXPECT_EQ(Selected({{u"设备", {u"泵"}}}), (LineList{"设备/泵/P1: 1 2 3 4 5 6 7"}));
+}
+
 TEST_F(EntityCollection, KeepsAnEntityWhoseSystemCodeAloneNamesTheSpecialty) {
     drawing.node(kSomewhere, u"消防\\设备\\泵\\P1").sysCode(u"给排水\\J");
     EXPECT_EQ(Collected(), (LineList{"设备/泵/P1: 1"})) << "filed by its path's category";
@@ -371,47 +380,110 @@ TEST_F(TrustedEntities, CopiesHoldMapsOfTheirOwn) {
     EXPECT_EQ(Lines(copy.GetEntityByBigMemMap(Trust(NS_NORVEX::eTrustNone))).size(), 4U);
 }
 
+namespace {
+
+// Floors on which several path texts lead to one record: paths of another specialty that the system code keeps,
+// doubled, leading and trailing separators, beside paths of every other kind.
+class RandomFloors {
+  public:
+    explicit RandomFloors(unsigned seed) : m_random(seed) {}
+
+    std::size_t Below(std::size_t limit) { return m_random() % limit; }
+
+    void Fill(norvex::Drawing& floor) {
+        // With few words nearly every path names a record that others name, too.
+        const std::size_t words = 1 + Below(4);
+        const std::size_t variety = Below(4);
+        for (std::size_t count = Below(100); count > 0; --count) {
+            floor.node(kSomewhere, variety == 0 ? AnyPath() : FullPath(words, variety));
+            if (Below(3) == 0) {
+                floor.sysCode(kSpecialties[Below(3)] + u"\\");
+            }
+        }
+    }
+
+    CString Specialty() { return kSpecialties[Below(2)]; }
+
+    Selection AnySelection() {
+        Selection selection = {{u"管线", {u"a", u"管线", u"b"}}, {u"设备", {u"A", u"a"}}, {u"a", {u"a", u"b"}}};
+        for (std::size_t less = Below(3); less > 0; --less) {
+            selection.erase(kWords[Below(kWords.size())]);
+        }
+        return selection;
+    }
+
+  private:
+    CString AnyPath() {
+        CString path = kSpecialties[Below(3)];
+        for (std::size_t further = Below(5); further > 0; --further) {
+            path += u"\\" + kWords[Below(kWords.size())];
+        }
+        return path;
+    }
+
+    CString FullPath(std::size_t words, std::size_t variety) {
+        CString path = kSpecialties[Below(variety)];
+        for (int component = 0; component < 3; ++component) {
+            path += Separator() + kWords[Below(words)];
+        }
+        return Below(4) == 0 ? path + Separator() : path;
+    }
+
+    CString Separator() { return Below(4) == 0 ? u"\\\\" : u"\\"; }
+
+    const std::vector<CString> kSpecialties = {u"给排水", u"消防", u"管线"};
+    const std::vector<CString> kWords = {u"a", u"管线", u"b", u"A", u"设备", u"", u"给排水", u"消防"};
+    std::mt19937 m_random;
+};
+
+// The entity as the plain form files it, one after the other; false when the walk skips it.
+bool FileOne(CategoryMap& map, const Selection& selection, ZrOwEntity* entity) {
+    const CString prefix = CNorvexData::s_strCurSpec + u"\\";
+    if (entity->GetSysCode().Find(prefix) != 0 && entity->GetAttName().Find(prefix) != 0) {
+        return false;
+    }
+    CStringArray components;
+    CComMethod::ExplodeStrAry(components, entity->GetAttName(), L'\\');
+    if (components.GetSize() != 4) {
+        return false;
+    }
+    const auto category = selection.find(components[1]);
+    if (category == selection.end() || category->second.count(components[2]) == 0) {
+        return false;
+    }
+    CGetZrOwEntityPtrVec::GetInstance()->AddToBigEntMap(map, components[1], components[2], components[3], entity);
+    return true;
+}
+
+}  // namespace
+
 TEST_F(EntityCollection, AgreesWithFilingEntityByEntity) {
-    std::mt19937 random(11);
+    RandomFloors floors(11);
     int filed = 0;
-    const std::vector<CString> words = {u"给排水", u"消防", u"管线", u"设备", u"a", u"A", u"", u"b"};
-    for (int round = 0; round < 200; ++round) {
+    for (int round = 0; round < 1000; ++round) {
         norvex::Drawing floor;
         floor.makeCurrent();
-        for (int count = 0; count < 50; ++count) {
-            CString path = words[random() % 3];
-            for (auto further = random() % 5; further > 0; --further) {
-                path += u"\\" + words[random() % words.size()];
-            }
-            floor.node(kSomewhere, path);
-            if (random() % 3 == 0) {
-                floor.sysCode(words[random() % 3] + u"\\");
-            }
-        }
-        const Selection selection = {{u"管线", {u"a", u"管线", u"b"}}, {u"设备", {u"A", u"a"}}, {u"a", {u"a", u"b"}}};
-        CNorvexData::s_strCurSpec = words[random() % 2];
-        CNorvexData::s_strSmallMemMap = selection;
+        floors.Fill(floor);
+        CNorvexData::s_strCurSpec = floors.Specialty();
+        CNorvexData::s_strSmallMemMap = floors.AnySelection();
+        const Selection condition = floors.AnySelection();
 
         CategoryMap expected;
-        CGetZrOwEntityPtrVec copy(*CGetZrOwEntityPtrVec::GetInstance());
+        CategoryMap expectedSelected;
+        CategoryMap selected;
         for (ZrOwEntity* entity : floor.entities()) {
-            const CString prefix = CNorvexData::s_strCurSpec + u"\\";
-            if (entity->GetSysCode().Find(prefix) != 0 && entity->GetAttName().Find(prefix) != 0) {
-                continue;
-            }
-            CStringArray components;
-            CComMethod::ExplodeStrAry(components, entity->GetAttName(), L'\\');
-            if (components.GetSize() != 4) {
-                continue;
-            }
-            const auto category = selection.find(components[1]);
-            if (category != selection.end() && category->second.count(components[2]) != 0) {
-                copy.AddToBigEntMap(expected, components[1], components[2], components[3], entity);
-                ++filed;
-            }
+            filed += FileOne(expected, CNorvexData::s_strSmallMemMap, entity);
         }
         ASSERT_EQ(Collected(), Lines(expected)) << "round " << round;
+        // The caller's map may hold records already.
+        for (int time = 0; time < 2; ++time) {
+            CGetZrOwEntityPtrVec::GetInstance()->GetSelEntByCondition(selected, condition);
+            for (ZrOwEntity* entity : floor.entities()) {
+                FileOne(expectedSelected, condition, entity);
+            }
+            ASSERT_EQ(Lines(selected), Lines(expectedSelected)) << "round " << round << ", time " << time;
+        }
         CGetZrOwEntityPtrVec::Delete();
     }
-    EXPECT_GT(filed, 100) << "the drawings hold enough to compare";
+    EXPECT_GT(filed, 10000) << "the drawings hold enough to compare";
 }
