@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <limits>
 #include <map>
 #include <set>
 #include <vector>
@@ -110,6 +111,17 @@ TEST(LoopContract, ATreeHasNoLoop) {
 
 TEST(LoopContract, AnEmptyGraphHasNoLoop) {
     EXPECT_TRUE(Loops(Drawing(), CCheckPipeLineGraph()).empty());
+}
+
+TEST(LoopContract, ANodeThatIsNowhereIsNearToNothing) {
+    constexpr double kNoNumber = std::numeric_limits<double>::quiet_NaN();
+    CCheckPipeLineGraph graph;
+    graph.CreateNode({kNoNumber, 0, 0});
+    graph.CreateNode({0, 0, 0});
+    std::vector<std::vector<ZrOwEntity*>> loops;
+    graph.GetBadLoopVec(loops);
+    EXPECT_TRUE(loops.empty());
+    EXPECT_FALSE(graph.GetNode({kNoNumber, 0, 0}));
 }
 
 TEST(LoopContract, ASquareIsOneLoopThatEndsWithItsFirstPipe) {

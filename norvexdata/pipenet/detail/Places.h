@@ -115,9 +115,7 @@ class Places {
     // Calls visit with the places of all cells in reach that are not dense. Returns: whether a cell is.
     template <class Visit>
     bool ForEachOfFew(const AcGePoint3d& point, const Visit& visit) const {
-        if (!IsFinite(point)) {
-            return false;
-        }
+        // A point that is not finite has cells too: under an endless tolerance other points are in reach of it.
         bool dense = false;
         m_grid.ForEachWithinReach(point, [&](const Cell& cell) {
             const std::uint32_t hash = ShortHashOf(cell);

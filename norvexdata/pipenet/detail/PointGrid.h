@@ -23,7 +23,8 @@ class PointGrid {
     // Calls visit with the number of every point at the place, in no particular order.
     template <class Visit>
     void ForEachNear(const AcGePoint3d& point, const Visit& visit) const {
-        if (m_points.empty() || !IsFinite(point)) {
+        // Of points that are not finite there are no slots.
+        if (m_slots.empty() || !IsFinite(point)) {
             return;
         }
         m_grid.ForEachWithinReach(point, [&](const Cell& cell) {

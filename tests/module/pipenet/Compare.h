@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <cmath>
 #include <iomanip>
 #include <sstream>
 #include <string>
@@ -87,9 +88,11 @@ class GraphComparison {
                m_reverse.emplace(node, wanted).first->second == wanted;
     }
 
+    static bool IsSame(double left, double right) { return left == right || (std::isnan(left) && std::isnan(right)); }
+
     static std::string CompareNode(const naive::Node& wanted, CCheckPipeLineNode& node) {
         const AcGePoint3d point = node.Point();
-        if (point.x != wanted.point.x || point.y != wanted.point.y || point.z != wanted.point.z) {
+        if (!IsSame(point.x, wanted.point.x) || !IsSame(point.y, wanted.point.y) || !IsSame(point.z, wanted.point.z)) {
             return "point of a node";
         }
         const auto& listed = node.GetConnectEdgeVec();

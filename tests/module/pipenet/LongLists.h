@@ -2,6 +2,7 @@
 #pragma once
 
 #include <algorithm>
+#include <limits>
 #include <unordered_map>
 
 #include "Compare.h"
@@ -67,14 +68,23 @@ class LongList {
   private:
     void Add(std::unique_ptr<PipeSet> set) {
         const auto far = [this] { return 4096.0 * static_cast<double>(m_random() % 100000); };
-        const AcGePoint3d corner(far(), far(), far());
+        AcGePoint3d corner(far(), far(), far());
+        if (m_random() % 64 == 0) {
+            // Where all of it is one place: a drawing's width without end.
+            corner.x = 1e300 + 1e296 * static_cast<double>(m_sets.size());
+        }
         // Some reach through much of the whole, so that pipes begin far from each other and yet meet.
         const double size = m_random() % 2 == 0 ? 1.0 : 1e6;
         const auto moved = [&](const AcGePoint3d& point) {
             return AcGePoint3d(size * point.x + corner.x, size * point.y + corner.y, size * point.z + corner.z);
         };
         for (ZrOwPolyLine& pipe : set->pipes) {
-            pipe.SetPoints(moved(pipe.GetStartPoint()), moved(pipe.GetEndPoint()));
+            AcGePoint3d end = moved(pipe.GetEndPoint());
+            if (m_random() % 256 == 0) {
+                // No start of a pipe, because a network that begins at none is found again and again.
+                end.y = std::numeric_limits<double>::quiet_NaN();
+            }
+            pipe.SetPoints(moved(pipe.GetStartPoint()), end);
         }
         for (ZrOwEntity* entity : set->list) {
             m_setOf.emplace(entity, m_sets.size());

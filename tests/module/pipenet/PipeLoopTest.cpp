@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
 
+#include <limits>
+#include <utility>
+
 #include "Net.h"
 
 namespace norvex::test {
@@ -63,6 +66,36 @@ TEST(PipeLoop, ComesFromTheRestWhenOnePipeOfItIsDrawnTwice) {
 
 TEST(PipeLoop, LeavesOutAPipeThatHangsFromIt) {
     EXPECT_EQ(Net("a-b b-c c-d d-a c-e").Loops(), (Numbers{{1, 2, 3, 0}}));
+}
+
+TEST(PipeLoop, IsFoundBesideNodesThatAreNowhere) {
+    constexpr double kNoNumber = std::numeric_limits<double>::quiet_NaN();
+    constexpr double kInfinity = std::numeric_limits<double>::infinity();
+    const AcGePoint3d nowhere[] = {{kNoNumber, 0, 0}, {0, kInfinity, 0}, {0, 0, -kInfinity}};
+    CCheckPipeLineGraph graph;
+    std::vector<std::vector<ZrOwEntity*>> loops;
+    for (const AcGePoint3d& point : nowhere) {
+        graph.CreateNode(point);
+        graph.GetBadLoopVec(loops);
+    }
+    EXPECT_TRUE(loops.empty());
+    Net net("a-b b-c c-a");
+    const auto a = graph.CreateNode(Net::PointOf('a'));
+    graph.GetBadLoopVec(loops);
+    EXPECT_TRUE(loops.empty()) << "the first that is somewhere";
+    const auto b = graph.CreateNode(Net::PointOf('b'));
+    const auto c = graph.CreateNode(Net::PointOf('c'));
+    const std::pair<boost::shared_ptr<CCheckPipeLineNode>, boost::shared_ptr<CCheckPipeLineNode>> ends[] = {
+        {a, b}, {b, c}, {c, a}};
+    for (std::size_t number = 0; number < 3; ++number) {
+        const auto edge = graph.CreateEdge(&net[number]);
+        edge->SetNodeStart(ends[number].first);
+        edge->SetNodeEnd(ends[number].second);
+        ends[number].first->AppendEdge(edge);
+        ends[number].second->AppendEdge(edge);
+    }
+    graph.GetBadLoopVec(loops);
+    EXPECT_EQ(net.Numbers(loops), (Numbers{{1, 2, 0}}));
 }
 
 TEST(PipeLoop, IsAppendedAgainByASecondCall) {

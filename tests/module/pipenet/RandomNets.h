@@ -2,6 +2,8 @@
 #pragma once
 
 #include <deque>
+#include <iterator>
+#include <limits>
 #include <memory>
 #include <random>
 #include <vector>
@@ -95,6 +97,9 @@ class RandomNets {
                 static constexpr double kOffsets[] = {0.0, 0.0, 0.0, 5e-11, 2e-10, 0.05, 0.0999};
                 point.x += kOffsets[Below(7)];
             }
+            if (m_beyond && Below(3) == 0) {
+                point.x = Beyond();
+            }
             ends.push_back(point);
             return point;
         };
@@ -105,6 +110,40 @@ class RandomNets {
         return set;
     }
 
+    // From here on some points of Next(), NextCrowd() and Point() lie beyond all measure: not finite, or so far out
+    // that doubles no longer tell neighbours apart, or that distances overflow.
+    void ReachBeyond() { m_beyond = true; }
+
+    // A coordinate beyond all measure.
+    double Beyond() {
+        static constexpr double kInfinity = std::numeric_limits<double>::infinity();
+        static constexpr double kMost = std::numeric_limits<double>::max();
+        static constexpr double kCoordinates[] = {std::numeric_limits<double>::quiet_NaN(),
+                                                  kInfinity,
+                                                  -kInfinity,
+                                                  kMost,
+                                                  -kMost,
+                                                  1e308,
+                                                  -1e308,
+                                                  1e200,
+                                                  1.0001e200,
+                                                  -1e160,
+                                                  1e154,
+                                                  9.3e18,
+                                                  9.2e18,
+                                                  -9.3e18,
+                                                  4e18,
+                                                  8.1e18,
+                                                  1e16,
+                                                  1e16 + 2.0,
+                                                  4.4e15,
+                                                  2147483648.0,
+                                                  2147483648.05,
+                                                  -0.0,
+                                                  std::numeric_limits<double>::denorm_min()};
+        return kCoordinates[static_cast<std::size_t>(Below(static_cast<int>(std::size(kCoordinates))))];
+    }
+
     int Below(int limit) { return static_cast<int>(m_random() % static_cast<std::uint64_t>(limit)); }
 
     // A point at or near one of a few places.
@@ -112,6 +151,11 @@ class RandomNets {
         const int place = Below(m_places);
         // Places lie on both sides of the origin, some of them across the borders of the index's cells.
         AcGePoint3d point(7.3 * (place % 3) - 7.3, 3.7 * (place / 3), place % 5 == 4 ? 2.5 : 0.0);
+        if (m_beyond && Below(6) == 0) {
+            const int axis = Below(4);
+            (axis == 0 ? point.z : axis == 1 ? point.y : point.x) = Beyond();
+            return point;
+        }
         if (m_wildness == 0 || Below(8) >= m_wildness) {
             return point;
         }
@@ -150,7 +194,7 @@ class RandomNets {
         }
         if (Below(4) == 0) {
             static constexpr double kLengths[] = {5.0, 5.0009, 5.001, 5.002, -5.0, 0.0};
-            pipe.SetLength(kLengths[Below(6)]);
+            pipe.SetLength(m_beyond && Below(4) == 0 ? Beyond() : kLengths[Below(6)]);
         }
         set.list.push_back(&pipe);
     }
@@ -158,6 +202,7 @@ class RandomNets {
     std::mt19937_64 m_random;
     int m_places = 2;
     int m_wildness = 0;
+    bool m_beyond = false;
 };
 
 }  // namespace norvex::test

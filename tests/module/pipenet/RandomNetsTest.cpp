@@ -44,6 +44,22 @@ TEST(RandomNets, GiveTheSameGraphsAndLoopsUnderOtherHostTolerances) {
     }
 }
 
+TEST(RandomNets, GiveTheSameGraphsAndLoopsWithPointsBeyondAllMeasure) {
+    constexpr double kEndless = std::numeric_limits<double>::infinity();
+    constexpr double kNoNumber = std::numeric_limits<double>::quiet_NaN();
+    for (const double tolerance : {1e-10, 1e-10, 1e-10, 0.1, 1e18, 1e200, 1e308, kEndless, kNoNumber, -1.0}) {
+        SCOPED_TRACE(tolerance);
+        const PointTolerance scope(tolerance);
+        RandomNets nets(6);
+        nets.ReachBeyond();
+        for (int number = 0; number < 130; ++number) {
+            const std::unique_ptr<PipeSet> set = number % 65 == 64 ? nets.NextCrowd() : nets.Next();
+            const std::string difference = CompareSearches(*set);
+            ASSERT_EQ(difference, "") << "drawing " << number << "\n" << Describe(*set);
+        }
+    }
+}
+
 TEST(RandomNets, GiveTheSameGraphsAndLoopsInMeshes) {
     RandomNets nets(4);
     for (int number = 0; number < 20000; ++number) {
@@ -71,13 +87,23 @@ TEST(RandomNets, GiveTheSameGraphsAndLoopsWhereverTheyStandInALongList) {
     }
 }
 
-TEST(RandomNets, GiveTheSameLoopsWhenBuiltAndChangedByHand) {
-    RandomNets nets(3);
-    for (int number = 0; number < 100000; ++number) {
+void ExpectSameByHand(RandomNets& nets, int graphs) {
+    for (int number = 0; number < graphs; ++number) {
         HandBuilt built(nets);
         const std::string difference = built.Compare();
         ASSERT_EQ(difference, "") << "graph " << number << "\n" << built.Describe();
     }
+}
+
+TEST(RandomNets, GiveTheSameLoopsWhenBuiltAndChangedByHand) {
+    RandomNets nets(3);
+    ExpectSameByHand(nets, 100000);
+}
+
+TEST(RandomNets, GiveTheSameLoopsByHandWithPointsBeyondAllMeasure) {
+    RandomNets nets(7);
+    nets.ReachBeyond();
+    ExpectSameByHand(nets, 10000);
 }
 
 }  // namespace
