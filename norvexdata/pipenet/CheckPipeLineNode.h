@@ -30,15 +30,14 @@ class NORVEXDATA_API CCheckPipeLineNode {
 
     // The pipe end that made the node, in drawing units.
     AcGePoint3d Point() const { return m_point; }
-    // Appends the edge unless this very edge is in the list already. Constant time on average, except that all of a
-    // long list is read once after it was handed out. An edge and a node of one search that are linked after the last
-    // of their graphs is gone keep each other alive until the edge is taken out of the list.
+    // Appends the edge unless this very edge is in the list already. Constant time on average until the list was handed
+    // out, and from then on as long as it takes to look through it. An edge and a node of one search that are linked
+    // after the last of their graphs is gone keep each other alive until the edge is taken out of the list.
     void AppendEdge(boost::shared_ptr<CCheckPipeLineEdge> edge);
     // Number of edges that end here.
     int GetConnectEdgeNum() const;
     // The edges that end here, in the order in which they were appended; callers may change it. The reference is good
-    // while the node lives. Whoever writes another edge over an entry of a list of more than 256 takes the reference
-    // anew before, when AppendEdge was called since: through one taken earlier AppendEdge does not see such an edge.
+    // while the node lives.
     std::vector<boost::shared_ptr<CCheckPipeLineEdge>>& GetConnectEdgeVec();
 
   private:

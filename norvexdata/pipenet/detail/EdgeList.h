@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <boost/shared_ptr.hpp>
 #include <cstddef>
-#include <unordered_map>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -16,61 +16,43 @@ namespace norvex::pipenet {
 class EdgeList {
   public:
     const std::vector<boost::shared_ptr<CCheckPipeLineEdge>>& Edges() const { return m_edges; }
-    // For changing; what is changed before Contains is called next, it sees.
+    // For changing, at any time: callers may keep the reference.
     std::vector<boost::shared_ptr<CCheckPipeLineEdge>>& HandOut() {
-        m_mayDiffer = true;
+        m_handedOut = true;
+        m_known.clear();
         return m_edges;
     }
-    // A list of up to kShort entries is looked through. For a longer one it takes constant time on average unless the
-    // list was handed out since the last call, or is seen to be another than it was left; then all of it is read.
+    // Constant time on average for a list that nobody else can change; one that was handed out is looked through,
+    // because whoever changes it does not say so.
     bool Contains(const CCheckPipeLineEdge* edge) {
-        if (m_edges.size() <= kShort) {
-            m_positions.clear();
+        if (m_handedOut || m_edges.size() <= kShort) {
+            // From the end: what is appended twice mostly is so at once.
             return std::any_of(
-                m_edges.begin(), m_edges.end(),
+                m_edges.rbegin(), m_edges.rend(),
                 [edge](const boost::shared_ptr<CCheckPipeLineEdge>& entry) { return entry.get() == edge; });
         }
-        if (m_mayDiffer || m_positions.empty() || m_edges.size() != m_knownSize || m_edges.data() != m_knownData) {
-            ReadAll();
+        if (m_known.empty()) {
+            for (const boost::shared_ptr<CCheckPipeLineEdge>& entry : m_edges) {
+                m_known.insert(entry.get());
+            }
         }
-        auto found = m_positions.find(edge);
-        if (found != m_positions.end() && m_edges[found->second].get() != edge) {
-            ReadAll();
-            found = m_positions.find(edge);
-        }
-        return found != m_positions.end();
+        return m_known.count(edge) != 0;
     }
     void Append(boost::shared_ptr<CCheckPipeLineEdge> edge) {
-        if (!m_positions.empty()) {
-            m_positions.emplace(edge.get(), m_edges.size());
+        if (!m_known.empty()) {
+            m_known.insert(edge.get());
         }
         m_edges.push_back(std::move(edge));
-        RememberShape();
     }
 
   private:
-    // Lists up to this length are looked through, whoever changed them: real joints have a handful of edges.
+    // Lists up to this length are looked through: real joints have a handful of edges.
     static constexpr std::size_t kShort = 256;
 
-    void ReadAll() {
-        m_positions.clear();
-        for (std::size_t position = 0; position < m_edges.size(); ++position) {
-            m_positions.emplace(m_edges[position].get(), position);
-        }
-        m_mayDiffer = false;
-        RememberShape();
-    }
-    void RememberShape() {
-        m_knownSize = m_edges.size();
-        m_knownData = m_edges.data();
-    }
-
     std::vector<boost::shared_ptr<CCheckPipeLineEdge>> m_edges;
-    // Where each edge of a long list is, or was when the list was read; empty while that is not known.
-    std::unordered_map<const CCheckPipeLineEdge*, std::size_t> m_positions;
-    std::size_t m_knownSize = 0;
-    const void* m_knownData = nullptr;
-    bool m_mayDiffer = false;
+    // What a long list holds; empty while that is not known.
+    std::unordered_set<const CCheckPipeLineEdge*> m_known;
+    bool m_handedOut = false;
 };
 
 }  // namespace norvex::pipenet

@@ -124,11 +124,24 @@ TEST(PipeNode, TakesALongListAsTheCallerLeftIt) {
     }
 }
 
+TEST(PipeNode, ListsAnEdgeOnceThatWasWrittenThroughAReferenceTakenLongBefore) {
+    LongListed listed(300);
+    std::vector<EdgePointer>& list = listed.node.GetConnectEdgeVec();
+    listed.node.AppendEdge(listed.graph.CreateEdge(&listed.net[0]));
+    const EdgePointer other = listed.graph.CreateEdge(&listed.net[0]);
+    list[7] = other;
+    listed.node.AppendEdge(other);
+    EXPECT_EQ(std::count(list.begin(), list.end(), other), 1);
+    EXPECT_EQ(listed.node.GetConnectEdgeNum(), 301);
+}
+
 TEST(PipeNode, AppendsToAListLikeItsPlainFormWhateverCallersDo) {
     std::mt19937_64 random(11);
     for (int round = 0; round < 40; ++round) {
         LongListed listed(240 + static_cast<int>(random() % 40));
         std::vector<EdgePointer> plain = listed.edges;
+        // Taken once in some of the rounds, before each change in others, and in others nothing is changed.
+        std::vector<EdgePointer>* const kept = round % 3 == 0 ? &listed.node.GetConnectEdgeVec() : nullptr;
         for (int step = 0; step < 400; ++step) {
             EdgePointer edge = random() % 3 == 0 ? listed.graph.CreateEdge(&listed.net[0])
                                                  : listed.edges[random() % listed.edges.size()];
@@ -151,12 +164,16 @@ TEST(PipeNode, AppendsToAListLikeItsPlainFormWhateverCallersDo) {
                         break;
                 }
             };
-            const std::mt19937_64 before = random;
-            change(plain);
-            random = before;
-            change(listed.node.GetConnectEdgeVec());
+            if (round % 3 != 1) {
+                const std::mt19937_64 before = random;
+                change(plain);
+                random = before;
+                change(kept != nullptr ? *kept : listed.node.GetConnectEdgeVec());
+            }
             if (random() % 2 == 0) {
                 edge = listed.edges[random() % listed.edges.size()];
+            } else if (random() % 4 == 0) {
+                edge = EdgePointer();
             }
             if (std::find(plain.begin(), plain.end(), edge) == plain.end()) {
                 plain.push_back(edge);
