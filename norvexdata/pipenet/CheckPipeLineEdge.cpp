@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "norvexdata/pipenet/CheckPipeLineEdge.h"
 
+#include <utility>
+
 #include "norvexdata/entities/EntFindMethod.h"
 #include "norvexdata/pipenet/detail/NetworkObjects.h"
 #include "platform/zrow/ZrOwLines.h"
@@ -40,39 +42,29 @@ void CCheckPipeLineEdge::SetNodeEnd(boost::shared_ptr<CCheckPipeLineNode> node) 
 }
 
 boost::shared_ptr<CCheckPipeLineNode> CCheckPipeLineEdge::GetNode(Side side) const {
-    if (m_pooled[side]) {
-        return {m_pool->shared_from_this(), m_nodes[side]};
+    if (m_links) {
+        return m_links->nodes[side].lock();
     }
-    return m_loose ? m_loose->nodes[side].lock() : boost::shared_ptr<CCheckPipeLineNode>();
+    return m_searched != nullptr ? m_searched->NodeOf(m_index, side) : boost::shared_ptr<CCheckPipeLineNode>();
 }
 
 void CCheckPipeLineEdge::SetNode(Side side, const boost::shared_ptr<CCheckPipeLineNode>& node) {
-    m_nodes[side] = node.get();
-    m_pooled[side] = false;
-    if (!node) {
-        if (m_loose) {
-            m_loose->nodes[side].reset();
+    Links& links = OwnLinks();
+    links.nodes[side] = node;
+    if (m_searched != nullptr) {
+        m_searched->Hold(m_index, side, node);
+    } else if (const boost::shared_ptr<norvex::pipenet::NamedNodes> named = links.named.lock()) {
+        named->nodes[side] = node;
+    }
+}
+
+CCheckPipeLineEdge::Links& CCheckPipeLineEdge::OwnLinks() {
+    if (!m_links) {
+        auto links = std::make_unique<Links>();
+        for (const Side side : {kStart, kEnd}) {
+            links->nodes[side] = GetNode(side);
         }
-        return;
+        m_links = std::move(links);
     }
-    // Held weakly from here; a graph of this edge, while there is one, keeps the node.
-    Loose().nodes[side] = node;
-    if (const boost::shared_ptr<norvex::pipenet::NetworkKeeper> keeper = Keeper()) {
-        keeper->Keep(node);
-    }
-}
-
-boost::shared_ptr<norvex::pipenet::NetworkKeeper> CCheckPipeLineEdge::Keeper() const {
-    if (m_pool != nullptr) {
-        norvex::pipenet::NetworkKeeper* keeper = m_pool->Keeper();
-        return keeper != nullptr ? keeper->shared_from_this() : boost::shared_ptr<norvex::pipenet::NetworkKeeper>();
-    }
-    return m_loose ? m_loose->keeper.lock() : boost::shared_ptr<norvex::pipenet::NetworkKeeper>();
-}
-
-CCheckPipeLineEdge::LooseLinks& CCheckPipeLineEdge::Loose() {
-    if (!m_loose) {
-        m_loose = std::make_unique<LooseLinks>();
-    }
-    return *m_loose;
+    return *m_links;
 }

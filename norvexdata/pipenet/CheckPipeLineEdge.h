@@ -13,9 +13,9 @@ class CCheckPipeLineNode;
 class ZrOwPolyLine;
 
 namespace norvex::pipenet {
-class NetworkKeeper;
-class ObjectPool;
+class SearchedObjects;
 struct Access;
+struct NamedNodes;
 }  // namespace norvex::pipenet
 
 // A pipe between two nodes. Held through boost::shared_ptr only. Used from one thread at a time. The pipe is borrowed
@@ -34,8 +34,7 @@ class NORVEXDATA_API CCheckPipeLineEdge {
     AcGePoint3d GetSearchPoint(const AcGePoint3d& p) const;
     ZrOwPolyLine* GetPipeEnt() const { return m_pipe; }
 
-    // The nodes at the two ends; empty until set. They are also empty once neither a graph of this edge nor anyone else
-    // holds the node.
+    // The nodes at the two ends; empty until set, and once nobody holds the node any more. The graphs of the edge do.
     boost::shared_ptr<CCheckPipeLineNode> GetNodeStart() const;
     boost::shared_ptr<CCheckPipeLineNode> GetNodeEnd() const;
     void SetNodeStart(boost::shared_ptr<CCheckPipeLineNode> node);
@@ -45,25 +44,22 @@ class NORVEXDATA_API CCheckPipeLineEdge {
     friend struct norvex::pipenet::Access;
 
     enum Side { kStart = 0, kEnd = 1 };
-    // What an edge needs when it, or one of its nodes, was not made by a search.
-    struct LooseLinks {
+    // What an edge needs that no search made, or whose nodes are not those of its search.
+    struct Links {
         boost::weak_ptr<CCheckPipeLineNode> nodes[2];
-        boost::weak_ptr<norvex::pipenet::NetworkKeeper> keeper;
+        // What the graphs hold of an edge that a caller created in one of them.
+        boost::weak_ptr<norvex::pipenet::NamedNodes> named;
     };
 
     boost::shared_ptr<CCheckPipeLineNode> GetNode(Side side) const;
     void SetNode(Side side, const boost::shared_ptr<CCheckPipeLineNode>& node);
-    boost::shared_ptr<norvex::pipenet::NetworkKeeper> Keeper() const;
-    LooseLinks& Loose();
+    Links& OwnLinks();
 
     ZrOwPolyLine* m_pipe;
-    // Good while a graph of this edge lives.
-    CCheckPipeLineNode* m_nodes[2] = {nullptr, nullptr};
-    // The pool that this edge lies in; null for an edge made one by one.
-    norvex::pipenet::ObjectPool* m_pool = nullptr;
-    std::unique_ptr<LooseLinks> m_loose;
+    // What the search found that made the edge; null for other edges, and once none of its graphs is left.
+    norvex::pipenet::SearchedObjects* m_searched = nullptr;
+    // Null while the nodes are those of the search, or none.
+    std::unique_ptr<Links> m_links;
     // Position in the edge list of every graph that holds the edge.
     std::uint32_t m_index = 0;
-    // Whether each node lies in the edge's own pool.
-    bool m_pooled[2] = {false, false};
 };

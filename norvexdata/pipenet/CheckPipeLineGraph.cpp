@@ -26,12 +26,13 @@ using norvex::pipenet::Access;
 using norvex::pipenet::GraphIndex;
 using norvex::pipenet::Index;
 using norvex::pipenet::kNone;
-using norvex::pipenet::NetworkKeeper;
+using norvex::pipenet::NamedNodes;
+using norvex::pipenet::SearchedObjects;
 
 CCheckPipeLineGraph::CCheckPipeLineGraph() = default;
 
 CCheckPipeLineGraph::CCheckPipeLineGraph(const CCheckPipeLineGraph& other)
-    : m_keeper(other.m_keeper),
+    : m_searched(other.m_searched),
       m_searchedEdges(other.m_searchedEdges),
       m_searchedNodes(other.m_searchedNodes),
       m_edges(other.m_edges),
@@ -41,7 +42,7 @@ CCheckPipeLineGraph::CCheckPipeLineGraph(const CCheckPipeLineGraph& other)
 }
 
 CCheckPipeLineGraph::CCheckPipeLineGraph(CCheckPipeLineGraph&& other) noexcept
-    : m_keeper(std::move(other.m_keeper)),
+    : m_searched(std::move(other.m_searched)),
       m_searchedEdges(std::exchange(other.m_searchedEdges, 0)),
       m_searchedNodes(std::exchange(other.m_searchedNodes, 0)),
       m_edges(std::move(other.m_edges)),
@@ -60,7 +61,7 @@ CCheckPipeLineGraph& CCheckPipeLineGraph::operator=(const CCheckPipeLineGraph& o
 
 CCheckPipeLineGraph& CCheckPipeLineGraph::operator=(CCheckPipeLineGraph&& other) noexcept {
     CCheckPipeLineGraph taken(std::move(other));
-    m_keeper.swap(taken.m_keeper);
+    m_searched.swap(taken.m_searched);
     std::swap(m_searchedEdges, taken.m_searchedEdges);
     std::swap(m_searchedNodes, taken.m_searchedNodes);
     m_edges.swap(taken.m_edges);
@@ -76,8 +77,7 @@ CCheckPipeLineGraph::~CCheckPipeLineGraph() = default;
 boost::shared_ptr<CCheckPipeLineNode> CCheckPipeLineGraph::CreateNode(const AcGePoint3d& point) {
     const boost::shared_ptr<CCheckPipeLineNode> node = boost::make_shared<CCheckPipeLineNode>(point);
     Access::Position(*node) = static_cast<Index>(NodeCount());
-    Keeper()->Keep(node);
-    m_nodes.push_back(node.get());
+    m_nodes.push_back(node);
     m_asSearched = false;
     return node;
 }
@@ -91,15 +91,15 @@ boost::shared_ptr<CCheckPipeLineNode> CCheckPipeLineGraph::GetNode(const AcGePoi
         places.Add(NodeAt(places.Count())->Point());
     }
     const Index found = places.FirstNear(point);
-    return found == kNone ? boost::shared_ptr<CCheckPipeLineNode>() : m_keeper->Share(NodeAt(found));
+    return found == kNone ? boost::shared_ptr<CCheckPipeLineNode>() : NodeAt(found);
 }
 
 boost::shared_ptr<CCheckPipeLineEdge> CCheckPipeLineGraph::CreateEdge(ZrOwPolyLine* pipe) {
     const boost::shared_ptr<CCheckPipeLineEdge> edge = boost::make_shared<CCheckPipeLineEdge>(pipe);
     Access::Position(*edge) = static_cast<Index>(EdgeCount());
-    Access::SetKeeper(*edge, Keeper());
-    m_keeper->Keep(edge);
-    m_edges.push_back(edge.get());
+    const boost::shared_ptr<NamedNodes> named = boost::make_shared<NamedNodes>();
+    Access::SetNamed(*edge, named);
+    m_edges.push_back({edge, named});
     return edge;
 }
 
@@ -112,35 +112,26 @@ boost::shared_ptr<CCheckPipeLineEdge> CCheckPipeLineGraph::GetEdge(ZrOwPolyLine*
         index.edges.emplace(EdgeAt(index.edgesKnown)->GetPipeEnt(), index.edgesKnown);
     }
     const auto found = index.edges.find(pipe);
-    return found == index.edges.end() ? boost::shared_ptr<CCheckPipeLineEdge>()
-                                      : m_keeper->Share(EdgeAt(found->second));
+    return found == index.edges.end() ? boost::shared_ptr<CCheckPipeLineEdge>() : EdgeAt(found->second);
 }
 
 void CCheckPipeLineGraph::GetBadLoopVec(std::vector<std::vector<ZrOwEntity*>>& loops) {
-    const norvex::pipenet::ObjectPool* pool = m_keeper ? m_keeper->Pool() : nullptr;
-    if (pool != nullptr && !pool->HasObjects() && m_nodes.empty() && m_edges.empty()) {
-        m_loopWork = norvex::pipenet::AppendLoops(pool->Network(), loops);
+    if (m_searched && !m_searched->HasObjects() && m_nodes.empty() && m_edges.empty()) {
+        m_loopWork = norvex::pipenet::AppendLoops(m_searched->Network(), loops);
     } else {
         m_loopWork = norvex::pipenet::AppendLoops(norvex::pipenet::ReadObjects(*this), loops);
     }
 }
 
-CCheckPipeLineEdge* CCheckPipeLineGraph::EdgeAt(std::size_t position) const {
-    return position < m_searchedEdges ? m_keeper->Pool()->Edge(static_cast<Index>(position))
-                                      : m_edges[position - m_searchedEdges];
+const boost::shared_ptr<CCheckPipeLineEdge>& CCheckPipeLineGraph::EdgeAt(std::size_t position) const {
+    return position < m_searchedEdges ? m_searched->Edge(static_cast<Index>(position))
+                                      : m_edges[position - m_searchedEdges].edge;
 }
 
-CCheckPipeLineNode* CCheckPipeLineGraph::NodeAt(std::size_t position) const {
+const boost::shared_ptr<CCheckPipeLineNode>& CCheckPipeLineGraph::NodeAt(std::size_t position) const {
     // The first node of a search is not listed.
-    return position < m_searchedNodes ? m_keeper->Pool()->Node(static_cast<Index>(position + 1))
+    return position < m_searchedNodes ? m_searched->Node(static_cast<Index>(position + 1))
                                       : m_nodes[position - m_searchedNodes];
-}
-
-boost::shared_ptr<NetworkKeeper> CCheckPipeLineGraph::Keeper() {
-    if (!m_keeper) {
-        m_keeper = boost::make_shared<NetworkKeeper>();
-    }
-    return m_keeper;
 }
 
 GraphIndex& CCheckPipeLineGraph::Lookup() const {

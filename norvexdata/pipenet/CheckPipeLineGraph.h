@@ -15,16 +15,19 @@
 class ZrOwEntity;
 
 namespace norvex::pipenet {
+class SearchedObjects;
 struct GraphIndex;
+struct NamedNodes;
 }  // namespace norvex::pipenet
 
 // One network of pipes: an edge for every pipe, a node for every place where pipe ends meet. Two points are one place
 // when they are strictly nearer than 0.1 drawing units.
 //
-// A copy shares its nodes and edges with the graph it was copied from; what either creates afterwards is its own. When
-// the last of the graphs that share objects is gone, nodes and edges that a caller still holds stay valid, but are no
-// longer linked to each other unless the caller made them one by one. Used from one thread at a time, reading included;
-// copies that nobody changes may be used from several, one each.
+// A copy shares its nodes and edges with the graph it was copied from; what either creates afterwards is its own. A
+// graph holds its nodes, its edges and the nodes that these name at the time. When the last of the graphs that share
+// objects is gone, what a caller still holds is linked as before, whoever linked it: a node lists its edges, and an
+// edge has those of its nodes that somebody holds. Used from one thread at a time, reading included; copies that nobody
+// changes may be used from several, one each.
 class NORVEXDATA_API CCheckPipeLineGraph {
   public:
     CCheckPipeLineGraph();
@@ -61,18 +64,23 @@ class NORVEXDATA_API CCheckPipeLineGraph {
     std::size_t EdgeCount() const { return m_searchedEdges + m_edges.size(); }
     std::size_t NodeCount() const { return m_searchedNodes + m_nodes.size(); }
     // By position in the list of edges, or of nodes.
-    CCheckPipeLineEdge* EdgeAt(std::size_t position) const;
-    CCheckPipeLineNode* NodeAt(std::size_t position) const;
-    boost::shared_ptr<norvex::pipenet::NetworkKeeper> Keeper();
+    const boost::shared_ptr<CCheckPipeLineEdge>& EdgeAt(std::size_t position) const;
+    const boost::shared_ptr<CCheckPipeLineNode>& NodeAt(std::size_t position) const;
     norvex::pipenet::GraphIndex& Lookup() const;
 
-    // Keeps every object below alive, and what a search found; shared by copies.
-    boost::shared_ptr<norvex::pipenet::NetworkKeeper> m_keeper;
-    // Those that a search found come first.
+    // An edge that a caller created, with its nodes.
+    struct CreatedEdge {
+        boost::shared_ptr<CCheckPipeLineEdge> edge;
+        boost::shared_ptr<norvex::pipenet::NamedNodes> named;
+    };
+
+    // Shared by copies; null when no search filled the graph.
+    boost::shared_ptr<norvex::pipenet::SearchedObjects> m_searched;
+    // Those that the search found come first.
     std::uint32_t m_searchedEdges = 0;
     std::uint32_t m_searchedNodes = 0;
-    std::vector<CCheckPipeLineEdge*> m_edges;
-    std::vector<CCheckPipeLineNode*> m_nodes;
+    std::vector<CreatedEdge> m_edges;
+    std::vector<boost::shared_ptr<CCheckPipeLineNode>> m_nodes;
     // Answers GetNode and GetEdge; made on first use.
     mutable std::unique_ptr<norvex::pipenet::GraphIndex> m_lookup;
     norvex::pipenet::LoopWork m_loopWork;

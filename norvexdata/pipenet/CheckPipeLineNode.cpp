@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "norvexdata/pipenet/CheckPipeLineNode.h"
 
+#include <utility>
+
 #include "norvexdata/pipenet/CheckPipeLineEdge.h"
 #include "norvexdata/pipenet/detail/EdgeList.h"
 #include "norvexdata/pipenet/detail/NetworkObjects.h"
@@ -30,13 +32,11 @@ std::vector<boost::shared_ptr<CCheckPipeLineEdge>>& CCheckPipeLineNode::GetConne
 
 EdgeList& CCheckPipeLineNode::List() {
     if (!m_list) {
-        m_list = std::make_unique<EdgeList>();
-        if (m_listedCount != 0) {
-            const auto pool = m_pool->shared_from_this();
-            for (norvex::pipenet::Index entry = 0; entry < m_listedCount; ++entry) {
-                m_list->Append({pool, m_pool->Listed(m_firstListed + entry)});
-            }
+        auto list = std::make_unique<EdgeList>();
+        for (norvex::pipenet::Index entry = 0; entry < m_listedCount; ++entry) {
+            list->Append(m_searched->Listed(m_firstListed + entry));
         }
+        m_list = std::move(list);
     }
     return *m_list;
 }

@@ -1,132 +1,86 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "norvexdata/pipenet/detail/NetworkObjects.h"
 
+#include <boost/make_shared.hpp>
+
 namespace norvex::pipenet {
 
-CCheckPipeLineNode* ObjectPool::Node(Index number) {
-    std::call_once(m_making, [this] { MakeObjects(); });
-    return &m_nodes[number];
+SearchedObjects::~SearchedObjects() {
+    if (!m_hasObjects) {
+        return;
+    }
+    for (const boost::shared_ptr<CCheckPipeLineNode>& node : m_nodes) {
+        if (node.use_count() > 1) {
+            Access::Leave(*node);
+        }
+    }
+    // Those of the lists that nodes have just been given are among them.
+    for (const boost::shared_ptr<CCheckPipeLineEdge>& edge : m_edges) {
+        if (edge.use_count() > 1) {
+            Access::Leave(*edge);
+        }
+    }
 }
 
-CCheckPipeLineEdge* ObjectPool::Edge(Index number) {
+const boost::shared_ptr<CCheckPipeLineNode>& SearchedObjects::Node(Index number) {
     std::call_once(m_making, [this] { MakeObjects(); });
-    return &m_edges[number];
+    return m_nodes[number];
 }
 
-void ObjectPool::MakeObjects() {
+const boost::shared_ptr<CCheckPipeLineEdge>& SearchedObjects::Edge(Index number) {
+    std::call_once(m_making, [this] { MakeObjects(); });
+    return m_edges[number];
+}
+
+void SearchedObjects::MakeObjects() {
     // What an earlier call made before memory ran out.
     m_edges.clear();
     m_nodes.clear();
+    m_nodes.reserve(m_network.points.size());
     for (Index number = 0; number < m_network.points.size(); ++number) {
-        Access::SetPool(m_nodes.emplace_back(m_network.points[number]), *this, number);
+        m_nodes.push_back(boost::make_shared<CCheckPipeLineNode>(m_network.points[number]));
+        Access::SetSearched(*m_nodes.back(), *this, number);
     }
+    m_edges.reserve(m_network.pipes.size());
     for (Index number = 0; number < m_network.pipes.size(); ++number) {
-        const PipeNetwork::Ends& ends = m_network.ends[number];
-        CCheckPipeLineEdge& edge = m_edges.emplace_back(m_network.pipes[number]);
-        Access::SetPool(edge, *this, number, m_nodes[ends.start], m_nodes[ends.end]);
+        m_edges.push_back(boost::make_shared<CCheckPipeLineEdge>(m_network.pipes[number]));
+        Access::SetSearched(*m_edges.back(), *this, number);
     }
     m_hasObjects = true;
 }
 
-void ObjectPool::Cut() {
-    m_keeper = nullptr;
-    for (CCheckPipeLineEdge& edge : m_edges) {
-        Access::CutPooled(edge);
-    }
-    for (CCheckPipeLineNode& node : m_nodes) {
-        if (!Access::IsAdopted(node)) {
-            Access::DropList(node);
-        }
-    }
-}
-
-NetworkKeeper::~NetworkKeeper() {
-    // Only adopted nodes of other pools need care; everything else goes with its count.
-    for (auto& [node, holder] : m_nodes) {
-        const ObjectPool* pool = Access::Pool(*node);
-        if (pool != nullptr && Access::Release(*node) && pool->Keeper() == nullptr) {
-            Access::DropList(*node);
-        }
-    }
-    // Without another holder the objects go now.
-    if (m_pool && m_pool.use_count() > 1) {
-        m_pool->Cut();
-    }
-}
-
-void NetworkKeeper::Keep(const boost::shared_ptr<CCheckPipeLineNode>& node) {
-    const ObjectPool* pool = Access::Pool(*node);
-    if (pool != nullptr && pool == m_pool.get()) {
-        return;
-    }
-    if (m_nodes.emplace(node.get(), node).second && pool != nullptr) {
-        Access::Adopt(*node);
-    }
-}
-
-void NetworkKeeper::Keep(const boost::shared_ptr<CCheckPipeLineEdge>& edge) {
-    m_edges.emplace(edge.get(), edge);
-}
-
-boost::shared_ptr<CCheckPipeLineNode> NetworkKeeper::Share(CCheckPipeLineNode* node) const {
-    if (m_pool && Access::Pool(*node) == m_pool.get()) {
-        return {m_pool, node};
-    }
-    return m_nodes.at(node);
-}
-
-boost::shared_ptr<CCheckPipeLineEdge> NetworkKeeper::Share(CCheckPipeLineEdge* edge) const {
-    if (m_pool && Access::Pool(*edge) == m_pool.get()) {
-        return {m_pool, edge};
-    }
-    return m_edges.at(edge);
-}
-
-void Access::SetPool(CCheckPipeLineNode& node, ObjectPool& pool, Index number) {
-    const PipeNetwork& network = pool.Network();
-    node.m_pool = &pool;
+void Access::SetSearched(CCheckPipeLineNode& node, SearchedObjects& searched, Index number) {
+    const PipeNetwork& network = searched.Network();
+    node.m_searched = &searched;
     node.m_firstListed = network.listBegin[number];
     node.m_listedCount = network.ListSize(number);
     // The first node of a network that was searched is in no list.
     node.m_index = number - 1;
 }
 
-void Access::SetPool(CCheckPipeLineEdge& edge, ObjectPool& pool, Index number, CCheckPipeLineNode& start,
-                     CCheckPipeLineNode& end) {
-    edge.m_pool = &pool;
-    edge.m_nodes[0] = &start;
-    edge.m_nodes[1] = &end;
-    edge.m_pooled[0] = edge.m_pooled[1] = true;
+void Access::SetSearched(CCheckPipeLineEdge& edge, SearchedObjects& searched, Index number) {
+    edge.m_searched = &searched;
     edge.m_index = number;
 }
 
-void Access::CutPooled(CCheckPipeLineEdge& edge) {
-    for (int side = 0; side < 2; ++side) {
-        if (edge.m_pooled[side]) {
-            edge.m_nodes[side] = nullptr;
-            edge.m_pooled[side] = false;
-        }
-    }
+void Access::Leave(CCheckPipeLineNode& node) {
+    node.List();
+    node.m_searched = nullptr;
 }
 
-void Access::SetKeeper(CCheckPipeLineEdge& edge, const boost::shared_ptr<NetworkKeeper>& keeper) {
-    edge.Loose().keeper = keeper;
+void Access::Leave(CCheckPipeLineEdge& edge) {
+    edge.OwnLinks();
+    edge.m_searched = nullptr;
 }
 
-void Access::DropList(CCheckPipeLineNode& node) {
-    // The list itself stays, because callers may hold a reference to it. The entries go last, because the last
-    // reference to another pool may be among them.
-    std::vector<boost::shared_ptr<CCheckPipeLineEdge>> dropped;
-    if (node.m_list) {
-        dropped.swap(node.m_list->HandOut());
-    }
-    node.m_listedCount = 0;
+void Access::SetNamed(CCheckPipeLineEdge& edge, const boost::shared_ptr<NamedNodes>& named) {
+    edge.OwnLinks().named = named;
 }
 
 std::vector<CCheckPipeLineNode*> Access::Nodes(const CCheckPipeLineGraph& graph) {
     std::vector<CCheckPipeLineNode*> nodes;
     for (Index position = 0; position < graph.NodeCount(); ++position) {
-        nodes.push_back(graph.NodeAt(position));
+        nodes.push_back(graph.NodeAt(position).get());
     }
     return nodes;
 }
@@ -134,7 +88,7 @@ std::vector<CCheckPipeLineNode*> Access::Nodes(const CCheckPipeLineGraph& graph)
 std::vector<CCheckPipeLineEdge*> Access::Edges(const CCheckPipeLineGraph& graph) {
     std::vector<CCheckPipeLineEdge*> edges;
     for (Index position = 0; position < graph.EdgeCount(); ++position) {
-        edges.push_back(graph.EdgeAt(position));
+        edges.push_back(graph.EdgeAt(position).get());
     }
     return edges;
 }
@@ -143,7 +97,7 @@ void Access::Fill(CCheckPipeLineGraph& graph, PipeNetwork&& network) {
     graph.m_searchedEdges = static_cast<Index>(network.pipes.size());
     graph.m_searchedNodes = static_cast<Index>(network.points.size() - network.unlisted.size());
     graph.m_asSearched = true;
-    graph.Keeper()->SetPool(std::move(network));
+    graph.m_searched = boost::make_shared<SearchedObjects>(std::move(network));
 }
 
 namespace {
@@ -205,7 +159,8 @@ class ObjectReader {
         }
         const auto count = static_cast<Index>(Access::ListSize(node));
         for (Index entry = 0; entry < count; ++entry) {
-            m_network.lists.push_back(NumberOf(Access::Pool(node)->Listed(Access::FirstListed(node) + entry)));
+            m_network.lists.push_back(
+                NumberOf(Access::Searched(node)->Listed(Access::FirstListed(node) + entry).get()));
         }
     }
 

@@ -22,6 +22,7 @@ TEST(LongRandomNets, GiveTheSameLoopsWhenBuiltAndChangedByHand) {
     for (int number = 0; number < 300000; ++number) {
         HandBuilt built(nets);
         ASSERT_EQ(built.Compare(), "") << "graph " << number << "\n" << built.Describe();
+        ASSERT_EQ(built.CompareWhatIsLeft(), "") << "graph " << number << "\n" << built.Describe();
     }
 }
 

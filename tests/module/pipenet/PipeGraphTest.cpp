@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <boost/make_shared.hpp>
+#include <boost/weak_ptr.hpp>
 #include <cmath>
 #include <limits>
 #include <random>
@@ -10,7 +11,7 @@
 #include <utility>
 
 #include "Net.h"
-#include "platform/zrow/Drawing.h"
+#include "norvexdata/entities/EntFindMethod.h"
 
 namespace norvex::test {
 namespace {
@@ -385,46 +386,191 @@ TEST(PipeGraph, KeepsItsObjectsWhileOneCopyIsLeft) {
     EXPECT_EQ(net.Numbers(loops), (std::vector<std::vector<int>>{{1, 2, 3, 0}}));
 }
 
-TEST(PipeGraph, LeavesWhatACallerHoldsUsableWhenItIsGone) {
-    Net net("a-b b-c c-d d-a");
-    NodePointer node;
-    EdgePointer edge;
-    EdgePointer listed;
-    {
-        std::vector<CCheckPipeLineGraph> graphs = net.Search();
-        node = graphs.front().GetNode(Net::PointOf('c'));
-        edge = graphs.front().GetEdge(&net[2]);
-        listed = node->GetConnectEdgeVec().front();
+// A graph of the net as a search makes it, but by hand: the first node stands in no list.
+CCheckPipeLineGraph BuiltByHand(Net& net) {
+    CCheckPipeLineGraph graph;
+    const NodePointer seed = boost::make_shared<CCheckPipeLineNode>(net[0].GetStartPoint());
+    const auto nodeAt = [&](const AcGePoint3d& point) {
+        if (CEntFindMethod::Is2PtNear(point, seed->Point(), 0.1)) {
+            return seed;
+        }
+        const NodePointer known = graph.GetNode(point);
+        return known ? known : graph.CreateNode(point);
+    };
+    for (std::size_t number = 0; number < net.size(); ++number) {
+        const EdgePointer edge = graph.CreateEdge(&net[number]);
+        edge->SetNodeStart(nodeAt(net[number].GetStartPoint()));
+        edge->SetNodeEnd(nodeAt(net[number].GetEndPoint()));
+        edge->GetNodeStart()->AppendEdge(edge);
+        edge->GetNodeEnd()->AppendEdge(edge);
     }
-    EXPECT_EQ(node->Point().x, Net::PointOf('c').x);
-    EXPECT_EQ(edge->GetPipeEnt(), &net[2]);
-    EXPECT_EQ(listed->GetPipeEnt(), &net[1]);
-    EXPECT_EQ(node->GetConnectEdgeNum(), 0);
-    edge->GetNodeStart();
-    edge->SetNodeStart(node);
-    EXPECT_EQ(edge->GetNodeStart(), node);
-    node->AppendEdge({});
-    EXPECT_EQ(node->GetConnectEdgeNum(), 1);
+    return graph;
 }
 
-TEST(PipeGraph, LeavesTheListsThatANodeHandedOutUsableWhenItIsGone) {
-    Net net("a-b b-c c-d d-a d-e");
-    CCheckPipeLineGraph other;
-    std::vector<CCheckPipeLineGraph> graphs = net.Search();
-    const NodePointer node = graphs.front().GetNode(Net::PointOf('c'));
-    const NodePointer adopted = graphs.front().GetNode(Net::PointOf('d'));
-    std::vector<EdgePointer>& list = node->GetConnectEdgeVec();
-    std::vector<EdgePointer>& listOfAdopted = adopted->GetConnectEdgeVec();
-    other.CreateEdge(&net[0])->SetNodeStart(adopted);
-    ASSERT_EQ(list.size(), 2u);
-    graphs.clear();
-    EXPECT_TRUE(list.empty());
-    EXPECT_EQ(&list, &node->GetConnectEdgeVec());
-    EXPECT_EQ(listOfAdopted.size(), 3u);
-    other = CCheckPipeLineGraph();
-    EXPECT_TRUE(listOfAdopted.empty());
-    listOfAdopted.push_back(boost::make_shared<CCheckPipeLineEdge>(&net[1]));
-    EXPECT_EQ(adopted->GetConnectEdgeNum(), 1);
+// How a graph came about, and what a caller asked of it before it went.
+enum class Made { ByHand, BySearch, BySearchAndListed, BySearchAndCopied };
+
+CCheckPipeLineGraph Make(Net& net, Made made) {
+    if (made == Made::ByHand) {
+        return BuiltByHand(net);
+    }
+    CCheckPipeLineGraph graph = net.Search().front();
+    if (made == Made::BySearchAndListed) {
+        for (std::size_t number = 0; number < net.size(); ++number) {
+            graph.GetEdge(&net[number])->GetNodeStart()->GetConnectEdgeVec();
+            graph.GetEdge(&net[number])->GetNodeEnd()->GetConnectEdgeVec();
+        }
+    }
+    return made == Made::BySearchAndCopied ? CCheckPipeLineGraph(graph) : graph;
+}
+
+class HeldWhenTheGraphIsGone : public testing::TestWithParam<Made> {
+  protected:
+    Net net{"a-b b-c c-d d-b d-e"};
+};
+
+TEST_P(HeldWhenTheGraphIsGone, ANodeListsItsEdges) {
+    NodePointer node;
+    { node = Make(net, GetParam()).GetNode(Net::PointOf('d')); }
+    EXPECT_EQ(node->Point().x, Net::PointOf('d').x);
+    ASSERT_EQ(node->GetConnectEdgeNum(), 3);
+    const std::vector<EdgePointer> listed = node->GetConnectEdgeVec();
+    for (std::size_t number = 0; number < 3; ++number) {
+        EXPECT_EQ(listed[number]->GetPipeEnt(), &net[number + 2]);
+        EXPECT_TRUE(listed[number]->GetNodeStart() == node || listed[number]->GetNodeEnd() == node);
+        EXPECT_TRUE(listed[number]->GetNodeStart() == nullptr || listed[number]->GetNodeEnd() == nullptr)
+            << "nobody holds the node at the other end";
+    }
+    node.reset();
+    EXPECT_EQ(listed[0]->GetNodeStart(), nullptr);
+    EXPECT_EQ(listed[0]->GetNodeEnd(), nullptr);
+}
+
+TEST_P(HeldWhenTheGraphIsGone, AnEdgeHasTheNodesThatSomebodyHolds) {
+    for (const bool holdsStart : {false, true}) {
+        for (const bool holdsEnd : {false, true}) {
+            EdgePointer edge;
+            NodePointer start;
+            NodePointer end;
+            {
+                const CCheckPipeLineGraph graph = Make(net, GetParam());
+                edge = graph.GetEdge(&net[1]);
+                ASSERT_NE(edge->GetNodeStart(), nullptr);
+                start = holdsStart ? edge->GetNodeStart() : NodePointer();
+                end = holdsEnd ? edge->GetNodeEnd() : NodePointer();
+            }
+            EXPECT_EQ(edge->GetPipeEnt(), &net[1]);
+            EXPECT_EQ(edge->GetNodeStart(), start);
+            EXPECT_EQ(edge->GetNodeEnd(), end);
+            edge->SetNodeStart(end);
+            EXPECT_EQ(edge->GetNodeStart(), end) << "and can be set to others";
+            EXPECT_EQ(edge->GetNodeEnd(), end);
+        }
+    }
+}
+
+TEST_P(HeldWhenTheGraphIsGone, AListThatWasHandedOutStays) {
+    NodePointer node;
+    std::vector<EdgePointer>* list = nullptr;
+    { node = Make(net, GetParam()).GetNode(Net::PointOf('c')); }
+    list = &node->GetConnectEdgeVec();
+    EXPECT_EQ(list->size(), 2u);
+    node->AppendEdge(list->front());
+    EXPECT_EQ(list->size(), 2u);
+    node->AppendEdge({});
+    EXPECT_EQ(list->size(), 3u);
+    EXPECT_EQ(list, &node->GetConnectEdgeVec());
+}
+
+TEST_P(HeldWhenTheGraphIsGone, WhatIsLinkedLaterGoesWithItsHolder) {
+    boost::weak_ptr<CCheckPipeLineNode> nodeLeft;
+    boost::weak_ptr<CCheckPipeLineEdge> edgeLeft;
+    {
+        NodePointer node;
+        EdgePointer edge;
+        {
+            const CCheckPipeLineGraph graph = Make(net, GetParam());
+            node = graph.GetNode(Net::PointOf('e'));
+            edge = graph.GetEdge(&net[0]);
+        }
+        node->AppendEdge(edge);
+        edge->SetNodeStart(node);
+        edge->SetNodeEnd(node);
+        EXPECT_EQ(node->GetConnectEdgeNum(), 2);
+        EXPECT_EQ(edge->GetNodeStart(), node);
+        nodeLeft = node;
+        edgeLeft = edge;
+        node.reset();
+        EXPECT_EQ(edge->GetNodeStart(), nullptr);
+    }
+    EXPECT_TRUE(nodeLeft.expired());
+    EXPECT_TRUE(edgeLeft.expired());
+}
+
+TEST_P(HeldWhenTheGraphIsGone, NothingElseStays) {
+    std::vector<boost::weak_ptr<CCheckPipeLineNode>> nodes;
+    EdgePointer held;
+    {
+        const CCheckPipeLineGraph graph = Make(net, GetParam());
+        held = graph.GetEdge(&net[2]);
+        for (std::size_t number = 0; number < net.size(); ++number) {
+            nodes.emplace_back(graph.GetEdge(&net[number])->GetNodeStart());
+            nodes.emplace_back(graph.GetEdge(&net[number])->GetNodeEnd());
+        }
+    }
+    for (const auto& node : nodes) {
+        EXPECT_TRUE(node.expired());
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(PipeGraph, HeldWhenTheGraphIsGone,
+                         testing::Values(Made::ByHand, Made::BySearch, Made::BySearchAndListed,
+                                         Made::BySearchAndCopied));
+
+TEST(PipeGraph, HoldsOfAllNodesThatWereSetOnAnEdgeTheLastAlone) {
+    Net net("a-b b-c");
+    for (const bool searched : {false, true}) {
+        CCheckPipeLineGraph graph = searched ? net.Search().front() : BuiltByHand(net);
+        const EdgePointer edge = graph.GetEdge(&net[1]);
+        std::vector<boost::weak_ptr<CCheckPipeLineNode>> set;
+        for (int time = 0; time < 100; ++time) {
+            const NodePointer node = boost::make_shared<CCheckPipeLineNode>(AcGePoint3d(time, 0.0, 0.0));
+            node->AppendEdge(edge);
+            edge->SetNodeEnd(node);
+            set.emplace_back(node);
+        }
+        EXPECT_EQ(edge->GetNodeEnd()->Point().x, 99.0);
+        EXPECT_EQ(edge->GetNodeEnd()->GetConnectEdgeVec().front(), edge);
+        set.pop_back();
+        for (const auto& node : set) {
+            EXPECT_TRUE(node.expired());
+        }
+        // A node of the graph stays in it.
+        edge->SetNodeEnd({});
+        EXPECT_NE(graph.GetNode(Net::PointOf('c')), nullptr);
+    }
+}
+
+TEST(PipeGraph, DoesNotHoldWhatACopyCreated) {
+    Net net("a-b b-c");
+    for (const bool searched : {false, true}) {
+        const CCheckPipeLineGraph graph = searched ? net.Search().front() : BuiltByHand(net);
+        boost::weak_ptr<CCheckPipeLineNode> node;
+        boost::weak_ptr<CCheckPipeLineNode> named;
+        boost::weak_ptr<CCheckPipeLineEdge> edge;
+        {
+            CCheckPipeLineGraph copy = graph;
+            node = copy.CreateNode({});
+            const EdgePointer created = copy.CreateEdge(&net[0]);
+            created->SetNodeStart(boost::make_shared<CCheckPipeLineNode>(AcGePoint3d()));
+            named = created->GetNodeStart();
+            edge = created;
+            EXPECT_FALSE(named.expired());
+        }
+        EXPECT_TRUE(node.expired());
+        EXPECT_TRUE(named.expired());
+        EXPECT_TRUE(edge.expired());
+    }
 }
 
 TEST(PipeGraph, KeepsNodesThatItsEdgesTookFromADroppedGraph) {
@@ -517,26 +663,4 @@ TEST(PipeGraph, ListsALoopThatACallerClosesAfterTheSearch) {
 }
 
 }  // namespace
-// A leak would show under the address sanitizer.
-TEST(PipeGraph, KeepsWhatIsLinkedAfterItIsGoneUntilTheLinkIsTakenOut) {
-    norvex::Drawing drawing;
-    drawing.pipe({0, 0, 0}, {1000, 0, 0}).pipe({1000, 0, 0}, {2000, 0, 0}).pipe({2000, 0, 0}, {0, 0, 0});
-    boost::shared_ptr<CCheckPipeLineNode> node;
-    boost::shared_ptr<CCheckPipeLineEdge> edge;
-    {
-        std::vector<CCheckPipeLineGraph> graphs;
-        CCheckSearchGraph().SearchGraph(drawing.entities(), graphs);
-        node = graphs.at(0).GetNode({1000, 0, 0});
-        edge = graphs.at(0).GetEdge(drawing.at<ZrOwPolyLine>(2));
-    }
-    node->AppendEdge(edge);
-    node->AppendEdge(edge);
-    ASSERT_EQ(node->GetConnectEdgeNum(), 1);
-    edge = node->GetConnectEdgeVec().front();
-    node->GetConnectEdgeVec().clear();
-    node.reset();
-    EXPECT_GE(edge.use_count(), 1);
-    EXPECT_EQ(edge->GetPipeEnt(), drawing.at<ZrOwPolyLine>(2));
-}
-
 }  // namespace norvex::test

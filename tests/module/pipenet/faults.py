@@ -24,6 +24,8 @@ PLACES = DETAIL + "Places.cpp"
 PLACES_HEADER = DETAIL + "Places.h"
 CELLS = DETAIL + "Cells.h"
 LIST = DETAIL + "EdgeList.h"
+OBJECTS_HEADER = DETAIL + "NetworkObjects.h"
+EDGE = "norvexdata/pipenet/CheckPipeLineEdge.cpp"
 NODE = "norvexdata/pipenet/CheckPipeLineNode.cpp"
 GRAPH = "norvexdata/pipenet/CheckPipeLineGraph.cpp"
 
@@ -86,7 +88,12 @@ FAULTS = [
      "        m_dense.All().Add(spot.point, place);\n",
      "        m_places.push_back({spot.point, kNoEnd, 1, kNone});\n"),
     ("a list that is handed out repeats its first pipe", NODE, "m_firstListed + entry", "m_firstListed"),
-    ("links go while a caller holds objects", OBJECTS, "m_pool.use_count() > 1", "m_pool.use_count() > 1000"),
+    ("a node that a caller holds loses its list with the graph", OBJECTS, "if (node.use_count() > 1)",
+     "if (node.use_count() > 1000)"),
+    ("an edge that a caller holds loses its nodes with the graph", OBJECTS, "    edge.OwnLinks();\n", ""),
+    ("a graph does not hold the nodes that callers set", EDGE, "named->nodes[side] = node;", "named->nodes[side].reset();"),
+    ("a search does not hold the nodes that callers set", OBJECTS_HEADER, "m_named[edge].nodes[side] = node;",
+     "m_named[edge].nodes[side].reset();"),
     ("the newest edge of a pipe is found", GRAPH, "index.edges.emplace(", "index.edges.insert_or_assign("),
     ("pipes at a place come newest first", SEARCH, "    std::reverse(m_found.begin() + first, m_found.end());\n", ""),
     ("pipes taken in another order stay in it", SEARCH, "    if (!m_places.AreInListOrder()) {\n        std::sort",
