@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "norvexdata/pipenet/CheckPipeLineGraph.h"
+#include "norvexdata/pipenet/CheckSearchGraph.h"
 #include "platform/zrow/Drawing.h"
 
 using norvex::Drawing;
@@ -63,6 +64,19 @@ TEST(GraphNodeContract, ALongListKeepsItsOrderAndHasNoRepeats) {
         node->AppendEdge(edges[edges.size() / 2]);
     }
     EXPECT_EQ(node->GetConnectEdgeVec(), edges);
+}
+
+TEST(GraphNodeContract, ALongListHasNoRepeatsThoughItIsWrittenThroughAReferenceTakenBefore) {
+    const Node node = boost::make_shared<CCheckPipeLineNode>(AcGePoint3d(0, 0, 0));
+    for (int index = 0; index < 300; ++index) {
+        node->AppendEdge(boost::make_shared<CCheckPipeLineEdge>(nullptr));
+    }
+    std::vector<Edge>& list = node->GetConnectEdgeVec();
+    node->AppendEdge(boost::make_shared<CCheckPipeLineEdge>(nullptr));
+    const Edge other = boost::make_shared<CCheckPipeLineEdge>(nullptr);
+    list[100] = other;
+    node->AppendEdge(other);
+    EXPECT_EQ(node->GetConnectEdgeNum(), 301);
 }
 
 TEST(GraphEdgeContract, ANewEdgeHasItsPipeAndNoNodes) {
@@ -181,6 +195,37 @@ TEST(GraphContract, ValidityAndTheLoopTestCompareNumbersAlone) {
     nodesOnly.CreateNode({0, 0, 0});
     EXPECT_FALSE(nodesOnly.IsValid());
     EXPECT_FALSE(nodesOnly.HasBadLoop());
+}
+
+TEST(GraphContract, WhatACallerHoldsStaysLinkedWhoeverMadeTheGraphThatIsGone) {
+    Drawing drawing;
+    drawing.pipe({0, 0, 0}, {10, 0, 0}).pipe({10, 0, 0}, {20, 0, 0});
+    for (const bool searched : {false, true}) {
+        std::vector<CCheckPipeLineGraph> graphs;
+        if (searched) {
+            CCheckSearchGraph().SearchGraph(drawing.entities(), graphs);
+        } else {
+            CCheckPipeLineGraph& graph = graphs.emplace_back();
+            const Node nodes[] = {graph.CreateNode({0, 0, 0}), graph.CreateNode({10, 0, 0}),
+                                  graph.CreateNode({20, 0, 0})};
+            for (std::size_t pipe = 0; pipe < 2; ++pipe) {
+                const Edge edge = graph.CreateEdge(drawing.at<ZrOwPolyLine>(pipe));
+                edge->SetNodeStart(nodes[pipe]);
+                edge->SetNodeEnd(nodes[pipe + 1]);
+                nodes[pipe]->AppendEdge(edge);
+                nodes[pipe + 1]->AppendEdge(edge);
+            }
+        }
+        ASSERT_EQ(graphs.size(), 1U);
+        const Node middle = graphs[0].GetNode({10, 0, 0});
+        const Edge second = graphs[0].GetEdge(drawing.at<ZrOwPolyLine>(1));
+        graphs.clear();
+        ASSERT_EQ(middle->GetConnectEdgeNum(), 2) << searched;
+        EXPECT_EQ(middle->GetConnectEdgeVec()[0]->GetPipeEnt(), drawing.at<ZrOwPolyLine>(0));
+        EXPECT_EQ(middle->GetConnectEdgeVec()[1], second);
+        EXPECT_EQ(second->GetNodeStart(), middle) << searched;
+        EXPECT_EQ(second->GetNodeEnd(), nullptr) << "nobody holds it";
+    }
 }
 
 TEST(GraphContract, ACopySharesNodesAndEdgesAndOutlivesTheOriginal) {
