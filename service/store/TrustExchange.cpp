@@ -6,6 +6,7 @@
 #include <optional>
 #include <utility>
 
+#include "service/json/ReadJson.h"
 #include "service/store/Rows.h"
 
 namespace norvex::service::store {
@@ -35,13 +36,13 @@ constexpr std::array<TextField, 9> kFields{{{"rule", &TrustEntry::rule},
 std::optional<std::string> ReadMember(const std::string& name, const nlohmann::json& value, TrustEntry& entry,
                                       bool& hasKind) {
     if (!value.is_string()) {
-        return "\"" + name + "\" must be a text.";
+        return json::QuotedBriefly(name) + " must be a text.";
     }
     const std::string& text = value.get_ref<const std::string&>();
     if (name == "kind") {
         const std::optional<TrustKind> kind = rows::TrustKindOf(text);
         if (!kind) {
-            return "\"kind\" must be \"rule\", \"sub-category\" or \"finding\", not \"" + text + "\".";
+            return "\"kind\" must be \"rule\", \"sub-category\" or \"finding\", not " + json::QuotedBriefly(text) + ".";
         }
         entry.kind = *kind;
         hasKind = true;
@@ -54,7 +55,7 @@ std::optional<std::string> ReadMember(const std::string& name, const nlohmann::j
         }
     }
     // Passing over what is not understood could widen what is accepted.
-    return "\"" + name + "\" is not known.";
+    return json::QuotedBriefly(name) + " is not known.";
 }
 
 std::optional<std::string> ReadEntry(const nlohmann::json& object, TrustEntry& entry) {
@@ -99,15 +100,11 @@ std::string TrustDocument(const std::vector<TrustEntry>& entries) {
 }
 
 Result<std::vector<TrustEntry>> ReadTrustDocument(std::string_view text, std::string_view source) {
-    if (text.size() > kMaxTrustDocumentBytes) {
-        return Invalid(source, "is larger than " + std::to_string(kMaxTrustDocumentBytes >> 20U) + " MiB.");
+    const json::ReadResult read = json::ReadJson(text, {.maxBytes = kMaxTrustDocumentBytes});
+    if (!read.document) {
+        return Invalid(source, read.fault);
     }
-    nlohmann::json document;
-    try {
-        document = nlohmann::json::parse(text);
-    } catch (const nlohmann::json::parse_error& error) {
-        return Invalid(source, "is not JSON: it cannot be understood at byte " + std::to_string(error.byte) + ".");
-    }
+    const nlohmann::json& document = *read.document;
     if (!document.is_object() || document.value("format", nlohmann::json()) != kFormatName) {
         return Invalid(source, "is not a list of trust entries: its \"format\" is not \"norvex-trust\".");
     }

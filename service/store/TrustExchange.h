@@ -18,7 +18,7 @@ inline constexpr std::size_t kMaxTrustDocumentBytes = std::size_t{64} << 20U;
 std::string TrustDocument(const std::vector<TrustEntry>& entries);
 
 // The entries of such a document, in its order, ids 0. `source` names it in messages. Errors: InvalidInput with the
-// byte or the number of the entry where the document is wrong, counted from 1.
+// line and byte, or the number of the entry, where the document is wrong, counted from 1.
 Result<std::vector<TrustEntry>> ReadTrustDocument(std::string_view document, std::string_view source);
 
 }  // namespace norvex::service::store

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "service/json/ReadJson.h"
 #include "service/store/Clock.h"
 
 namespace norvex::service::store {
@@ -53,7 +54,7 @@ std::optional<std::string> TargetFaultOf(const TrustEntry& entry) {
         case TrustKind::Finding:
             if (!IsFeatureCode(entry.featureCode)) {
                 return "A trusted finding needs a feature code, \"_\" and 32 digits or letters a to f, not " +
-                       Quoted(entry.featureCode) + ".";
+                       json::QuotedBriefly(entry.featureCode) + ".";
             }
             if (!entry.subCategory.empty()) {
                 return "A trusted finding has no sub-category.";
@@ -80,10 +81,12 @@ std::optional<std::string> FaultOf(const TrustEntry& entry) {
         return "Trust needs the name of the person who answers for it.";
     }
     if (!IsDate(entry.addedOn)) {
-        return "The day on which trust was given must be written YYYY-MM-DD, not " + Quoted(entry.addedOn) + ".";
+        return "The day on which trust was given must be written YYYY-MM-DD, not " +
+               json::QuotedBriefly(entry.addedOn) + ".";
     }
     if (!entry.expiresOn.empty() && !IsDate(entry.expiresOn)) {
-        return "The day on which trust expires must be written YYYY-MM-DD, not " + Quoted(entry.expiresOn) + ".";
+        return "The day on which trust expires must be written YYYY-MM-DD, not " +
+               json::QuotedBriefly(entry.expiresOn) + ".";
     }
     if (!entry.expiresOn.empty() && entry.expiresOn < entry.addedOn) {
         return "Trust given on " + entry.addedOn + " cannot expire earlier, on " + entry.expiresOn + ".";

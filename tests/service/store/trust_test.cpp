@@ -401,9 +401,18 @@ TEST(TrustExchange, SaysWhereADocumentIsWrong) {
         std::string fault;
     };
     const std::vector<Case> cases{
-        {"", "is not JSON: it cannot be understood at byte 1."},
-        {"{\"format\":", "is not JSON: it cannot be understood at byte 11."},
-        {std::string(100000, '['), "is not JSON: it cannot be understood at byte 100001."},
+        {"", "is empty."},
+        {"{\"format\":", "is not JSON: it cannot be understood in line 1 (byte 11)."},
+        {std::string(1000000, '['), "is nested more than 64 deep in line 1 (byte 65)."},
+        {R"({"format":"norvex-trust","version":1e999999,"entries":[]})",
+         "has a number that is out of all bounds in line 1 (byte 43)."},
+        {list("\n{\"kind\":\"rule\",\"kind\":\"finding\"}"), "has two values for \"kind\" in line 2 (byte 70)."},
+        {list("\n\n{\"kind\":\"\xFF\"}"), "is not JSON: it cannot be understood in line 3 (byte 60)."},
+        {list("{\"kind\":\"" + std::string(1000000, 'x') + "\"}"),
+         "is wrong in entry 1: \"kind\" must be \"rule\", \"sub-category\" or \"finding\", not \"" +
+             std::string(80, 'x') + "…\"."},
+        {"\xFF\xFE{\0}", "is written in UTF-16; it must be UTF-8."},
+        {list(good) + std::string("\0 and more", 10), "is not JSON: there is a zero byte in line 1 (byte 124)."},
         {"[]", "is not a list of trust entries: its \"format\" is not \"norvex-trust\"."},
         {R"({"format":7})", "is not a list of trust entries: its \"format\" is not \"norvex-trust\"."},
         {R"({"format":"norvex-trust","version":2,"entries":[]})",
@@ -429,5 +438,7 @@ TEST(TrustExchange, SaysWhereADocumentIsWrong) {
         EXPECT_EQ(result.Error().sentence, "The trust document \"trust.json\" " + each.fault);
     }
     EXPECT_TRUE(Expect(project.ListTrust()).empty()) << "a wrong document must add nothing at all";
-    EXPECT_EQ(Expect(project.ImportTrust(list(good), "trust.json")).added, 1);
+    // The mark that some editors put before UTF-8 says nothing new.
+    EXPECT_EQ(Expect(project.ImportTrust("\xEF\xBB\xBF" + list(good), "trust.json")).added, 1);
+    EXPECT_EQ(Expect(project.ImportTrust(list(good), "trust.json")).alreadyThere, 1);
 }
