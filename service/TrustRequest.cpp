@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <charconv>
 #include <map>
+#include <set>
 #include <tuple>
 
 #include "platform/text/Utf8.h"
@@ -35,11 +36,21 @@ StoreError Unknown(std::string_view kind, const std::string& typed, std::vector<
                                more > 0 ? fmt::format(" and {} more", more) : ""));
 }
 
-void AddUnlessThere(std::vector<std::string>& names, const std::string& name) {
-    if (std::find(names.begin(), names.end(), name) == names.end()) {
-        names.push_back(name);
+// Names in the order in which they come, each once.
+class NameList {
+  public:
+    explicit NameList(std::vector<std::string>& names) : m_names(names), m_known(names.begin(), names.end()) {}
+
+    void AddUnlessThere(const std::string& name) {
+        if (m_known.insert(name).second) {
+            m_names.push_back(name);
+        }
     }
-}
+
+  private:
+    std::vector<std::string>& m_names;
+    std::set<std::string> m_known;
+};
 
 Result<std::string> RuleNamed(const std::string& typed, const std::vector<TrustNames::Rule>& rules) {
     std::vector<std::string> known;
@@ -205,11 +216,14 @@ Result<TrustNames> NamesFor(ProjectStore& project, const std::vector<RuleRecord>
     for (const CString& specialty : Specialties()) {
         names.specialties.push_back(text::ToUtf8(specialty));
     }
+    NameList specialties(names.specialties);
+    NameList subCategories(names.subCategories);
+    NameList floors(names.floors);
     for (const datamng::Specialty& specialty : data.Specialties()) {
-        AddUnlessThere(names.specialties, text::ToUtf8(specialty.name));
+        specialties.AddUnlessThere(text::ToUtf8(specialty.name));
         for (const datamng::BigCategory& category : specialty.bigCategories) {
             for (const datamng::SmallCategory& subCategory : category.smallCategories) {
-                AddUnlessThere(names.subCategories, text::ToUtf8(subCategory.name));
+                subCategories.AddUnlessThere(text::ToUtf8(subCategory.name));
             }
         }
     }
@@ -224,7 +238,7 @@ Result<TrustNames> NamesFor(ProjectStore& project, const std::vector<RuleRecord>
             continue;
         }
         for (const std::string& floor : run->identity.floors) {
-            AddUnlessThere(names.floors, floor);
+            floors.AddUnlessThere(floor);
         }
         for (const store::RuleModule& module : run->identity.rules) {
             if (std::none_of(names.rules.begin(), names.rules.end(),

@@ -3,23 +3,28 @@
 
 #include <fmt/format.h>
 #include <algorithm>
+#include <map>
+#include <string_view>
 
 namespace norvex::service {
 namespace {
 
 // One sentence for each rule that could look at nothing of what it is about: it has not found that all is well.
 void NoteBlindRules(RunReport& report) {
-    for (const RuleRecord& rule : report.rules) {
+    struct Sums {
         std::size_t examined = 0;
         std::size_t notExamined = 0;
         std::string reason;
-        for (const TaskRecord& task : report.tasks) {
-            if (task.rule == rule.name) {
-                examined += task.examined;
-                notExamined += task.notExamined;
-                reason = reason.empty() && task.notExamined > 0 ? task.reason : reason;
-            }
-        }
+    };
+    std::map<std::string_view, Sums> sums;
+    for (const TaskRecord& task : report.tasks) {
+        Sums& sum = sums[task.rule];
+        sum.examined += task.examined;
+        sum.notExamined += task.notExamined;
+        sum.reason = sum.reason.empty() && task.notExamined > 0 ? task.reason : sum.reason;
+    }
+    for (const RuleRecord& rule : report.rules) {
+        const auto& [examined, notExamined, reason] = sums[rule.name];
         if (examined == 0 && notExamined > 0) {
             const std::string what = notExamined == 1 ? "not look at the one entity"
                                                       : fmt::format("look at none of the {} entities", notExamined);

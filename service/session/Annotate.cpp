@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <map>
 #include <numeric>
+#include <set>
 #include <string_view>
 #include <utility>
 
@@ -42,27 +43,41 @@ Contents ContentsOf(const RunReport& report, const store::RunRecord& run, const 
     return contents;
 }
 
-// Whether a finding would be in the earlier run if it had been there: the run looked, or there was nothing to look at,
-// or the floor did not exist.
-bool WouldBeKnown(const store::NewFinding& added, const store::RunContents& before) {
-    if (added.olderRunLooked) {
-        return true;
+// What an earlier run was about.
+class EarlierScope {
+  public:
+    explicit EarlierScope(const store::RunContents& before)
+        : m_identity(before.run.identity), m_floors(m_identity.floors.begin(), m_identity.floors.end()) {
+        for (const store::UnitOutcome& outcome : before.units) {
+            m_results.emplace(outcome.unit, outcome.result);
+        }
+        for (const store::RuleModule& rule : m_identity.rules) {
+            m_rules.insert(rule.rule);
+        }
     }
-    if (before.run.identity.modelRead != store::ModelRead::Wholly) {
-        return false;
+
+    // Whether a finding would be in the earlier run if it had been there: the run looked, or there was nothing to look
+    // at, or the floor did not exist.
+    bool WouldKnow(const store::NewFinding& added) const {
+        if (added.olderRunLooked) {
+            return true;
+        }
+        if (m_identity.modelRead != store::ModelRead::Wholly) {
+            return false;
+        }
+        const store::UnitKey& unit = added.finding.unit;
+        if (const auto result = m_results.find(unit); result != m_results.end()) {
+            return result->second == store::UnitResult::NotApplicable;
+        }
+        return m_rules.contains(unit.rule) && !m_floors.contains(unit.floor) && !m_identity.narrowed;
     }
-    const store::UnitKey& unit = added.finding.unit;
-    const auto outcome = std::find_if(before.units.begin(), before.units.end(),
-                                      [&](const store::UnitOutcome& each) { return each.unit == unit; });
-    if (outcome != before.units.end()) {
-        return outcome->result == store::UnitResult::NotApplicable;
-    }
-    const store::RunIdentity& scope = before.run.identity;
-    const bool hadRule = std::any_of(scope.rules.begin(), scope.rules.end(),
-                                     [&](const store::RuleModule& rule) { return rule.rule == unit.rule; });
-    const bool hadFloor = std::find(scope.floors.begin(), scope.floors.end(), unit.floor) != scope.floors.end();
-    return hadRule && !hadFloor && !scope.narrowed;
-}
+
+  private:
+    const store::RunIdentity& m_identity;
+    std::set<std::string_view> m_floors;
+    std::set<std::string_view> m_rules;
+    std::map<store::UnitKey, store::UnitResult> m_results;
+};
 
 std::vector<FindingRecord> RecordsOf(const std::vector<store::StoredFinding>& findings) {
     std::vector<FindingRecord> records;
@@ -88,8 +103,9 @@ void Compare(RunReport& report, const Contents& contents, const store::RunConten
         record.novelty = Novelty::Persisting;
         record.trustChanged = persisting.older.finding.trusted != persisting.newer.finding.trusted;
     }
+    const EarlierScope scope(before);
     for (const store::NewFinding& added : diff.added) {
-        recordOf(added.finding).novelty = WouldBeKnown(added, before) ? Novelty::New : Novelty::Unknown;
+        recordOf(added.finding).novelty = scope.WouldKnow(added) ? Novelty::New : Novelty::Unknown;
     }
     Comparison comparison;
     comparison.run = before.run.id;
@@ -137,12 +153,17 @@ void Annotate(RunReport& report, const store::RunRecord& run, const std::vector<
 }
 
 void NoteExpired(RunReport& report, const std::vector<store::TrustListing>& listings) {
+    std::vector<store::TrustEntry> entries;
+    for (const store::TrustListing& listing : listings) {
+        if (listing.expired) {
+            entries.push_back(listing.entry);
+        }
+    }
+    const store::TrustView expired(std::move(entries));
     for (FindingRecord& record : report.findings) {
-        const auto hid = std::find_if(listings.begin(), listings.end(), [&](const store::TrustListing& listing) {
-            return listing.expired && !record.trusted &&
-                   store::Hides(listing.entry, UnitOf(record), StoredFindingOf(record));
-        });
-        record.expired = hid == listings.end() ? std::nullopt : std::optional(AcceptanceOf(hid->entry));
+        const bool mayBeBack = !record.trusted && !expired.Entries().empty();
+        const store::TrustEntry* hid = mayBeBack ? expired.HiddenBy(UnitOf(record), StoredFindingOf(record)) : nullptr;
+        record.expired = hid == nullptr ? std::nullopt : std::optional(AcceptanceOf(*hid));
     }
 }
 

@@ -7,6 +7,7 @@
 #include <limits>
 #include <map>
 #include <string>
+#include <string_view>
 #include <tuple>
 #include <utility>
 
@@ -19,9 +20,20 @@ namespace {
 using store::StoreError;
 using store::StoreErrorCode;
 
-std::size_t PositionOf(const std::vector<std::string>& names, const std::string& name) {
-    return static_cast<std::size_t>(std::find(names.begin(), names.end(), name) - names.begin());
-}
+// The position of each name in the list; of a name that stands twice the first.
+class Positions {
+  public:
+    void Add(const std::string& name) { m_positions.emplace(name, m_size++); }
+    // Behind the last for a name that is not there.
+    std::size_t Of(const std::string& name) const {
+        const auto found = m_positions.find(name);
+        return found == m_positions.end() ? m_size : found->second;
+    }
+
+  private:
+    std::map<std::string_view, std::size_t> m_positions;  // names are those of the list
+    std::size_t m_size = 0;
+};
 
 std::vector<RuleRecord> RulesOf(const store::RunIdentity& identity, const std::vector<RuleRecord>& known) {
     std::vector<RuleRecord> rules;
@@ -42,13 +54,21 @@ std::vector<RuleRecord> RulesOf(const store::RunIdentity& identity, const std::v
 // by rule; what suits no specialty comes last on its floor.
 std::vector<store::UnitOutcome> InOrderOfTheRun(const store::RunContents& contents) {
     const store::RunIdentity& scope = contents.run.identity;
-    std::vector<std::string> rules;
+    Positions floors;
+    Positions specialties;
+    Positions rules;
+    for (const std::string& floor : scope.floors) {
+        floors.Add(floor);
+    }
+    for (const std::string& specialty : scope.specialties) {
+        specialties.Add(specialty);
+    }
     for (const store::RuleModule& rule : scope.rules) {
-        rules.push_back(rule.rule);
+        rules.Add(rule.rule);
     }
     const auto key = [&](const store::UnitOutcome& outcome) {
-        return std::tuple(PositionOf(scope.floors, outcome.unit.floor),
-                          PositionOf(scope.specialties, outcome.unit.specialty), PositionOf(rules, outcome.unit.rule));
+        return std::tuple(floors.Of(outcome.unit.floor), specialties.Of(outcome.unit.specialty),
+                          rules.Of(outcome.unit.rule));
     };
     std::vector<store::UnitOutcome> units = contents.units;
     std::stable_sort(units.begin(), units.end(), [&](const store::UnitOutcome& left, const store::UnitOutcome& right) {
@@ -76,11 +96,13 @@ void AddTasks(const store::RunContents& contents, RunReport& report) {
 std::vector<CategoryTotal> TotalsOf(const RunReport& report) {
     std::map<std::string, CategoryTotal> totals;
     std::map<std::string, std::map<std::string, std::size_t>> kinds;
+    std::map<std::string_view, std::size_t> examined;
+    for (const TaskRecord& task : report.tasks) {
+        examined[task.rule] += task.examined;
+    }
     for (const RuleRecord& rule : report.rules) {
-        for (const TaskRecord& task : report.tasks) {
-            if (task.rule == rule.name) {
-                totals[rule.category].checks += task.examined;
-            }
+        if (const auto found = examined.find(rule.name); found != examined.end()) {
+            totals[rule.category].checks += found->second;
         }
     }
     for (const FindingRecord& finding : report.findings) {

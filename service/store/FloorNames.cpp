@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cstddef>
+#include <map>
 #include <optional>
 #include <set>
 
@@ -59,13 +60,15 @@ std::vector<FloorName> NameFloors(const std::vector<std::string>& storeys) {
     // A second storey must not take the name that a later one was given by the model.
     std::set<std::string> reserved(storeys.begin(), storeys.end());
     std::set<std::string> given;
+    std::map<std::string, int> next;  // the first number that may be free, of names that came twice
     std::vector<FloorName> names;
     for (const std::string& storey : storeys) {
         const bool isBlank = storey.find_first_not_of(" \t\r\n") == std::string::npos;
         const std::string& wanted = isBlank ? unnamed : storey;
         std::string label = wanted;
-        for (int number = 2; given.contains(label) || (label != storey && reserved.contains(label)); ++number) {
-            label = wanted + " (" + std::to_string(number) + ")";
+        while (given.contains(label) || (label != storey && reserved.contains(label))) {
+            int& number = next.emplace(wanted, 2).first->second;
+            label = wanted + " (" + std::to_string(number++) + ")";
         }
         given.insert(label);
         names.push_back({storey, label, ModuleFloorName(label)});

@@ -3,6 +3,7 @@
 
 #include <sqlite3.h>
 
+#include <algorithm>
 #include <cassert>
 #include <map>
 #include <string>
@@ -227,14 +228,23 @@ Result<std::vector<std::string>> ProjectStore::FirstReported(const std::vector<F
     return database_->Guard([&]() -> Result<std::vector<std::string>> {
         Transaction view(database_->Connection(), Transaction::Kind::Read);
         sqlite::Statement row(database_->Connection(),
-                              "SELECT r.started_at FROM finding f JOIN unit u ON u.id = f.unit_id JOIN run r ON r.id = "
-                              "u.run_id WHERE f.feature_code = ? AND r.id <= ? GROUP BY r.id HAVING count(*) > ? ORDER "
-                              "BY r.id LIMIT 1");
+                              "SELECT r.started_at, count(*) FROM finding f JOIN unit u ON u.id = f.unit_id JOIN run r "
+                              "ON r.id = u.run_id WHERE f.feature_code = ? AND r.id <= ? GROUP BY r.id ORDER BY r.id");
+        // Of each code the times from which on a run had it once, twice, ...
+        std::map<std::string_view, std::vector<std::string>> firstTimes;
         std::vector<std::string> times;
         for (const FindingName& finding : findings) {
-            row.Bind(finding.featureCode).Bind(last).Bind(std::int64_t{finding.occurrence});
-            times.push_back(row.Step() ? row.Text(0) : std::string());
-            row.Reset();
+            const auto [known, isNew] = firstTimes.try_emplace(finding.featureCode);
+            if (isNew) {
+                row.Bind(finding.featureCode).Bind(last);
+                while (row.Step()) {
+                    const auto count = static_cast<std::size_t>(row.Integer(1));
+                    known->second.resize(std::max(known->second.size(), count), row.Text(0));
+                }
+                row.Reset();
+            }
+            const auto occurrence = static_cast<std::size_t>(finding.occurrence);
+            times.push_back(occurrence < known->second.size() ? known->second[occurrence] : std::string());
         }
         return times;
     });

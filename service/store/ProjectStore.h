@@ -118,6 +118,8 @@ class ProjectStore {
         // Trusted already by an entry with the same target.
         std::int64_t alreadyThere = 0;
     };
+    // Adds the entries, all or none, with new ids. Errors: InvalidInput.
+    Result<ImportCounts> AddAllTrust(const std::vector<TrustEntry>& entries);
     // Adds the entries of such a document, all or none, with new ids. `source` names it in messages. Errors:
     // InvalidInput.
     Result<ImportCounts> ImportTrust(std::string_view document, std::string_view source);

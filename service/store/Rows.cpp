@@ -108,12 +108,27 @@ void InsertFinding(sqlite::Connection& connection, std::int64_t unit, std::int64
     }
 }
 
-std::vector<StoredFinding> ReadFindings(sqlite::Connection& connection, RunId run) {
-    sqlite::Statement row(connection,
-                          "SELECT u.floor, u.specialty, u.rule, f.id, f.feature_code, f.category, f.sub_category, "
-                          "f.severity, f.sentence, f.location, f.x, f.y, f.z, f.trusted FROM unit u JOIN finding f ON "
-                          "f.unit_id = u.id WHERE u.run_id = ? ORDER BY u.floor, u.specialty, u.rule, f.position");
-    row.Bind(run);
+constexpr std::string_view kFindingsOf =
+    "SELECT u.floor, u.specialty, u.rule, f.id, f.feature_code, f.category, f.sub_category, f.severity, f.sentence, "
+    "f.location, f.x, f.y, f.z, f.trusted FROM unit u JOIN finding f ON f.unit_id = u.id WHERE u.run_id = ?1 ";
+constexpr std::string_view kObjectsOf =
+    "SELECT o.finding_id, o.handle, o.global_id, o.name, o.sub_category FROM unit u JOIN finding f ON f.unit_id = u.id "
+    "JOIN finding_object o ON o.finding_id = f.id WHERE u.run_id = ?1 ";
+constexpr std::string_view kOfUnit = "AND u.floor = ?2 AND u.specialty = ?3 AND u.rule = ?4 ";
+
+// Of one unit, or of all of the run. Occurrences are not numbered.
+std::vector<StoredFinding> ReadFindings(sqlite::Connection& connection, RunId run, const UnitKey* unit) {
+    const auto query = [&](std::string_view what, std::string_view order) {
+        return std::string(what).append(unit == nullptr ? "" : kOfUnit).append(order);
+    };
+    const auto bind = [&](sqlite::Statement& statement) {
+        statement.Bind(run);
+        if (unit != nullptr) {
+            statement.Bind(unit->floor).Bind(unit->specialty).Bind(unit->rule);
+        }
+    };
+    sqlite::Statement row(connection, query(kFindingsOf, "ORDER BY u.floor, u.specialty, u.rule, f.position"));
+    bind(row);
     std::vector<StoredFinding> findings;
     std::unordered_map<std::int64_t, std::size_t> indexOf;
     while (row.Step()) {
@@ -132,11 +147,8 @@ std::vector<StoredFinding> ReadFindings(sqlite::Connection& connection, RunId ru
         stored.finding.trusted = row.Integer(13) != 0;
         findings.push_back(std::move(stored));
     }
-    sqlite::Statement object(connection,
-                             "SELECT o.finding_id, o.handle, o.global_id, o.name, o.sub_category FROM unit u JOIN "
-                             "finding f ON f.unit_id = u.id JOIN finding_object o ON o.finding_id = f.id WHERE "
-                             "u.run_id = ? ORDER BY o.finding_id, o.position");
-    object.Bind(run);
+    sqlite::Statement object(connection, query(kObjectsOf, "ORDER BY o.finding_id, o.position"));
+    bind(object);
     while (object.Step()) {
         const auto index = indexOf.find(object.Integer(0));
         if (index == indexOf.end()) {
@@ -145,7 +157,6 @@ std::vector<StoredFinding> ReadFindings(sqlite::Connection& connection, RunId ru
         findings[index->second].finding.objects.push_back(
             {object.Text(1), object.Text(2), object.Text(3), object.Text(4)});
     }
-    NumberOccurrences(findings);
     return findings;
 }
 
@@ -274,11 +285,46 @@ void WriteUnit(sqlite::Connection& connection, RunId run, const UnitOutcome& out
     }
 }
 
+EarlierUnits::EarlierUnits(sqlite::Connection& connection, const UnitKey& unit, RunId before,
+                           std::string_view modelPath)
+    : row_(connection, std::string("SELECT u.floor, u.specialty, u.rule, u.result, u.examined, u.not_examined, "
+                                   "u.microseconds, u.reason, u.looks_through_trust, r.id, ")
+                           .append(ModelReadColumn(connection))
+                           .append(" FROM unit u JOIN run r ON r.id = u.run_id WHERE u.rule = ? AND u.specialty = ? "
+                                   "AND u.floor = ? AND r.id < ? AND r.model_path = ? ORDER BY r.id DESC")) {
+    row_.Bind(unit.rule).Bind(unit.specialty).Bind(unit.floor).Bind(before).Bind(modelPath);
+}
+
+bool EarlierUnits::Next() {
+    return row_.Step();
+}
+
+RunId EarlierUnits::Run() const {
+    return row_.Integer(9);
+}
+
+UnitOutcome EarlierUnits::Outcome() const {
+    return UnitOf(row_);
+}
+
+bool EarlierUnits::WasModelReadWholly() const {
+    return ReadWord<ModelRead>(kModelReadWords, row_.Text(10)) == ModelRead::Wholly;
+}
+
+std::vector<Finding> ReadFindingsOfUnit(sqlite::Connection& connection, RunId run, const UnitKey& unit) {
+    std::vector<Finding> findings;
+    for (StoredFinding& stored : ReadFindings(connection, run, &unit)) {
+        findings.push_back(std::move(stored.finding));
+    }
+    return findings;
+}
+
 RunContents ReadContents(sqlite::Connection& connection, const RunRecord& run) {
     RunContents contents;
     contents.run = run;
     contents.units = ReadUnits(connection, run.id);
-    contents.findings = ReadFindings(connection, run.id);
+    contents.findings = ReadFindings(connection, run.id, nullptr);
+    NumberOccurrences(contents.findings);
     contents.trust = ReadTrustOfRun(connection, run.id);
     return contents;
 }

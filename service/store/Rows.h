@@ -28,6 +28,23 @@ std::vector<UnitOutcome> ReadUnits(sqlite::Connection& connection, RunId run);
 // Replaces the unit and its findings.
 void WriteUnit(sqlite::Connection& connection, RunId run, const UnitOutcome& outcome,
                const std::vector<Finding>& findings);
+// How one unit ended in the runs of one model that came before another run, newest first.
+class EarlierUnits {
+  public:
+    EarlierUnits(sqlite::Connection& connection, const UnitKey& unit, RunId before, std::string_view modelPath);
+
+    // Goes to the next one. Returns: false when there is none.
+    bool Next();
+    RunId Run() const;
+    UnitOutcome Outcome() const;
+    bool WasModelReadWholly() const;
+
+  private:
+    sqlite::Statement row_;
+};
+
+// Findings of a unit in a run, in the order in which they were reported.
+std::vector<Finding> ReadFindingsOfUnit(sqlite::Connection& connection, RunId run, const UnitKey& unit);
 // All that a run left behind. Requires: the run exists.
 RunContents ReadContents(sqlite::Connection& connection, const RunRecord& run);
 

@@ -29,16 +29,23 @@ NS_NORVEX::TrustStatus RunTrust::StatusOf(const std::string& rule, const std::st
 }
 
 CZRArray<NS_NORVEX::ComponentInfo>& RunTrust::FloorsOf(const std::string& rule, const std::string& specialty) {
-    floors_ = {};
-    for (const auto& [floor, subCategories] : view_.Parameters(Utf8(rule), Utf8(specialty))) {
+    const auto [answer, isNew] = floors_.try_emplace({rule, specialty});
+    if (!isNew) {
+        return answer->second;
+    }
+    const auto parameters = view_.Parameters(Utf8(rule), Utf8(specialty));
+    // Left to itself, such an array grows by a few at a time.
+    answer->second = CZRArray<NS_NORVEX::ComponentInfo>(static_cast<int>(parameters.size()));
+    for (const auto& [floor, subCategories] : parameters) {
         NS_NORVEX::ComponentInfo record;
         record.strName = Narrow(ModuleFloorName(floor));
+        record.aryItems = CZRArray<std::string>(static_cast<int>(subCategories.size()));
         for (const std::string& each : subCategories) {
             record.aryItems.append(Narrow(each));
         }
-        floors_.append(record);
+        answer->second.append(record);
     }
-    return floors_;
+    return answer->second;
 }
 
 bool RunTrust::IsFindingTrusted(const std::string& featureCode) {

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <map>
 #include <string>
+#include <utility>
 
 #include "service/TrustStore.h"
 #include "service/store/TrustRecords.h"
@@ -20,7 +22,7 @@ class RunTrust final : public TrustStore {
 
   private:
     TrustView view_;
-    CZRArray<NS_NORVEX::ComponentInfo> floors_;
+    std::map<std::pair<std::string, std::string>, CZRArray<NS_NORVEX::ComponentInfo>> floors_;  // what was asked for
 };
 
 }  // namespace norvex::service::store

@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <optional>
 #include <set>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "service/store/RunRecords.h"
@@ -103,11 +105,11 @@ bool IsIdle(const TrustListing& listing);
 // One sentence for each entry that a person must hear of: first those that have expired, then the stale ones.
 std::vector<std::string> TrustNotices(const std::vector<TrustListing>& listings);
 
-// The entries that hold for one run, and the answers that a rule gets from them.
+// Entries, most often those that hold for one run, and the answers that a rule gets from them. An answer looks at the
+// entries that speak of what is asked about and at no others. Answers are those of Hides and CoversUnit.
 class TrustView {
   public:
     TrustView() = default;
-    // Requires: all entries are in force.
     explicit TrustView(std::vector<TrustEntry> entries);
 
     const std::vector<TrustEntry>& Entries() const { return entries_; }
@@ -121,10 +123,28 @@ class TrustView {
 
     // The first entry that hides the finding; null when none does. Owned by this view.
     const TrustEntry* HiddenBy(const UnitKey& unit, const Finding& finding) const;
+    // Whether an entry takes entities of the unit away from its rule.
+    bool CoversUnit(const UnitKey& unit) const;
+
+    // How often something was looked up so far: what answers cost, whatever the number of entries.
+    std::uint64_t Lookups() const { return lookups_; }
 
   private:
+    // What is said of a rule in one specialty or in all; entries are known by their position.
+    struct OfRule {
+        std::optional<std::size_t> whole;
+        // Floor, then sub-category.
+        std::map<std::string, std::map<std::string, std::size_t, std::less<>>, std::less<>> floors;
+    };
+
+    // What is said of the rule in this specialty, and in all of them; null where nothing is.
+    std::pair<const OfRule*, const OfRule*> Find(std::string_view rule, std::string_view specialty) const;
+
     std::vector<TrustEntry> entries_;
-    std::set<std::string, std::less<>> featureCodes_;
+    std::map<std::string, std::size_t, std::less<>> codes_;
+    // By rule and specialty; an empty specialty stands for all.
+    std::map<std::pair<std::string, std::string>, OfRule> rules_;
+    mutable std::uint64_t lookups_ = 0;
 };
 
 }  // namespace norvex::service::store
