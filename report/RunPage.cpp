@@ -87,15 +87,15 @@ class Maker {
         : m_report(report), m_building(building), m_floors(floors) {
         DescribeRun();
         for (const service::RuleRecord& rule : m_report.rules) {
-            m_page.model.rules.push_back({rule.name, rule.title, rule.why, rule.howToFix});
+            AddRule({rule.name, rule.title, rule.why, rule.howToFix});
         }
     }
 
     RunPage Make() {
         for (std::size_t storey = 0; storey < m_building.storeys.size(); ++storey) {
             const bool named = storey < m_floors.size();
-            m_page.model.floors.push_back({named ? m_floors[storey].name : std::string(m_building.storeys[storey].name),
-                                           m_building.storeys[storey].elevation});
+            AddFloor({named ? m_floors[storey].name : std::string(m_building.storeys[storey].name),
+                      m_building.storeys[storey].elevation});
         }
         AddElements();
         for (const service::FindingRecord& record : m_report.findings) {
@@ -108,7 +108,7 @@ class Maker {
         m_page.model.run.planMissing = why;
         for (const service::FloorRecord& floor : m_floors) {
             if (!floor.withoutStorey) {
-                m_page.model.floors.push_back({floor.name, floor.elevation});
+                AddFloor({floor.name, floor.elevation});
             }
         }
         for (const service::FindingRecord& record : m_report.findings) {
@@ -165,23 +165,28 @@ class Maker {
         }
     }
 
+    // Of several of one name the first is found.
+    void AddRule(page::Rule rule) {
+        m_ruleIndices.emplace(rule.name, static_cast<std::uint32_t>(m_page.model.rules.size()));
+        m_page.model.rules.push_back(std::move(rule));
+    }
+
+    void AddFloor(page::Floor floor) {
+        m_floorIndices.emplace(floor.name, static_cast<std::uint32_t>(m_page.model.floors.size()));
+        m_page.model.floors.push_back(std::move(floor));
+    }
+
     // A rule that the report does not list is added, so that nothing it found is lost.
     std::uint32_t RuleIndex(const std::string& name) {
-        std::vector<page::Rule>& rules = m_page.model.rules;
-        const auto found =
-            std::find_if(rules.begin(), rules.end(), [&](const page::Rule& rule) { return rule.name == name; });
-        const auto index = static_cast<std::uint32_t>(found - rules.begin());
-        if (found == rules.end()) {
-            rules.push_back({name, "", "", ""});
+        if (!m_ruleIndices.contains(name)) {
+            AddRule({name, "", "", ""});
         }
-        return index;
+        return m_ruleIndices.at(name);
     }
 
     std::uint32_t FloorIndex(const std::string& name) const {
-        const std::vector<page::Floor>& floors = m_page.model.floors;
-        const auto found =
-            std::find_if(floors.begin(), floors.end(), [&](const page::Floor& floor) { return floor.name == name; });
-        return found == floors.end() ? page::kNoIndex : static_cast<std::uint32_t>(found - floors.begin());
+        const auto found = m_floorIndices.find(name);
+        return found == m_floorIndices.end() ? page::kNoIndex : found->second;
     }
 
     page::Finding FindingOf(const service::FindingRecord& record) {
@@ -248,22 +253,30 @@ class Maker {
     // Handles of an earlier run may mean other objects of this model.
     std::vector<std::uint32_t> ObjectsByGlobalId(const service::FindingRecord& record) const {
         std::vector<std::uint32_t> objects;
-        const std::vector<page::Element>& elements = m_page.model.elements;
         for (const service::FoundObject& object : record.objects) {
-            const auto found = std::find_if(elements.begin(), elements.end(), [&](const page::Element& element) {
-                return !object.globalId.empty() && element.globalId == object.globalId;
-            });
-            if (found != elements.end()) {
-                objects.push_back(static_cast<std::uint32_t>(found - elements.begin()));
+            const auto found = m_byGlobalId.find(object.globalId);
+            if (found != m_byGlobalId.end()) {
+                objects.push_back(found->second);
             }
         }
         return objects;
+    }
+
+    // Of several elements of one identity the first is found; none has the empty one.
+    void IndexGlobalIds() {
+        const std::vector<page::Element>& elements = m_page.model.elements;
+        for (std::uint32_t index = 0; index < elements.size(); ++index) {
+            if (!elements[index].globalId.empty()) {
+                m_byGlobalId.emplace(elements[index].globalId, index);
+            }
+        }
     }
 
     void Compare() {
         if (!m_report.comparison) {
             return;
         }
+        IndexGlobalIds();
         const service::Comparison& comparison = *m_report.comparison;
         m_page.model.comparison = page::Comparison{comparison.run, comparison.startedAt, comparison.hidden.size(),
                                                    comparison.notVisited, comparison.remarks};
@@ -294,7 +307,10 @@ class Maker {
     const service::RunReport& m_report;
     const ifc::BuildingModel& m_building;
     const std::vector<service::FloorRecord>& m_floors;
-    std::unordered_map<std::string_view, std::uint32_t> m_byHandle;  // the keys are texts of m_page or of m_report
+    std::unordered_map<std::string_view, std::uint32_t> m_byHandle;    // the keys are texts of m_page or of m_report
+    std::unordered_map<std::string_view, std::uint32_t> m_byGlobalId;  // the same, once they are all there
+    std::unordered_map<std::string, std::uint32_t> m_ruleIndices;
+    std::unordered_map<std::string, std::uint32_t> m_floorIndices;
     RunPage m_page;
 };
 

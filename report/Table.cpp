@@ -13,6 +13,9 @@ constexpr std::size_t kIndent = 2;
 constexpr std::size_t kGap = 2;
 // A last column narrower than this is not worth wrapping: lines grow longer instead.
 constexpr std::size_t kNarrowestLastColumn = 24;
+// A column does not grow beyond this, which no name needs that people read: one very long cell moves what stands behind
+// it in its own row, where it would put blanks into all others.
+constexpr std::size_t kWidestColumn = 200;
 
 }  // namespace
 
@@ -44,7 +47,7 @@ std::vector<std::size_t> Table::Widths(std::size_t lineWidth) const {
     for (std::size_t column = 0; column + 1 < m_columns.size(); ++column) {
         std::size_t width = DisplayWidth(m_columns[column].title);
         for (const Row& row : m_rows) {
-            width = std::max(width, DisplayWidth(row.cells[column].text));
+            width = std::max(width, std::min(DisplayWidth(row.cells[column].text), kWidestColumn));
         }
         widths.push_back(width);
         used += width + kGap;
@@ -60,7 +63,8 @@ void Table::AppendRow(const Row& row, const std::vector<std::size_t>& widths, co
     std::size_t before = kIndent;
     for (std::size_t column = 0; column + 1 < m_columns.size(); ++column) {
         const Cell& cell = row.cells[column];
-        const std::string padding(widths[column] - DisplayWidth(cell.text), ' ');
+        const std::size_t taken = std::min(DisplayWidth(cell.text), widths[column]);
+        const std::string padding(widths[column] - taken, ' ');
         const bool isRight = m_columns[column].align == Align::Right;
         head += (isRight ? padding : "") + Toned(cell.text, cell.tone, style) + (isRight ? "" : padding);
         head.append(kGap, ' ');

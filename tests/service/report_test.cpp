@@ -62,6 +62,18 @@ TEST(Table, AlignsColumnsOfWideCharacters) {
               "  ab      12  y\n");
 }
 
+TEST(Table, OneVeryLongCellPutsNoBlanksIntoOtherRows) {
+    Table table({{"Floor"}, {"What"}});
+    constexpr std::size_t kLong = 100000;
+    table.AddRow({{std::string(kLong, 'x')}, {"long"}});
+    for (int row = 0; row < 100; ++row) {
+        table.AddRow({{"1"}, {"short"}});
+    }
+    const std::string text = table.ToText({});
+    EXPECT_NE(text.find(std::string(kLong, 'x') + "  long\n"), std::string::npos);
+    EXPECT_LT(text.size(), kLong + 101U * 300U);
+}
+
 TEST(Table, WrapsTheLastColumnAndTextBelowAndKeepsNotesWhole) {
     Table table({{"A"}, {"B"}});
     table.AddRow({{"1"}, {"some words that do not fit in"}});
