@@ -205,7 +205,8 @@ int CheckModel(const service::ModelFile& file, const CheckOptions& options, serv
         return *end;
     }
     const service::RunReport report = RunChecks(ready, options, control);
-    const bool delivered = outputs.Deliver(report, {.model = &model, .floors = ready.floors.Floors(), .whyNot = {}});
+    const bool delivered = outputs.Deliver(report, {.model = &model, .floors = ready.floors.Floors(), .whyNot = {}},
+                                           [&control] { return control.IsCancelled(); });
     if (ready.memory->Failure()) {
         Complain(*ready.memory->Failure());
     }

@@ -25,12 +25,6 @@ std::string PageText(const service::RunReport& report, const ModelView& view) {
     return std::move(text).str();
 }
 
-std::string BcfArchive(const service::RunReport& report, const ModelView& view, report::bcf::Grouping grouping) {
-    const ifc::BuildingModel nothing;
-    return report::bcf::MakeBcf(report, view.model == nullptr ? nothing : *view.model, view.floors,
-                                {.grouping = grouping, .moment = service::store::SystemClock().Now()});
-}
-
 report::Times TimesOf(const OutputOptions& options) {
     return options.timing ? report::Times::Show : report::Times::Omit;
 }
@@ -132,11 +126,42 @@ std::string CheckOutputs::StandardText(const service::RunReport& report) const {
     return report::CheckText(report, style, {.allOutcomes = m_options.outcomes, .times = TimesOf(m_options)});
 }
 
-bool CheckOutputs::Deliver(const service::RunReport& report, const ModelView& view) {
+bool CheckOutputs::Deliver(const service::RunReport& report, const ModelView& view, std::function<bool()> isCancelled) {
+    m_isCancelled = std::move(isCancelled);
+    m_wasCancelled = m_isCancelled && m_isCancelled();
     // A run that the project does not remember leaves nothing in its folder.
     const bool areResultsWritten = report.run == 0 || Succeeded(report::WriteResultFiles(report).failure);
     const bool areFilesWritten = WriteFiles(report, view);
     return WriteStandard(report) && areResultsWritten && areFilesWritten;
+}
+
+bool CheckOutputs::Write(WholeFile& file, const std::string& path, const std::function<std::string()>& make) const {
+    if (!IsInterrupted()) {
+        const std::string text = make();
+        if (!IsInterrupted()) {
+            return Succeeded(file.Commit(text));
+        }
+    }
+    Complain(fmt::format("Interrupted: {} was not written.", path));
+    return false;
+}
+
+bool CheckOutputs::WriteBcf(const service::RunReport& report, const ModelView& view) {
+    if (IsInterrupted()) {
+        Complain(fmt::format("Interrupted: {} was not written.", *m_options.bcf));
+        return false;
+    }
+    const ifc::BuildingModel nothing;
+    const report::bcf::BcfArchive archive = report::bcf::MakeBcf(
+        report, view.model == nullptr ? nothing : *view.model, view.floors,
+        {.grouping = m_bcfGrouping, .moment = service::store::SystemClock().Now(), .shouldStop = m_isCancelled});
+    const bool isWritten = Succeeded(m_bcf.Commit(archive.bytes));
+    if (isWritten && archive.picturesLeftOut > 0) {
+        Complain(fmt::format("Interrupted: {} lacks {}.", *m_options.bcf,
+                             archive.picturesLeftOut == 1 ? std::string("1 picture")
+                                                          : fmt::format("{} pictures", archive.picturesLeftOut)));
+    }
+    return isWritten && archive.picturesLeftOut == 0;
 }
 
 bool CheckOutputs::WriteStandard(const service::RunReport& report) {
@@ -151,16 +176,19 @@ bool CheckOutputs::HasFilesOnly() const {
 bool CheckOutputs::WriteFiles(const service::RunReport& report, const ModelView& view) {
     bool isDelivered = true;
     if (m_options.html) {
-        isDelivered = Succeeded(m_html.Commit(PageText(report, view)));
+        isDelivered = Write(m_html, *m_options.html, [&] { return PageText(report, view); });
     }
     if (m_options.bcf) {
-        isDelivered = Succeeded(m_bcf.Commit(BcfArchive(report, view, m_bcfGrouping))) && isDelivered;
+        isDelivered = WriteBcf(report, view) && isDelivered;
     }
     if (m_options.json && m_options.json != "-") {
-        isDelivered = Succeeded(m_json.Commit(report::CheckJson(report, TimesOf(m_options)))) && isDelivered;
+        isDelivered = Write(m_json, *m_options.json, [&] { return report::CheckJson(report, TimesOf(m_options)); }) &&
+                      isDelivered;
     }
     if (m_options.sarif && m_options.sarif != "-") {
-        isDelivered = Succeeded(m_sarif.Commit(report::CheckSarif(report, TimesOf(m_options)))) && isDelivered;
+        isDelivered =
+            Write(m_sarif, *m_options.sarif, [&] { return report::CheckSarif(report, TimesOf(m_options)); }) &&
+            isDelivered;
     }
     return isDelivered;
 }

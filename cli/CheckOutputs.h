@@ -2,6 +2,7 @@
 #pragma once
 
 #include <CLI/CLI.hpp>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -49,7 +50,10 @@ class CheckOutputs {
     // Requires: Open succeeded. Writes the project's result files, unless the project does not remember the run, and
     // the report where it is wanted. Returns false, having said so, when not all of it could be delivered; what could
     // be is.
-    bool Deliver(const service::RunReport& report, const ModelView& view);
+    //
+    // `isCancelled` tells whether the user wants to see the end. A run that was cancelled before is delivered all the
+    // same, but for pictures, which take time; when it is cancelled now, what has not been begun stays unwritten.
+    bool Deliver(const service::RunReport& report, const ModelView& view, std::function<bool()> isCancelled = {});
 
     // The parts of it. Each returns false, having said so, when not all of it could be delivered.
     bool WriteFiles(const service::RunReport& report, const ModelView& view);
@@ -60,6 +64,11 @@ class CheckOutputs {
 
   private:
     std::optional<std::string> OpenFiles();
+    bool IsInterrupted() const { return m_isCancelled && !m_wasCancelled && m_isCancelled(); }
+    // Writes what `make` makes. Returns false, having said so, when it could not, or was not to.
+    bool Write(WholeFile& file, const std::string& path, const std::function<std::string()>& make) const;
+    // The same for the archive, which is whole without its pictures.
+    bool WriteBcf(const service::RunReport& report, const ModelView& view);
     std::string StandardText(const service::RunReport& report) const;
 
     const OutputOptions& m_options;
@@ -69,6 +78,8 @@ class CheckOutputs {
     WholeFile m_html;
     WholeFile m_bcf;
     report::bcf::Grouping m_bcfGrouping = report::bcf::Grouping::Finding;
+    std::function<bool()> m_isCancelled;
+    bool m_wasCancelled = false;  // before anything was written
 };
 
 }  // namespace norvex::cli

@@ -1,13 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <fmt/format.h>
-#include <algorithm>
 #include <memory>
+#include <string_view>
+#include <unordered_map>
 
 #include "cli/CheckOutputs.h"
 #include "cli/Commands.h"
 #include "cli/ExitCode.h"
 #include "cli/Options.h"
 #include "cli/Output.h"
+#include "cli/Signals.h"
 #include "cli/StoredRun.h"
 #include "ifc/Reader.h"
 #include "report/DisplayText.h"
@@ -57,11 +59,13 @@ void DescribeModel(const ifc::BuildingModel& model, const std::string& path, con
                    service::RunReport& report) {
     // The digest of the stored run is that of the file: ReadModelAgain() saw to it.
     report.model = service::RecordOf(model, path, report.model.sha256);
+    std::unordered_map<std::string_view, const service::FloorRecord*> byName;
+    for (const service::FloorRecord& floor : floors.Floors()) {
+        byName.emplace(floor.name, &floor);
+    }
     for (service::FloorRecord& floor : report.floors) {
-        const auto found =
-            std::find_if(floors.Floors().begin(), floors.Floors().end(),
-                         [&](const service::FloorRecord& candidate) { return candidate.name == floor.name; });
-        floor = found == floors.Floors().end() ? floor : *found;
+        const auto found = byName.find(floor.name);
+        floor = found == byName.end() ? floor : *found->second;
     }
     std::erase(report.incomplete, service::session::kModelReadPartly);
     service::NoteWhatWasNotRead(report);
@@ -81,6 +85,7 @@ std::string DeliveredText(const service::RunReport& report, const OutputOptions&
 }
 
 int Report(const ReportOptions& options) {
+    EndOnSignals();
     CheckOutputs outputs(options.output);
     if (const std::optional<std::string> failure = outputs.Open()) {
         return Unusable(*failure);

@@ -27,6 +27,7 @@ using service::store::RunRecord;
 using service::store::StoredFinding;
 using service::store::StoreError;
 using service::store::StoreErrorCode;
+using service::store::TrustEntry;
 using service::store::TrustId;
 using service::store::TrustView;
 
@@ -122,15 +123,21 @@ Answer Ask() {
     }
 }
 
-// Shows each proposal and adds those that are wanted. Returns the exit code.
+// Shows each proposal and adds those that are wanted: at once those that are answered for one by one, all of them
+// together otherwise. Returns the exit code.
 int Take(ProjectStore& project, const Proposals& found, const ImportBcfOptions& options) {
     std::size_t added = 0;
     int exitCode = kClean;
+    std::vector<TrustEntry> all;
     for (const Proposal& proposal : found.proposals) {
         if (!WriteOut(ProposalText(proposal))) {
             return kIncomplete;
         }
-        const Answer answer = options.isDryRun ? Answer::No : options.takesAll ? Answer::Yes : Ask();
+        if (options.takesAll && !options.isDryRun) {
+            all.push_back(proposal.entry);
+            continue;
+        }
+        const Answer answer = options.isDryRun ? Answer::No : Ask();
         if (answer == Answer::Quit) {
             break;
         }
@@ -142,6 +149,11 @@ int Take(ProjectStore& project, const Proposals& found, const ImportBcfOptions& 
             }
             ++added;
         }
+    }
+    if (!all.empty()) {
+        const Result<ProjectStore::ImportCounts> counts = project.AddAllTrust(all);
+        added = counts ? static_cast<std::size_t>(counts->added) : 0;
+        exitCode = counts ? kClean : Refuse(counts.Error());
     }
     const std::string proposed = Counted(found.proposals.size(), "entry", "entries");
     const std::string outcome =

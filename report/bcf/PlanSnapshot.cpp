@@ -5,10 +5,11 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstring>
+#include <map>
 #include <new>
 #include <numbers>
 #include <string_view>
-#include <unordered_map>
 #include <utility>
 
 #include "report/bcf/Png.h"
@@ -55,8 +56,49 @@ bool IsNear(const ifc::Point& point) {
 
 // Width of what a plan shows at least; less would not tell where in the building it is.
 constexpr double kSmallestView = 12000.0;
-// How much wider than its focus a plan is.
+// How much wider than its focus a plan is at least.
 constexpr double kMargin = 1.6;
+// Each level of scale shows this much more, a fourth root of two: no picture is much smaller than it need be, and many
+// are of one scale.
+constexpr double kLevelStep = 1.189207115002721;
+// A sheet is a picture and a half in both directions, so that all pictures whose middles lie within a half can be cut
+// from it.
+constexpr int kSpareWidth = PlanPainter::kWidth / 2;
+constexpr int kSpareHeight = PlanPainter::kHeight / 2;
+constexpr int kSheetWidth = PlanPainter::kWidth + kSpareWidth;
+constexpr int kSheetHeight = PlanPainter::kHeight + kSpareHeight;
+
+// Looks at elements that all sheets of a storey may take together for each of its elements; one lies on nine sheets
+// of a scale at most unless it is large, and few scales are used. Only crowds of things as large as the building take
+// more, and then a sheet shows as much as is left to it.
+constexpr std::uint64_t kLooksForEachElement = 64;
+// Looks that each sheet may take whatever the others took.
+constexpr std::uint64_t kLooksForEachSheet = 2000;
+
+// Millimetres that a pixel shows.
+double PixelSize(int level) {
+    return kSmallestView * std::pow(kLevelStep, level) / PlanPainter::kWidth;
+}
+
+// A coordinate that can be counted in pixels.
+double Bounded(double value) {
+    return std::isnan(value) ? 0.0 : std::clamp(value, -kFarthest, kFarthest);
+}
+
+// The whole number of pixels nearest to the middle of the focus; rows count southward.
+struct Middle {
+    std::int64_t column;
+    std::int64_t row;
+};
+
+Middle MiddleOf(const ifc::Box& focus, double pixel) {
+    return {std::llround(Bounded(focus.low.x / 2.0 + focus.high.x / 2.0) / pixel),
+            -std::llround(Bounded(focus.low.y / 2.0 + focus.high.y / 2.0) / pixel)};
+}
+
+std::int64_t FloorOfQuotient(std::int64_t value, std::int64_t divisor) {
+    return value / divisor - (value % divisor < 0 ? 1 : 0);
+}
 
 bool HasEnds(const ifc::Element& element) {
     return element.kind == ifc::ElementKind::Segment && element.ends != ifc::EndEvidence::None &&
@@ -79,84 +121,106 @@ ifc::Box ExtentOf(const ifc::Element& element) {
     return box;
 }
 
-// Finds the elements of a storey that reach into a rectangle: a grid of squares.
+// Finds the elements of a storey that reach into a rectangle. There is a grid for each size of elements, twice as
+// coarse as the one before; an element stands in the square of its middle, and reaches half a square beyond it at most.
 class PlanPainter::FloorIndex {
   public:
-    FloorIndex(const ifc::BuildingModel& model, std::uint32_t storey) {
-        for (std::uint32_t index = 0; index < model.elements.size(); ++index) {
-            if (model.elements[index].storey == storey) {
-                if (const ifc::Box box = ExtentOf(model.elements[index]); !box.IsEmpty()) {
-                    Add(index, box);
-                }
+    FloorIndex(const ifc::BuildingModel& model, const std::vector<std::uint32_t>& elements)
+        : m_model(model), m_looksLeft(kLooksForEachElement * elements.size()) {
+        for (const std::uint32_t index : elements) {
+            if (const ifc::Box box = ExtentOf(model.elements[index]); !box.IsEmpty()) {
+                Add(index, box);
             }
         }
     }
 
-    // Indices of elements, ascending; some may lie a little outside.
-    std::vector<std::uint32_t> Within(const ifc::Box& box) const {
-        std::vector<std::uint32_t> found = m_wide;
-        const Range range = RangeOf(box);
-        if (range.Size() > kMaxCells) {
-            return m_all;
+    // Indices of elements, ascending; some may lie a little outside. The largest are looked for first, as long as looks
+    // are left. `steps` grows by the looks that it took.
+    std::vector<std::uint32_t> Within(const ifc::Box& box, std::uint64_t& steps) {
+        std::vector<std::uint32_t> found;
+        std::uint64_t looks = 0;
+        const std::uint64_t most = m_looksLeft + kLooksForEachSheet;
+        for (auto grid = m_grids.rbegin(); grid != m_grids.rend() && looks < most; ++grid) {
+            AddFrom(grid->first, grid->second, box, most, looks, found);
         }
-        for (std::int64_t row = range.lowRow; row <= range.highRow; ++row) {
-            for (std::int64_t column = range.lowColumn; column <= range.highColumn; ++column) {
-                if (const auto cell = m_cells.find(KeyOf(column, row)); cell != m_cells.end()) {
-                    found.insert(found.end(), cell->second.begin(), cell->second.end());
-                }
-            }
-        }
+        m_looksLeft -= std::min(m_looksLeft, looks - std::min(looks, kLooksForEachSheet));
+        steps += looks;
         std::sort(found.begin(), found.end());
-        found.erase(std::unique(found.begin(), found.end()), found.end());
         return found;
     }
 
   private:
-    // Millimetres; a bay of a building or less.
-    static constexpr double kCell = 4000.0;
-    // An element in more squares than this is kept apart and always looked at; a view over more looks at everything.
-    static constexpr double kMaxCells = 1024.0;
+    // Millimetres; the side of the finest squares: what most elements are smaller than.
+    static constexpr double kSmallestSquare = 1000.0;
 
-    struct Range {
-        std::int64_t lowColumn, highColumn, lowRow, highRow;
-        double Size() const {
-            return static_cast<double>(highColumn - lowColumn + 1) * static_cast<double>(highRow - lowRow + 1);
-        }
-    };
+    using Square = std::pair<std::int64_t, std::int64_t>;  // row and column
+    using Grid = std::map<Square, std::vector<std::uint32_t>>;
 
-    static Range RangeOf(const ifc::Box& box) {
-        const auto cell = [](double value) { return static_cast<std::int64_t>(std::floor(value / kCell)); };
-        return {cell(box.low.x), cell(box.high.x), cell(box.low.y), cell(box.high.y)};
-    }
-
-    static std::uint64_t KeyOf(std::int64_t column, std::int64_t row) {
-        return (static_cast<std::uint64_t>(column) << 32U) ^ (static_cast<std::uint64_t>(row) & 0xFFFFFFFFU);
+    static std::int64_t Number(double value, double side) {
+        return static_cast<std::int64_t>(std::floor(value / side));
     }
 
     void Add(std::uint32_t index, const ifc::Box& box) {
-        m_all.push_back(index);
-        const Range range = RangeOf(box);
-        if (range.Size() > kMaxCells) {
-            m_wide.push_back(index);
-            return;
+        const double size = std::max(box.high.x - box.low.x, box.high.y - box.low.y);
+        int level = 0;
+        while (std::ldexp(kSmallestSquare, level) < size) {
+            ++level;
         }
-        for (std::int64_t row = range.lowRow; row <= range.highRow; ++row) {
-            for (std::int64_t column = range.lowColumn; column <= range.highColumn; ++column) {
-                m_cells[KeyOf(column, row)].push_back(index);
+        const double side = std::ldexp(kSmallestSquare, level);
+        const ifc::Point centre = box.Centre();
+        m_grids[level][{Number(centre.y, side), Number(centre.x, side)}].push_back(index);
+    }
+
+    // Goes through the squares that hold anything, row by row; each square and each element is a look.
+    void AddFrom(int level, const Grid& grid, const ifc::Box& box, std::uint64_t most, std::uint64_t& looks,
+                 std::vector<std::uint32_t>& found) const {
+        const double side = std::ldexp(kSmallestSquare, level);
+        const std::int64_t lowColumn = Number(box.low.x - side / 2.0, side);
+        const std::int64_t highColumn = Number(box.high.x + side / 2.0, side);
+        const std::int64_t highRow = Number(box.high.y + side / 2.0, side);
+        auto square = grid.lower_bound({Number(box.low.y - side / 2.0, side), lowColumn});
+        while (square != grid.end() && square->first.first <= highRow && looks < most) {
+            ++looks;
+            const auto [row, column] = square->first;
+            if (column < lowColumn) {
+                square = grid.lower_bound({row, lowColumn});
+            } else if (column > highColumn) {
+                square = grid.lower_bound({row + 1, lowColumn});
+            } else {
+                Take(square->second, box, most, looks, found);
+                ++square;
             }
         }
     }
 
-    std::vector<std::uint32_t> m_all;
-    std::vector<std::uint32_t> m_wide;
-    std::unordered_map<std::uint64_t, std::vector<std::uint32_t>> m_cells;
+    void Take(const std::vector<std::uint32_t>& elements, const ifc::Box& box, std::uint64_t most, std::uint64_t& looks,
+              std::vector<std::uint32_t>& found) const {
+        for (const std::uint32_t index : elements) {
+            if (++looks > most) {
+                return;
+            }
+            const ifc::Box extent = ExtentOf(m_model.elements[index]);
+            if (extent.low.x <= box.high.x && extent.high.x >= box.low.x && extent.low.y <= box.high.y &&
+                extent.high.y >= box.low.y) {
+                found.push_back(index);
+            }
+        }
+    }
+
+    const ifc::BuildingModel& m_model;
+    std::map<int, Grid> m_grids;
+    std::uint64_t m_looksLeft;
 };
 
-// The sheet that is drawn on, and how millimetres become pixels.
-class PlanPainter::Canvas {
+namespace {
+
+// What is drawn on, and how millimetres become pixels.
+class Paper {
   public:
-    Canvas()
-        : m_surface(cairo_image_surface_create(CAIRO_FORMAT_RGB24, kWidth, kHeight)),
+    Paper(int width, int height)
+        : m_width(width),
+          m_height(height),
+          m_surface(cairo_image_surface_create(CAIRO_FORMAT_RGB24, width, height)),
           m_context(cairo_create(m_surface)) {
         if (cairo_status(m_context) != CAIRO_STATUS_SUCCESS) {
             cairo_destroy(m_context);
@@ -166,25 +230,40 @@ class PlanPainter::Canvas {
         cairo_set_line_cap(m_context, CAIRO_LINE_CAP_ROUND);
         cairo_set_line_join(m_context, CAIRO_LINE_JOIN_ROUND);
     }
-    Canvas(const Canvas&) = delete;
-    Canvas& operator=(const Canvas&) = delete;
-    ~Canvas() {
+    Paper(const Paper&) = delete;
+    Paper& operator=(const Paper&) = delete;
+    ~Paper() {
         cairo_destroy(m_context);
         cairo_surface_destroy(m_surface);
     }
 
-    // An empty sheet that shows focus and something around it. Returns: what it shows.
-    ifc::Box Begin(const ifc::Box& focus) {
-        const double aspect = static_cast<double>(kWidth) / kHeight;
-        const double width = std::max(
-            {kSmallestView, (focus.high.x - focus.low.x) * kMargin, (focus.high.y - focus.low.y) * kMargin * aspect});
-        const ifc::Point centre = focus.Centre();
-        const ifc::Point half{width / 2.0, width / aspect / 2.0, 0.0};
-        m_scale = kWidth / width;
-        m_shown = {centre - half, centre + half};
+    // From now on it shows what begins at this pixel of the plan. Returns: what that is, in millimetres.
+    const ifc::Box& Show(std::int64_t column, std::int64_t row, double pixel) {
+        m_scale = 1.0 / pixel;
+        m_shown = {ifc::Point{static_cast<double>(column) * pixel, -static_cast<double>(row + m_height) * pixel, 0.0},
+                   ifc::Point{static_cast<double>(column + m_width) * pixel, -static_cast<double>(row) * pixel, 0.0}};
+        return m_shown;
+    }
+
+    void Clear() {
         Ink(kPaper);
         cairo_paint(m_context);
-        return m_shown;
+    }
+
+    // Takes over what the other paper has from this pixel of it on.
+    void CopyFrom(const Paper& other, std::int64_t column, std::int64_t row) {
+        cairo_surface_flush(other.m_surface);
+        cairo_surface_flush(m_surface);
+        const auto from = static_cast<std::size_t>(cairo_image_surface_get_stride(other.m_surface));
+        const auto to = static_cast<std::size_t>(cairo_image_surface_get_stride(m_surface));
+        const unsigned char* source = cairo_image_surface_get_data(other.m_surface) +
+                                      static_cast<std::size_t>(row) * from +
+                                      static_cast<std::size_t>(column) * sizeof(std::uint32_t);
+        unsigned char* target = cairo_image_surface_get_data(m_surface);
+        for (int line = 0; line < m_height; ++line, source += from, target += to) {
+            std::memcpy(target, source, static_cast<std::size_t>(m_width) * sizeof(std::uint32_t));
+        }
+        cairo_surface_mark_dirty(m_surface);
     }
 
     // How strongly something is drawn.
@@ -228,14 +307,15 @@ class PlanPainter::Canvas {
         const auto stride = static_cast<std::size_t>(cairo_image_surface_get_stride(m_surface)) / sizeof(std::uint32_t);
         // A surface of this format is one of 32-bit numbers, and aligned as such.
         const void* const data = cairo_image_surface_get_data(m_surface);
-        return EncodePng({static_cast<const std::uint32_t*>(data), kWidth, kHeight, stride});
+        return EncodePng({static_cast<const std::uint32_t*>(data), static_cast<std::size_t>(m_width),
+                          static_cast<std::size_t>(m_height), stride});
     }
 
   private:
-    double X(double x) const { return Bounded((x - m_shown.low.x) * m_scale, kWidth); }
-    double Y(double y) const { return Bounded((m_shown.high.y - y) * m_scale, kHeight); }
+    double X(double x) const { return Near((x - m_shown.low.x) * m_scale, m_width); }
+    double Y(double y) const { return Near((m_shown.high.y - y) * m_scale, m_height); }
     // The library counts pixels in 24 bits.
-    static double Bounded(double pixels, double size) { return std::clamp(pixels, -size, 2.0 * size); }
+    static double Near(double pixels, double size) { return std::clamp(pixels, -size, 2.0 * size); }
 
     void Ink(const Colour& colour) { cairo_set_source_rgb(m_context, colour.red, colour.green, colour.blue); }
 
@@ -294,47 +374,114 @@ class PlanPainter::Canvas {
         cairo_fill(m_context);
     }
 
+    int m_width;
+    int m_height;
     cairo_surface_t* m_surface;
     cairo_t* m_context;
     double m_scale = 1.0;
     ifc::Box m_shown;
 };
 
-PlanPainter::PlanPainter(const ifc::BuildingModel& model)
-    : m_model(model), m_floors(model.storeys.size() + 1), m_canvas(std::make_unique<Canvas>()) {
+}  // namespace
+
+class PlanPainter::Canvas {
+  public:
+    Paper sheet{kSheetWidth, kSheetHeight};
+    Paper picture{kWidth, kHeight};
+};
+
+PlanPainter::PlanPainter(const ifc::BuildingModel& model, std::function<bool()> shouldStop)
+    : m_model(model),
+      m_shouldStop(std::move(shouldStop)),
+      m_elements(model.storeys.size() + 1),
+      m_floors(model.storeys.size() + 1),
+      m_canvas(std::make_unique<Canvas>()) {
+    for (std::uint32_t index = 0; index < model.elements.size(); ++index) {
+        const std::size_t storey = model.elements[index].storey;
+        m_elements[std::min(storey, m_elements.size() - 1)].push_back(index);
+    }
 }
 
 PlanPainter::~PlanPainter() = default;
 
-const PlanPainter::FloorIndex& PlanPainter::IndexOf(std::uint32_t storey) {
-    std::unique_ptr<FloorIndex>& floor = m_floors[std::min<std::size_t>(storey, m_floors.size() - 1)];
+PlanPainter::FloorIndex& PlanPainter::IndexOf(std::uint32_t storey) {
+    const std::size_t position = std::min<std::size_t>(storey, m_floors.size() - 1);
+    std::unique_ptr<FloorIndex>& floor = m_floors[position];
     if (floor == nullptr) {
-        floor = std::make_unique<FloorIndex>(m_model, storey);
+        floor = std::make_unique<FloorIndex>(m_model, m_elements[position]);
+        m_steps += m_elements[position].size();
     }
     return *floor;
 }
 
-std::string PlanPainter::Paint(std::uint32_t storey, const std::vector<std::uint32_t>& marked, const ifc::Box& focus) {
-    const ifc::Box shown = m_canvas->Begin(focus);
-    const std::vector<std::uint32_t> around = IndexOf(storey).Within(shown);
-    // Large things first, so that pipes and their fittings are not covered.
-    for (const bool large : {true, false}) {
-        for (const std::uint32_t index : around) {
-            const ifc::Element& element = m_model.elements[index];
-            const bool isLarge = element.kind == ifc::ElementKind::Equipment;
-            if (isLarge == large) {
-                m_canvas->Draw(element, {ColourOf(element.specialty), 0.0, 1.5});
-            }
+Sheet PlanPainter::SheetOf(std::uint32_t storey, const ifc::Box& focus) {
+    constexpr double kAspect = static_cast<double>(kWidth) / kHeight;
+    const double width = std::max(Bounded(focus.high.x - focus.low.x), Bounded(focus.high.y - focus.low.y) * kAspect);
+    int level = 0;
+    while (PixelSize(level) * kWidth < width * kMargin) {
+        ++level;
+    }
+    const Middle middle = MiddleOf(focus, PixelSize(level));
+    return {storey, level, FloorOfQuotient(middle.column, kSpareWidth), FloorOfQuotient(middle.row, kSpareHeight)};
+}
+
+bool PlanPainter::DrawElements(const std::vector<std::uint32_t>& elements, bool large) {
+    // Drawing this many takes a hundredth of a second.
+    constexpr std::uint64_t kBetweenQuestions = 256;
+    std::uint64_t drawn = 0;
+    for (const std::uint32_t index : elements) {
+        const ifc::Element& element = m_model.elements[index];
+        if ((element.kind == ifc::ElementKind::Equipment) != large) {
+            continue;
         }
+        if (++drawn % kBetweenQuestions == 0 && m_shouldStop && m_shouldStop()) {
+            return false;
+        }
+        m_canvas->sheet.Draw(element, {ColourOf(element.specialty), 0.0, 1.5});
+        ++m_steps;
+    }
+    return true;
+}
+
+bool PlanPainter::DrawSheet(const Sheet& sheet) {
+    m_sheet.reset();
+    const double pixel = PixelSize(sheet.level);
+    const ifc::Box shown =
+        m_canvas->sheet.Show(sheet.column * kSpareWidth - kWidth / 2, sheet.row * kSpareHeight - kHeight / 2, pixel);
+    m_canvas->sheet.Clear();
+    // Of what lies just outside, half the width of its line shows.
+    constexpr double kWidestLine = 1000.0;
+    constexpr double kPenWidths = 4.0;
+    const std::vector<std::uint32_t> around =
+        IndexOf(sheet.storey).Within(shown.Grown(kWidestLine + kPenWidths * pixel), m_steps);
+    // Large things first, so that pipes and their fittings are not covered.
+    if (!DrawElements(around, true) || !DrawElements(around, false)) {
+        return false;
+    }
+    m_sheet = sheet;
+    return true;
+}
+
+std::optional<std::string> PlanPainter::Paint(std::uint32_t storey, const std::vector<std::uint32_t>& marked,
+                                              const ifc::Box& focus) {
+    const Sheet sheet = SheetOf(storey, focus);
+    if ((m_shouldStop && m_shouldStop()) || (m_sheet != sheet && !DrawSheet(sheet))) {
+        return std::nullopt;
+    }
+    const double pixel = PixelSize(sheet.level);
+    const Middle middle = MiddleOf(focus, pixel);
+    Paper& picture = m_canvas->picture;
+    picture.CopyFrom(m_canvas->sheet, middle.column - sheet.column * kSpareWidth,
+                     middle.row - sheet.row * kSpareHeight);
+    picture.Show(middle.column - kWidth / 2, middle.row - kHeight / 2, pixel);
+    for (const std::uint32_t index : marked) {
+        picture.Draw(m_model.elements[index], {kMarkEdge, 4.0, 4.0});
     }
     for (const std::uint32_t index : marked) {
-        m_canvas->Draw(m_model.elements[index], {kMarkEdge, 4.0, 4.0});
+        picture.Draw(m_model.elements[index], {kMark, 1.0, 4.0});
     }
-    for (const std::uint32_t index : marked) {
-        m_canvas->Draw(m_model.elements[index], {kMark, 1.0, 4.0});
-    }
-    m_canvas->RingIfSmall(focus);
-    return m_canvas->Finish();
+    picture.RingIfSmall(focus);
+    return picture.Finish();
 }
 
 }  // namespace norvex::report::bcf

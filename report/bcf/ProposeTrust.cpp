@@ -6,6 +6,7 @@
 #include <set>
 #include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 
 #include "report/bcf/Identity.h"
 #include "report/bcf/Topics.h"
@@ -109,8 +110,9 @@ class Proposer {
     void ProposeFor(const ReadTopic& topic) {
         const std::vector<std::string> all = CodesOf(topic);
         std::vector<std::string> codes;
+        std::unordered_set<std::string_view> taken;
         for (const std::string& code : all) {
-            if (m_known.contains(code) && std::find(codes.begin(), codes.end(), code) == codes.end()) {
+            if (m_known.contains(code) && taken.insert(code).second) {
                 codes.push_back(code);
             }
         }

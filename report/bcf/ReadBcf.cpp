@@ -53,8 +53,24 @@ const xml::Element* Child(const xml::Element* parent, std::string_view name) {
     return nullptr;
 }
 
+// Each piece of text is taken once, however deep it lies.
+void AddText(const xml::Element& element, std::string& text) {
+    std::size_t child = 0;
+    for (const xml::TextPiece& piece : element.texts) {
+        for (; child < piece.childrenBefore; ++child) {
+            AddText(element.children[child], text);
+        }
+        text += text::ToUtf8(piece.text);
+    }
+    for (; child < element.children.size(); ++child) {
+        AddText(element.children[child], text);
+    }
+}
+
 std::string PlainText(const xml::Element& element) {
-    return Trimmed(text::ToUtf8(xml::TextOf(element)));
+    std::string text;
+    AddText(element, text);
+    return Trimmed(text);
 }
 
 std::string ChildText(const xml::Element* parent, std::string_view name) {
@@ -98,6 +114,20 @@ void AddComments(const xml::Element* parent, std::vector<ReadComment>& comments)
     }
 }
 
+void SortByMoment(std::vector<ReadComment>& comments) {
+    std::vector<std::pair<std::int64_t, ReadComment>> dated;
+    for (ReadComment& comment : comments) {
+        const std::int64_t moment = MomentOf(comment.date);
+        dated.emplace_back(moment, std::move(comment));
+    }
+    std::stable_sort(dated.begin(), dated.end(),
+                     [](const auto& left, const auto& right) { return left.first < right.first; });
+    comments.clear();
+    for (auto& [moment, comment] : dated) {
+        comments.push_back(std::move(comment));
+    }
+}
+
 // Lower case, without the braces that some programs put around it.
 std::string PlainGuid(std::string guid) {
     if (guid.size() > 2 && guid.front() == '{' && guid.back() == '}') {
@@ -122,9 +152,7 @@ ReadTopic TopicOf(const xml::Element& markup, const xml::Element& topic, const s
     read.modifiedDate = ChildText(&topic, "ModifiedDate");
     AddComments(&markup, read.comments);  // where they stood before 3.0
     AddComments(Child(&topic, "Comments"), read.comments);
-    std::stable_sort(read.comments.begin(), read.comments.end(), [](const ReadComment& left, const ReadComment& right) {
-        return MomentOf(left.date) < MomentOf(right.date);
-    });
+    SortByMoment(read.comments);
     return read;
 }
 

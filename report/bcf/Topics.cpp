@@ -27,6 +27,9 @@ constexpr std::size_t kNamedObjects = 20;
 constexpr std::size_t kListedSentences = 100;
 constexpr std::size_t kListedCodes = 2000;
 
+// Systems of an element that are looked at: what is part of more belongs to none in particular.
+constexpr std::uint32_t kSystemsOfElement = 64;
+
 struct SeverityWords {
     const char* type;
     const char* priority;
@@ -102,7 +105,11 @@ class Maker {
         std::size_t occurrence = finding.occurrence;
         std::string guid = TopicGuid(code, occurrence);
         while (!m_guids.insert(guid).second) {
-            guid = TopicGuid(code, ++occurrence);
+            // Where many findings are not numbered, none tries what those before it have tried.
+            std::size_t& next = m_nextOccurrences[code];
+            occurrence = std::max(occurrence + 1, next);
+            next = occurrence + 1;
+            guid = TopicGuid(code, occurrence);
         }
         return guid;
     }
@@ -201,7 +208,7 @@ class Maker {
                 continue;
             }
             const ifc::Element& element = m_building.elements[index];
-            for (std::uint32_t n = 0; n < element.systemCount; ++n) {
+            for (std::uint32_t n = 0; n < std::min(element.systemCount, kSystemsOfElement); ++n) {
                 const ifc::System& system = m_building.systems[m_building.systemsOfElements[element.firstSystem + n]];
                 ++counts[std::string(system.name.empty() ? system.globalId : system.name)];
             }
@@ -369,6 +376,7 @@ class Maker {
     std::map<std::string, std::uint32_t> m_storeys;
     std::map<std::uint64_t, ifc::Box> m_extents;  // of each storey that holds anything; made when first asked for
     std::set<std::string> m_guids;
+    std::unordered_map<std::string, std::size_t> m_nextOccurrences;  // of codes that came again with the same number
 };
 
 }  // namespace

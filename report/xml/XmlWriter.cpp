@@ -22,7 +22,11 @@ void Check(int result) {
 }  // namespace
 
 XmlWriter::XmlWriter(TextPolicy policy) : m_policy(policy), m_buffer(xmlBufferCreate()), m_writer(nullptr) {
-    m_writer = m_buffer == nullptr ? nullptr : xmlNewTextWriterMemory(m_buffer, 0);
+    if (m_buffer != nullptr) {
+        // By default each piece of text would make room for itself alone.
+        xmlBufferSetAllocationScheme(m_buffer, XML_BUFFER_ALLOC_DOUBLEIT);
+        m_writer = xmlNewTextWriterMemory(m_buffer, 0);
+    }
     if (m_writer == nullptr) {
         xmlBufferFree(m_buffer);
         throw std::bad_alloc();

@@ -152,7 +152,7 @@ std::string Archive() {
     report.findings.resize(2);
     report.findings[0].featureCode = kFirst;
     report.findings[1].featureCode = kSecond;
-    return MakeBcf(report, norvex::ifc::BuildingModel(), {}, {});
+    return MakeBcf(report, norvex::ifc::BuildingModel(), {}, {}).bytes;
 }
 
 TEST(BcfReader, ReadsWhatWeWrite) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "service/store/FloorNames.h"
 
+#include <random>
 #include <set>
 
 #include "StoreSupport.h"
@@ -48,6 +49,31 @@ TEST(FloorNames, NumberStoreysOfOneNameAndNameTheNameless) {
     EXPECT_EQ(Labels({"  ", "\t", "1F"}), (Texts{"(unnamed)", "(unnamed) (2)", "1F"}));
     EXPECT_EQ(Labels({"", "", "(unnamed)"}), (Texts{"(unnamed) (2)", "(unnamed) (3)", "(unnamed)"}));
     EXPECT_EQ(Labels({}), Texts{});
+}
+
+TEST(FloorNames, GetTheFirstNumberThatIsFree) {
+    // Names that are numbered already come between those that have to be.
+    const std::vector<std::string> texts{"", " ", "A", "A (2)", "A (4)", "(unnamed)", "(unnamed) (2)", "A (2) (2)"};
+    std::mt19937 random(11);
+    for (int round = 0; round < 200; ++round) {
+        std::vector<std::string> storeys;
+        for (std::size_t count = random() % 20; count > 0; --count) {
+            storeys.push_back(texts[random() % texts.size()]);
+        }
+        const std::set<std::string> all(storeys.begin(), storeys.end());
+        std::set<std::string> given;
+        const std::vector<FloorName> names = NameFloors(storeys);
+        for (std::size_t index = 0; index < storeys.size(); ++index) {
+            const std::string wanted =
+                storeys[index].find_first_not_of(' ') == std::string::npos ? "(unnamed)" : storeys[index];
+            std::string label = wanted;
+            for (int number = 2; given.contains(label) || (label != storeys[index] && all.contains(label)); ++number) {
+                label = wanted + " (" + std::to_string(number) + ")";
+            }
+            EXPECT_EQ(names[index].label, label) << round;
+            given.insert(label);
+        }
+    }
 }
 
 TEST(FloorNames, ReadLikeTheStoreyInsideTheModule) {
