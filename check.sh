@@ -5,7 +5,7 @@
 # Without a model it checks samples/house.ifc, whose defects are planted: there, findings are the success and end with 0.
 set -euo pipefail
 called_from=$PWD
-cd "$(dirname "$0")"
+CDPATH="" cd -- "$(dirname -- "$0")"
 here=$PWD
 
 tools/install_packages.sh build

@@ -3,7 +3,7 @@
 # Builds and runs all tests: g++ release, clang with ASan and UBSan, clang with TSan for what uses threads.
 # Installs what is missing. The layer check, the header check and the out-of-tree install test are part of the release run.
 set -euo pipefail
-cd "$(dirname "$0")"
+CDPATH="" cd -- "$(dirname -- "$0")"
 
 tools/install_packages.sh test
 tools/install_packages.sh browser

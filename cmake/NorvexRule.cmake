@@ -33,5 +33,5 @@ function(norvex_add_rule name)
   set_target_properties(${name} PROPERTIES
     PREFIX "" SUFFIX ".Arx"
     CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON
-    INSTALL_RPATH "$ORIGIN/..")
+    BUILD_WITH_INSTALL_RPATH ON INSTALL_RPATH "$ORIGIN/..")
 endfunction()

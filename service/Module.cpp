@@ -77,7 +77,8 @@ std::optional<Module> Module::Load(const std::filesystem::path& file, std::strin
     if (!error.empty()) {
         return std::nullopt;
     }
-    void* handle = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
+    // A name without a slash would be looked for where libraries are looked for.
+    void* handle = dlopen(std::filesystem::absolute(file).c_str(), RTLD_NOW | RTLD_LOCAL);
     if (handle == nullptr) {
         error = LoaderComplaint(file);
         return std::nullopt;

@@ -5,7 +5,7 @@
 # NORVEX_SHARED.
 # The pages and the screenshots stay in the work folder.
 set -euo pipefail
-here=$(cd "$(dirname "$0")" && pwd)
+here=$(CDPATH="" cd -- "$(dirname -- "$0")" && pwd)
 work=$1
 shift
 

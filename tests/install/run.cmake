@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
 # Installs the build, builds a rule module from the installed package alone, puts it into the application folder and runs it.
-# Needs: BUILD_DIR, SOURCE_DIR (this folder), EXAMPLE_DIR, WORK_DIR, APP_DIR (the application folder below the prefix), MODEL, COMPILER
+# Needs: BUILD_DIR, SOURCE_DIR (this folder), EXAMPLE_DIR, WORK_DIR, APP_DIR (the application folder below the prefix), MODEL,
+# COMPILER, PYTHON
 
 function(step what)
   execute_process(COMMAND ${ARGN} RESULT_VARIABLE status OUTPUT_VARIABLE output ERROR_VARIABLE output)
@@ -17,6 +18,8 @@ step("Configuring the rule" ${CMAKE_COMMAND} -S ${SOURCE_DIR}/rule -B ${WORK_DIR
   -DCMAKE_CXX_COMPILER=${COMPILER} -DCMAKE_PREFIX_PATH=${prefix})
 step("Building the rule" ${CMAKE_COMMAND} --build ${WORK_DIR}/rule)
 file(COPY ${WORK_DIR}/rule/TouchEverything.Arx DESTINATION ${prefix}/${APP_DIR}/Norvex)
+
+step("Looking where libraries are looked for" ${PYTHON} ${SOURCE_DIR}/library_paths.py ${prefix})
 
 step("Listing the rules" ${prefix}/bin/norvex rules)
 if(NOT output MATCHES "touch-everything" OR NOT output MATCHES "3\\.1\\.20\\.5")
