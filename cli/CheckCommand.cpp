@@ -101,6 +101,9 @@ std::optional<int> Plan(const CheckOptions& options, Preparation& ready) {
         return kIncomplete;
     }
     ready.host->LoadRules();
+    for (const std::string& remark : ready.host->Remarks()) {
+        Complain(remark);
+    }
     std::optional<service::RunPlan> plan =
         service::MakeRunPlan(options.request, ready.floors, ready.host->Rules(), error);
     if (!plan) {
@@ -117,9 +120,9 @@ std::optional<int> Plan(const CheckOptions& options, Preparation& ready) {
     return std::nullopt;
 }
 
-// Opens the project and begins the run in its memory. Returns what the program ends with when that is not possible,
-// having said why.
-std::optional<int> Prepare(const CheckOptions& options, Preparation& ready) {
+// Opens the project and begins the run in its memory; from then on signals control it. Returns what the program ends
+// with when that is not possible, having said why.
+std::optional<int> Prepare(const CheckOptions& options, Preparation& ready, service::RunControl& control) {
     std::string error;
     const std::filesystem::path application = service::ApplicationFolder();
     const std::optional<std::filesystem::path> folder =
@@ -138,6 +141,8 @@ std::optional<int> Prepare(const CheckOptions& options, Preparation& ready) {
     if (const std::optional<int> end = Plan(options, ready)) {
         return end;
     }
+    // Not before, because nothing would heed a wish while modules are loaded; and modules cannot undo it any more.
+    ControlBySignals(control);
     const std::string configuration =
         service::session::ConfigurationDigest(service::ConfigurationFile(ready.folder, application), ready.project);
     const service::store::Status begun = ready.memory->Begin(
@@ -201,7 +206,7 @@ int CheckModel(const service::ModelFile& file, const CheckOptions& options, serv
                       .plan = {},
                       .project = {},
                       .model = service::RecordOf(model, options.model, file.sha256)};
-    if (const std::optional<int> end = Prepare(options, ready)) {
+    if (const std::optional<int> end = Prepare(options, ready, control)) {
         return *end;
     }
     const service::RunReport report = RunChecks(ready, options, control);
@@ -245,7 +250,6 @@ int Check(const CheckOptions& options) {
     }
     // Signals may come to the end of the process.
     static service::RunControl control;
-    ControlBySignals(control);
     return CheckModel(file, options, *failOn, outputs, control);
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "cli/Signals.h"
 
+#include <poll.h>
 #include <unistd.h>
 
 #include <array>
@@ -35,8 +36,12 @@ std::int64_t Milliseconds() {
 
 [[noreturn]] void End(std::string_view sentence) {
     kernel::RemoveUnfinishedFiles();
-    // Nobody is left to tell when standard error fails too.
-    static_cast<void>(!write(STDERR_FILENO, sentence.data(), sentence.size()));
+    // A terminal that is held and a pipe that nobody reads must not keep the process; nobody is left to tell when
+    // standard error fails too.
+    pollfd error{STDERR_FILENO, POLLOUT, 0};
+    if (poll(&error, 1, 0) == 1) {
+        static_cast<void>(!write(STDERR_FILENO, sentence.data(), sentence.size()));
+    }
     _exit(kIncomplete);
 }
 
@@ -51,6 +56,11 @@ void Handle(int signal, void (*handler)(int)) {
     action.sa_flags = SA_RESTART;
     sigemptyset(&action.sa_mask);
     sigaction(signal, &action, nullptr);
+    // Who started the process, or a module, may have held it back.
+    sigset_t held;
+    sigemptyset(&held);
+    sigaddset(&held, signal);
+    sigprocmask(SIG_UNBLOCK, &held, nullptr);
 }
 
 void OnCancel(int) {

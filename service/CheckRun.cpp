@@ -137,7 +137,11 @@ RunReport Run::Execute() {
     malloc_trim(0);
     const std::size_t jobs = m_settings.jobs == 0 ? Processors() : m_settings.jobs;
     work::WorkerPool(scope,
-                     {std::max<std::size_t>(jobs, 1), m_settings.budget, m_settings.socket, m_settings.mostFindings},
+                     {.jobs = std::max<std::size_t>(jobs, 1),
+                      .budget = m_settings.budget,
+                      .socket = m_settings.socket,
+                      .mostFindings = m_settings.mostFindings,
+                      .mostFindingBytes = m_settings.mostFindingBytes},
                      m_control, *this)
         .Run(std::move(floors));
     CancelTheRest();
@@ -297,14 +301,15 @@ void Run::OnFound(std::size_t index, FindingRecord finding) {
     finding.rule = result.task.rule;
     finding.floor = result.task.floor;
     finding.specialty = result.task.specialty;
-    if (finding.trusted) {
+    // Kept before it is counted, so that memory that runs out leaves no count without its finding.
+    const FindingRecord& kept = result.findings.emplace_back(std::move(finding));
+    if (kept.trusted) {
         ++result.task.trusted;
     } else {
         ++result.task.findings;
-        result.task.reminders += finding.severity == Severity::Remind ? 1 : 0;
+        result.task.reminders += kept.severity == Severity::Remind ? 1 : 0;
     }
-    Count(finding);
-    result.findings.push_back(std::move(finding));
+    Count(kept);
 }
 
 void Run::OnEnded(std::size_t index, const work::TaskEnded& end, std::chrono::microseconds duration) {

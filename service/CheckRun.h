@@ -46,6 +46,8 @@ struct RunSettings {
     // Findings that one rule may report on one floor and specialty, about half a gigabyte of them; a rule that reports
     // more has lost its way, and would take the memory of the whole run.
     std::size_t mostFindings = 250'000;
+    // And what they may take of text, for a rule whose findings are few and huge.
+    std::size_t mostFindingBytes = std::size_t{512} << 20U;
     // By which other processes may wish something of the run; borrowed. Null: by none.
     const ControlSocket* socket = nullptr;
     // What an earlier part of the same run has done; these tasks are not run again, and nobody hears of them.

@@ -11,6 +11,7 @@
 #include "platform/text/Utf8.h"
 #include "service/Words.h"
 #include "service/work/Rehearsal.h"
+#include "service/work/WorkerProcess.h"
 
 namespace norvex::service {
 namespace {
@@ -18,6 +19,9 @@ namespace {
 constexpr const char* kModuleName = "NorvexData.arx";
 constexpr const char* kRuleFolder = "Norvex";
 constexpr const char* kRuleExtension = ".arx";
+constexpr const char* kNotWatched =
+    "This system does not let a program watch its processes (pidfd_open is missing or forbidden), so that the ends of "
+    "workers are looked for at intervals; results are the same.";
 
 using RuleApiVersionFunction = int (*)();
 // CNorvexData::GetNorvexService() as the loader knows it.
@@ -90,9 +94,13 @@ Host::Host(TrustStore& trust) : m_service(trust) {
 }
 
 Host::~Host() {
-    Broadcast(AcRx::kQuitMsg);
-    for (auto module = m_modules.rbegin(); module != m_modules.rend(); ++module) {
-        module->Send(AcRx::kUnloadAppMsg);
+    try {
+        Broadcast(AcRx::kQuitMsg);
+        for (auto module = m_modules.rbegin(); module != m_modules.rend(); ++module) {
+            module->Send(AcRx::kUnloadAppMsg);
+        }
+    } catch (...) {
+        // A module that fails now fails nobody any more.
     }
     if (CNorvexData::GetNorvexService() == &m_service) {
         CNorvexData::SetNorvexService(nullptr);
@@ -138,6 +146,9 @@ void Host::LoadRules(std::chrono::milliseconds budget) {
     for (const std::filesystem::path& file : files) {
         LoadRuleModule(file, budget);
     }
+    if (!work::WorkerProcess::CanBeWatched()) {
+        m_remarks.emplace_back(kNotWatched);
+    }
     std::sort(m_rules.begin(), m_rules.end(),
               [](const LoadedRule& left, const LoadedRule& right) { return left.record.name < right.record.name; });
 }
@@ -153,7 +164,17 @@ void Host::LoadRuleModule(const std::filesystem::path& file, std::chrono::millis
     };
     const std::string disaster = work::Rehearse(rehearsal, budget);
     std::string error = disaster.empty() ? "" : "when it was loaded, " + disaster;
-    const std::optional<Module> module = disaster.empty() ? Initialised(file, error) : std::nullopt;
+    std::optional<Module> module;
+    if (disaster.empty()) {
+        // It may do another time what it did not do when it was tried.
+        try {
+            module = Initialised(file, error);
+        } catch (const std::exception& escaped) {
+            error = fmt::format("when it was loaded, it let an exception escape: {}", escaped.what());
+        } catch (...) {
+            error = "when it was loaded, it let an exception of unknown kind escape";
+        }
+    }
     if (!module) {
         m_loadFailures.push_back(fmt::format("Rule module {} cannot be used: {}.", file.filename().string(), error));
         return;

@@ -49,6 +49,8 @@ class Host {
     const std::vector<LoadedRule>& Rules() const { return m_rules; }
     // One sentence for each rule module, or the folder of them, that could not be used.
     const std::vector<std::string>& LoadFailures() const { return m_loadFailures; }
+    // What the user should know of this system; nothing is missing for it. One sentence each.
+    const std::vector<std::string>& Remarks() const { return m_remarks; }
     CheckService& Service() { return m_service; }
 
     // Makes a drawing the working database and tells the modules; CloseDrawing takes it back.
@@ -67,6 +69,7 @@ class Host {
     std::vector<Module> m_modules;  // NorvexData.arx first
     std::vector<LoadedRule> m_rules;
     std::vector<std::string> m_loadFailures;
+    std::vector<std::string> m_remarks;
 };
 
 }  // namespace norvex::service

@@ -78,9 +78,11 @@ std::optional<Module> Module::Load(const std::filesystem::path& file, std::strin
         return std::nullopt;
     }
     // A name without a slash would be looked for where libraries are looked for.
-    void* handle = dlopen(std::filesystem::absolute(file).c_str(), RTLD_NOW | RTLD_LOCAL);
+    std::error_code ignored;
+    const std::filesystem::path place = std::filesystem::absolute(file, ignored);
+    void* handle = dlopen(place.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (handle == nullptr) {
-        error = LoaderComplaint(file);
+        error = LoaderComplaint(place);
         return std::nullopt;
     }
     Module module(file.filename().string(), handle);

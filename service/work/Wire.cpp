@@ -1,117 +1,223 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "service/work/Wire.h"
 
+#include <unicode/ustring.h>
+
 #include <algorithm>
-#include <nlohmann/json.hpp>
+#include <bit>
+#include <cmath>
+#include <limits>
 #include <type_traits>
-#include <vector>
+#include <utility>
+
+// Every message is one of a few flat records, written field by field in the order of their members. A general format
+// would have to be kept from nesting, from numbers of the wrong kind and from lists that are far larger in memory than
+// on the wire; here none of these can be said.
 
 namespace norvex::service::work {
 namespace {
 
-using Json = nlohmann::json;
-
 constexpr std::size_t kLengthSize = 4;
-// Far more than a finding with a hundred thousand objects takes.
-constexpr std::size_t kMostBytes = 256U << 20U;
+constexpr std::uint64_t kMostCount = std::numeric_limits<int>::max();
+
+// The kinds of the message's variant, by their numbers.
+template <class Value, std::size_t kind = 0>
+constexpr std::size_t KindOf() {
+    if constexpr (std::is_same_v<Value, std::variant_alternative_t<kind, Message>>) {
+        return kind;
+    } else {
+        return KindOf<Value, kind + 1>();
+    }
+}
 
 std::int64_t NumberOf(Moment moment) {
     return std::chrono::duration_cast<std::chrono::nanoseconds>(moment.time_since_epoch()).count();
 }
 
-// A moment that is still to come is none that a worker can have seen.
-Moment MomentOf(const Json& json) {
-    return std::min(Moment(std::chrono::nanoseconds(json.get<std::int64_t>())), std::chrono::steady_clock::now());
+// Writes the fields of messages.
+class Writer {
+  public:
+    explicit Writer(std::string& bytes) : m_bytes(bytes) {}
+
+    void Number(std::uint64_t number, std::size_t size = sizeof(std::uint64_t)) {
+        for (std::size_t i = 0; i < size; ++i) {
+            m_bytes += static_cast<char>(number >> (8 * i) & 0xFF);
+        }
+    }
+    void Byte(std::size_t value) { m_bytes += static_cast<char>(value); }
+    void Flag(bool value) { Byte(value ? 1 : 0); }
+    void Real(double value) { Number(std::bit_cast<std::uint64_t>(value)); }
+    void Time(Moment moment) { Number(static_cast<std::uint64_t>(NumberOf(moment))); }
+    void Text(std::string_view text) {
+        Number(text.size(), kLengthSize);
+        m_bytes += text;
+    }
+
+  private:
+    std::string& m_bytes;
+};
+
+// Requires: no longer than a message.
+bool IsUtf8(std::string_view text) {
+    std::int32_t length = 0;
+    UErrorCode status = U_ZERO_ERROR;
+    u_strFromUTF8(nullptr, 0, &length, text.data(), static_cast<std::int32_t>(text.size()), &status);
+    return status != U_INVALID_CHAR_FOUND;
 }
 
-Json ToJson(const FindingRecord& finding) {
-    Json objects = Json::array();
+// Reads the fields of one message. What is no such field makes the rest of the message wrong, and reads as zero.
+class Reader {
+  public:
+    explicit Reader(std::string_view bytes) : m_rest(bytes) {}
+
+    // All of it was read, and nothing was wrong.
+    bool IsRight() const { return m_isRight && m_rest.empty(); }
+
+    std::uint64_t Number(std::uint64_t most = std::numeric_limits<std::uint64_t>::max(),
+                         std::size_t size = sizeof(std::uint64_t)) {
+        const std::string_view bytes = Take(size);
+        std::uint64_t number = 0;
+        for (std::size_t i = 0; i < bytes.size(); ++i) {
+            number |= std::uint64_t{static_cast<unsigned char>(bytes[i])} << (8 * i);
+        }
+        return Within(number <= most) ? number : 0;
+    }
+    std::size_t Byte(std::size_t most) { return Number(most, 1); }
+    bool Flag() { return Byte(1) == 1; }
+    double Real() {
+        const auto value = std::bit_cast<double>(Number());
+        return Within(std::isfinite(value)) ? value : 0.0;
+    }
+    // A moment that is still to come is none that a worker can have seen, and neither is one before the clock began.
+    Moment Time() {
+        const std::chrono::nanoseconds since(Number(std::numeric_limits<std::int64_t>::max()));
+        return std::min(Moment(since), std::chrono::steady_clock::now());
+    }
+    std::string Text() {
+        const std::string_view text = Take(Number(kMostMessageBytes, kLengthSize));
+        return Within(IsUtf8(text)) ? std::string(text) : std::string();
+    }
+    // How many records of at least so many bytes follow.
+    std::size_t Count(std::size_t leastSize) {
+        const std::size_t count = Number(kMostCount, kLengthSize);
+        return Within(count <= m_rest.size() / leastSize) ? count : 0;
+    }
+
+  private:
+    bool Within(bool isRight) { return m_isRight = m_isRight && isRight; }
+    std::string_view Take(std::size_t size) {
+        if (!Within(size <= m_rest.size())) {
+            return {};
+        }
+        const std::string_view taken = m_rest.substr(0, size);
+        m_rest.remove_prefix(size);
+        return taken;
+    }
+
+    std::string_view m_rest;
+    bool m_isRight = true;
+};
+
+void Write(Writer& writer, const FindingRecord& finding) {
+    writer.Text(finding.category);
+    writer.Text(finding.subCategory);
+    writer.Byte(static_cast<std::size_t>(finding.severity));
+    writer.Text(finding.sentence);
+    writer.Text(finding.location);
+    writer.Text(finding.featureCode);
+    writer.Number(finding.objects.size(), kLengthSize);
     for (const FoundObject& object : finding.objects) {
-        objects.push_back({object.handle, object.globalId, object.name, object.subCategory});
+        for (const std::string* text : {&object.handle, &object.globalId, &object.name, &object.subCategory}) {
+            writer.Text(*text);
+        }
     }
-    const Json place = finding.place ? Json{finding.place->x, finding.place->y, finding.place->z} : Json();
-    return Json::array({finding.category, finding.subCategory, static_cast<int>(finding.severity), finding.sentence,
-                        finding.location, finding.featureCode, std::move(objects), place, finding.trusted});
+    writer.Flag(finding.place.has_value());
+    if (finding.place) {
+        writer.Real(finding.place->x);
+        writer.Real(finding.place->y);
+        writer.Real(finding.place->z);
+    }
+    writer.Flag(finding.trusted);
 }
 
-FindingRecord FindingOf(const Json& json) {
+// Members of a braced list are read from left to right.
+FindingRecord ReadFinding(Reader& reader) {
+    constexpr std::size_t kLeastObject = 4 * kLengthSize;
     FindingRecord finding;
-    finding.category = json.at(0);
-    finding.subCategory = json.at(1);
-    const int severity = json.at(2);
-    finding.severity = severity == static_cast<int>(Severity::Suspected) ? Severity::Suspected
-                       : severity == static_cast<int>(Severity::Remind)  ? Severity::Remind
-                                                                         : Severity::Confirmed;
-    finding.sentence = json.at(3);
-    finding.location = json.at(4);
-    finding.featureCode = json.at(5);
-    for (const Json& object : json.at(6)) {
-        finding.objects.push_back({object.at(0), object.at(1), object.at(2), object.at(3)});
+    finding.category = reader.Text();
+    finding.subCategory = reader.Text();
+    finding.severity = static_cast<Severity>(reader.Byte(static_cast<std::size_t>(Severity::Remind)));
+    finding.sentence = reader.Text();
+    finding.location = reader.Text();
+    finding.featureCode = reader.Text();
+    for (std::size_t left = reader.Count(kLeastObject); left > 0; --left) {
+        finding.objects.push_back(FoundObject{reader.Text(), reader.Text(), reader.Text(), reader.Text()});
     }
-    if (const Json& place = json.at(7); !place.is_null()) {
-        finding.place = Place{place.at(0), place.at(1), place.at(2)};
+    if (reader.Flag()) {
+        finding.place = Place{reader.Real(), reader.Real(), reader.Real()};
     }
-    finding.trusted = json.at(8);
+    finding.trusted = reader.Flag();
     return finding;
 }
 
-// What a message carries; null when its kind says all.
-Json ContentOf(const Message& message) {
-    return std::visit(
-        [](const auto& value) -> Json {
+void Write(Writer& writer, const Message& message) {
+    std::visit(
+        [&](const auto& value) {
             using Value = std::decay_t<decltype(value)>;
             if constexpr (std::is_same_v<Value, TaskBegun>) {
-                return Json::array({value.index, NumberOf(value.at)});
+                writer.Number(value.index);
+                writer.Time(value.at);
             } else if constexpr (std::is_same_v<Value, TaskProgress>) {
-                return value.percent;
+                writer.Byte(static_cast<std::size_t>(value.percent));
             } else if constexpr (std::is_same_v<Value, TaskFound>) {
-                return ToJson(value.finding);
+                Write(writer, value.finding);
             } else if constexpr (std::is_same_v<Value, TaskEnded>) {
-                return Json::array(
-                    {static_cast<int>(value.end), value.examined, value.notExamined, value.reason, NumberOf(value.at)});
-            } else {
-                return {};
+                writer.Byte(static_cast<std::size_t>(value.end));
+                writer.Number(value.examined);
+                writer.Number(value.notExamined);
+                writer.Text(value.reason);
+                writer.Time(value.at);
+            } else if constexpr (std::is_same_v<Value, WorkerFailed>) {
+                writer.Text(value.reason);
             }
         },
         message);
 }
 
-// Errors: Json::exception.
-Message MessageOf(std::size_t kind, const Json& content) {
-    switch (kind) {
-        case 0:
-            return FloorEntered{};
-        case 1:
-            return TaskBegun{content.at(0), MomentOf(content.at(1))};
-        case 2:
-            return TaskProgress{content};
-        case 3:
-            return TaskFound{FindingOf(content)};
-        case 4:
-            return TaskEnded{static_cast<NS_NORVEX::RuleEnd>(content.at(0).get<int>()), content.at(1), content.at(2),
-                             content.at(3), MomentOf(content.at(4))};
-        case 5:
+Message ReadMessage(Reader& reader) {
+    switch (reader.Byte(std::variant_size_v<Message> - 1)) {
+        case KindOf<TaskBegun>():
+            return TaskBegun{reader.Number(), reader.Time()};
+        case KindOf<TaskProgress>():
+            return TaskProgress{static_cast<int>(reader.Byte(100))};
+        case KindOf<TaskFound>():
+            return TaskFound{ReadFinding(reader)};
+        case KindOf<TaskEnded>():
+            return TaskEnded{static_cast<NS_NORVEX::RuleEnd>(reader.Byte(NS_NORVEX::eRuleCrashed)),
+                             reader.Number(kMostCount), reader.Number(kMostCount), reader.Text(), reader.Time()};
+        case KindOf<CheckWaits>():
             return CheckWaits{};
-        case 6:
+        case KindOf<CheckGoesOn>():
             return CheckGoesOn{};
-        default:
+        case KindOf<FloorDone>():
             return FloorDone{};
+        case KindOf<WorkerFailed>():
+            return WorkerFailed{reader.Text()};
+        default:
+            return FloorEntered{};
     }
 }
-
-static_assert(std::is_same_v<std::variant_alternative_t<4, Message>, TaskEnded> &&
-                  std::is_same_v<std::variant_alternative_t<7, Message>, FloorDone>,
-              "MessageOf names the kinds by their numbers.");
 
 }  // namespace
 
 std::string Encode(const Message& message) {
     std::string bytes(kLengthSize, '\0');
-    Json::to_cbor(Json::array({message.index(), ContentOf(message)}), bytes);
-    const std::size_t length = bytes.size() - kLengthSize;
-    for (std::size_t i = 0; i < kLengthSize; ++i) {
-        bytes[i] = static_cast<char>(length >> (8 * i) & 0xFF);
-    }
+    Writer writer(bytes);
+    writer.Byte(message.index());
+    Write(writer, message);
+    std::string length;
+    Writer(length).Number(bytes.size() - kLengthSize, kLengthSize);
+    bytes.replace(0, kLengthSize, length);
     return bytes;
 }
 
@@ -122,29 +228,27 @@ void MessageReader::Add(std::string_view bytes) {
 }
 
 std::optional<Message> MessageReader::Next() {
-    if (m_isBroken || m_bytes.size() - m_begin < kLengthSize) {
+    const std::string_view arrived = std::string_view(m_bytes).substr(m_begin);
+    if (m_isBroken || arrived.size() < kLengthSize) {
         return std::nullopt;
     }
-    std::size_t length = 0;
-    for (std::size_t i = 0; i < kLengthSize; ++i) {
-        length |= std::size_t{static_cast<unsigned char>(m_bytes[m_begin + i])} << (8 * i);
-    }
-    if (length > kMostBytes) {
+    const std::size_t length = Reader(arrived.substr(0, kLengthSize)).Number(~std::uint64_t{0}, kLengthSize);
+    if (length > kMostMessageBytes) {
         m_isBroken = true;
         return std::nullopt;
     }
-    if (m_bytes.size() - m_begin - kLengthSize < length) {
+    if (arrived.size() - kLengthSize < length) {
         return std::nullopt;
     }
-    const auto first = m_bytes.begin() + static_cast<std::ptrdiff_t>(m_begin + kLengthSize);
-    m_begin += kLengthSize + length;
-    try {
-        const Json json = Json::from_cbor(first, first + static_cast<std::ptrdiff_t>(length));
-        return MessageOf(json.at(0), json.at(1));
-    } catch (const Json::exception&) {
+    m_size = kLengthSize + length;
+    m_begin += m_size;
+    Reader reader(arrived.substr(kLengthSize, length));
+    Message message = ReadMessage(reader);
+    if (!reader.IsRight()) {
         m_isBroken = true;
         return std::nullopt;
     }
+    return message;
 }
 
 }  // namespace norvex::service::work

@@ -8,10 +8,13 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
+#include <cmath>
 #include <cstdint>
 #include <exception>
+#include <functional>
 #include <optional>
 #include <string_view>
+#include <system_error>
 #include <thread>
 
 #include "norvexdata/entities/GetZrOwEntityPtrVec.h"
@@ -21,6 +24,7 @@
 #include "platform/text/Utf8.h"
 #include "service/Words.h"
 #include "service/work/Wire.h"
+#include "service/work/WorkerProcess.h"
 
 namespace norvex::service::work {
 namespace {
@@ -39,8 +43,9 @@ FindingRecord RecordOf(const NS_NORVEX::Finding& finding) {
                                   .name = text::ToUtf8(object.strName),
                                   .subCategory = text::ToUtf8(object.strSubCategory)});
     }
-    if (finding.bHasPlace) {
-        record.place = Place{finding.ptPlace.x, finding.ptPlace.y, finding.ptPlace.z};
+    const AcGePoint3d& place = finding.ptPlace;
+    if (finding.bHasPlace && std::isfinite(place.x) && std::isfinite(place.y) && std::isfinite(place.z)) {
+        record.place = Place{place.x, place.y, place.z};
     }
     record.trusted = finding.bTrusted;
     return record;
@@ -90,7 +95,6 @@ void FloorCheck::Execute(const std::vector<std::size_t>& tasks) {
     CThreadManagement::WaitForChangeFloorEvent();
     WaitWhilePaused();
     if (!IsCancelled()) {
-        m_scope.host.Service().SetListener(this);
         EnterFloor();
         for (const std::size_t index : tasks) {
             EnterSpecialty(*m_scope.plan.tasks[index].specialty);
@@ -102,13 +106,15 @@ void FloorCheck::Execute(const std::vector<std::size_t>& tasks) {
         }
         CGetZrOwEntityPtrVec::Delete();
         m_scope.host.CloseDrawing();
-        m_scope.host.Service().SetListener(nullptr);
     }
     Send(FloorDone{});
 }
 
 void FloorCheck::Send(const Message& message) const {
     const std::string bytes = Encode(message);
+    if (bytes.size() > kMostMessageBytes) {
+        FailAndEnd(m_socket, "it reported more than fits into one message");
+    }
     std::string_view rest = bytes;
     const WriteResult turn;
     while (!rest.empty()) {
@@ -150,6 +156,7 @@ void FloorCheck::Check(std::size_t index) {
     m_percent = 0;
     Send(TaskBegun{index, std::chrono::steady_clock::now()});
     NS_NORVEX::RuleResult result;
+    m_scope.host.Service().SetListener(this);
     try {
         rule.rule->Check(result);
     } catch (const std::exception& error) {
@@ -158,6 +165,11 @@ void FloorCheck::Check(std::size_t index) {
     } catch (...) {
         result.eEnd = NS_NORVEX::eRuleCrashed;
         result.strReason = u"it let an exception of unknown kind escape";
+    }
+    m_scope.host.Service().SetListener(nullptr);
+    if (result.eEnd < NS_NORVEX::eRuleDone || result.eEnd > NS_NORVEX::eRuleCrashed) {
+        result.strReason.Format(u"it ended in a way that there is not: %d", static_cast<int>(result.eEnd));
+        result.eEnd = NS_NORVEX::eRuleCrashed;
     }
     Send(TaskEnded{.end = result.eEnd,
                    .examined = static_cast<std::size_t>(std::max(result.iExamined, 0)),
@@ -248,12 +260,16 @@ void RunWorker(const WorkerScope& scope, std::size_t floor, const std::vector<st
     const HANDLE hasEnded = CreateEventW(nullptr, true, false, nullptr);
     CThreadManagement::s_cRunningThread = hasEnded;
     CThreadManagement::s_cPreNoDoneThread = nullptr;
-    std::thread([&] {
+    const auto work = [&] {
         CThreadManagement::s_cRunningThreadId = static_cast<DWORD>(gettid());
         check.Execute(tasks);
         SetEvent(hasEnded);
-        _exit(0);
-    }).detach();
+    };
+    try {
+        std::thread([&] { WorkAndEnd(socket, std::cref(work)); }).detach();
+    } catch (const std::system_error& error) {
+        FailAndEnd(socket, "no thread can be started for it: ", error.code().message());
+    }
     for (;;) {
         char byte = 0;
         const ssize_t count = recv(socket, &byte, 1, 0);

@@ -28,9 +28,9 @@ struct WorkerStart {
     bool isFloorHeld = false;
 };
 
-// Does tasks of one floor, given by ascending index, and says over the socket how it goes. Called in a process of its
-// own, of one thread, which it ends. The calling thread becomes the control thread: it reads the service's orders and
-// works the objects of CThreadManagement; a second thread, the check thread, does all rule work.
+// Does tasks of one floor, given by ascending index, and says over the socket how it goes. Called by a WorkerProcess,
+// which it ends. The calling thread becomes the control thread: it reads the service's orders and works the objects of
+// CThreadManagement; a second thread, the check thread, does all rule work.
 [[noreturn]] void RunWorker(const WorkerScope& scope, std::size_t floor, const std::vector<std::size_t>& tasks,
                             WorkerStart start, int socket);
 

@@ -5,9 +5,11 @@
 
 #include <fmt/format.h>
 #include <algorithm>
+#include <cerrno>
 #include <csignal>
 #include <cstring>
-#include <type_traits>
+#include <new>
+#include <thread>
 #include <utility>
 
 namespace norvex::service::work {
@@ -19,6 +21,15 @@ using Clock = std::chrono::steady_clock;
 // run has to end within 200 ms of the wish, and killing the process of a large model takes some of that.
 constexpr std::chrono::milliseconds kGrace{60};
 
+// What one process can have sent before it ended fits into its socket, which holds far less; a process that it has left
+// behind may send for ever.
+constexpr int kMostReadsAtTheEnd = 64;
+
+constexpr std::size_t kNotWatched = ~std::size_t{0};
+
+constexpr const char* kUnreadable = "its worker sent what cannot be read";
+constexpr const char* kTooMuch = "there was not enough memory for what it reported";
+constexpr const char* kNonsense = "its worker sent what no worker sends";
 constexpr const char* kWhileDrawn = ", while its floor was drawn";
 
 std::chrono::microseconds Microseconds(Clock::duration duration) {
@@ -113,6 +124,7 @@ void WorkerPool::HoldOrLetInFloors() {
         }
         if (worker.isFloorHeld && (!isHeld || m_control.TakeFloor())) {
             worker.process->Send(Order::EnterFloor);
+            worker.time.Restart(Clock::now());
             worker.isFloorHeld = false;
             worker.work.wasEntered = true;
         }
@@ -132,7 +144,7 @@ void WorkerPool::CancelAll() {
 }
 
 void WorkerPool::StartWorkers() {
-    while (!m_isPaused && !m_isCancelled && m_active.size() < m_settings.jobs && !m_waiting.empty()) {
+    while (!m_isPaused && !m_isCancelled && m_active.size() < m_jobs && !m_waiting.empty()) {
         FloorWork work = std::move(m_waiting.front());
         m_waiting.pop_front();
         if (!StartWorker(std::move(work))) {
@@ -166,6 +178,7 @@ bool WorkerPool::StartWorker(FloorWork work) {
         return true;
     }
     m_waiting.push_front(std::move(unstarted));
+    m_jobs = m_active.size();
     return false;
 }
 
@@ -176,40 +189,56 @@ std::vector<int> WorkerPool::DescriptorsOfOthers() const {
     }
     for (const Active& worker : m_active) {
         if (worker.process != nullptr) {
-            descriptors.push_back(worker.process->Socket());
-            descriptors.push_back(worker.process->End());
+            for (const int descriptor : {worker.process->Socket(), worker.process->End()}) {
+                if (descriptor >= 0) {
+                    descriptors.push_back(descriptor);
+                }
+            }
         }
     }
     return descriptors;
 }
 
 void WorkerPool::Wait() {
-    const int requests = m_settings.socket == nullptr ? -1 : m_settings.socket->Requests();
-    std::vector<pollfd> polled{{m_control.News(), POLLIN, 0}, {requests, POLLIN, 0}};
+    std::vector<pollfd> polled;
+    const auto watch = [&](int descriptor) {
+        if (descriptor < 0) {
+            return kNotWatched;
+        }
+        polled.push_back({descriptor, POLLIN, 0});
+        return polled.size() - 1;
+    };
+    watch(m_control.News());
+    const std::size_t requests = watch(m_settings.socket == nullptr ? -1 : m_settings.socket->Requests());
+    std::vector<std::pair<std::size_t, std::size_t>> places;  // of each worker's socket and end
     for (const Active& worker : m_active) {
-        polled.push_back({worker.isClosed ? -1 : worker.process->Socket(), POLLIN, 0});
-        polled.push_back({worker.process->End(), POLLIN, 0});
+        const std::size_t socket = watch(worker.isClosed ? -1 : worker.process->Socket());
+        places.emplace_back(socket, watch(worker.process->End()));
     }
-    if (poll(polled.data(), polled.size(), MillisecondsToWait()) <= 0) {
-        return;
+    const bool isTold = poll(polled.data(), polled.size(), MillisecondsToWait()) >= 0 || errno == EINTR;
+    if (!isTold) {
+        // The system cannot say who has news, for want of memory; so everybody is asked, now and then.
+        std::this_thread::sleep_for(WorkerProcess::kLookAgain);
     }
-    if (polled[1].revents != 0) {
+    const auto hasNews = [&](std::size_t place) {
+        return !isTold || (place != kNotWatched && polled[place].revents != 0);
+    };
+    if (requests != kNotWatched && hasNews(requests)) {
         m_settings.socket->Serve(m_control, [this] { return m_listener.Status(); });
     }
-    std::size_t next = 2;
-    for (auto worker = m_active.begin(); worker != m_active.end();) {
-        const bool hasNews = polled[next].revents != 0;
-        const bool hasEnded = polled[next + 1].revents != 0;
-        next += 2;
-        if (hasNews || hasEnded) {
-            Read(*worker);
-        }
-        if (hasEnded) {
+    auto place = places.begin();
+    for (auto worker = m_active.begin(); worker != m_active.end(); ++place) {
+        const bool mayHaveEnded = place->second == kNotWatched || hasNews(place->second);
+        if (mayHaveEnded && worker->process->HasEnded()) {
+            ReadToTheEnd(*worker);
             Bury(*worker);
             worker = m_active.erase(worker);
-        } else {
-            ++worker;
+            continue;
         }
+        if (hasNews(place->first)) {
+            Read(*worker);
+        }
+        ++worker;
     }
 }
 
@@ -218,6 +247,9 @@ int WorkerPool::MillisecondsToWait() const {
     auto least = Clock::duration::max();
     for (const Active& worker : m_active) {
         least = std::min(least, TimeLeft(worker));
+        if (worker.process->End() < 0) {
+            least = std::min<Clock::duration>(least, WorkerProcess::kLookAgain);
+        }
     }
     if (least == Clock::duration::max()) {
         return -1;
@@ -238,7 +270,7 @@ Clock::duration WorkerPool::TimeLeft(const Active& worker) const {
     if (m_isPaused) {
         return worker.IsQuiet() ? Clock::duration::max() : m_pausedAt + kGrace - Clock::now();
     }
-    return worker.isFloorEntered ? m_settings.budget - worker.time.Elapsed(Clock::now()) : Clock::duration::max();
+    return worker.isFloorHeld ? Clock::duration::max() : m_settings.budget - worker.time.Elapsed(Clock::now());
 }
 
 void WorkerPool::EnforceDeadlines() {
@@ -263,62 +295,138 @@ void WorkerPool::Kill(Active& worker, std::string failure) {
     worker.process->Signal(SIGKILL);
 }
 
-void WorkerPool::Read(Active& worker) {
-    worker.isClosed = !worker.process->Receive(worker.reader);
-    while (std::optional<Message> message = worker.reader.Next()) {
-        if (!Take(worker, *message)) {
-            Kill(worker, "its worker sent what no worker sends");
-            return;
-        }
-    }
-    if (worker.reader.IsBroken() && !worker.isKilled) {
-        Kill(worker, "its worker sent what cannot be read");
+// Whatever else it says is no longer listened to.
+void WorkerPool::Disbelieve(Active& worker, std::string failure) {
+    worker.isHeard = false;
+    worker.reader = {};
+    if (worker.failure.empty()) {
+        Kill(worker, std::move(failure));
     }
 }
 
-bool WorkerPool::Take(Active& worker, Message& message) {
-    const auto take = [&](auto& said) {
-        using Said = std::decay_t<decltype(said)>;
-        if constexpr (std::is_same_v<Said, FloorEntered>) {
-            worker.isFloorEntered = true;
-            worker.isFloorHeld = false;
-            worker.time.Restart(Clock::now());
-        } else if constexpr (std::is_same_v<Said, TaskBegun>) {
-            if (worker.task || worker.work.tasks.empty() || worker.work.tasks.front() != said.index) {
-                return false;
-            }
-            worker.task = said.index;
-            worker.work.tasks.pop_front();
-            worker.findings = 0;
-            worker.time.Restart(said.at);
-            m_listener.OnBegun(said.index);
-        } else if constexpr (std::is_same_v<Said, TaskProgress>) {
-            if (worker.task) {
-                m_listener.OnProgress(*worker.task, std::clamp(said.percent, 0, 100));
-            }
-        } else if constexpr (std::is_same_v<Said, TaskFound>) {
-            if (worker.task && worker.findings < m_settings.mostFindings) {
-                ++worker.findings;
-                m_listener.OnFound(*worker.task, std::move(said.finding));
-            } else if (worker.task && !worker.isKilled) {
-                Kill(worker, fmt::format("it reported more than {} findings", m_settings.mostFindings));
-            }
-        } else if constexpr (std::is_same_v<Said, TaskEnded>) {
-            if (!worker.task) {
-                return false;
-            }
-            m_listener.OnEnded(*worker.task, said, Microseconds(worker.time.Elapsed(said.at)));
-            worker.task.reset();
-            worker.hasEndedATask = true;
-            worker.time.Restart(Clock::now());
-        } else if constexpr (std::is_same_v<Said, CheckWaits>) {
-            worker.isWaiting = true;
-        } else if constexpr (std::is_same_v<Said, CheckGoesOn>) {
-            worker.isWaiting = false;
+void WorkerPool::ReadToTheEnd(Active& worker) {
+    for (int i = 0; i < kMostReadsAtTheEnd && Read(worker) == WorkerProcess::Received::Some; ++i) {
+    }
+}
+
+// Memory that runs out over what a worker says is for that worker to answer for.
+WorkerProcess::Received WorkerPool::Read(Active& worker) {
+    auto received = WorkerProcess::Received::Some;
+    try {
+        received = worker.process->Receive(worker.reader);
+    } catch (const std::bad_alloc&) {
+        Disbelieve(worker, kTooMuch);
+    }
+    worker.isClosed = received == WorkerProcess::Received::Last;
+    while (std::optional<Message> message = NextMessage(worker)) {
+        if (!std::visit([&](auto& said) { return Take(worker, said); }, *message)) {
+            Disbelieve(worker, kNonsense);
         }
-        return true;
-    };
-    return std::visit(take, message);
+    }
+    if (!worker.isHeard) {
+        worker.reader = {};
+    } else if (worker.reader.IsBroken()) {
+        Disbelieve(worker, kUnreadable);
+    }
+    return received;
+}
+
+// Nothing when there is none that counts.
+std::optional<Message> WorkerPool::NextMessage(Active& worker) {
+    try {
+        if (std::optional<Message> message = worker.isHeard ? worker.reader.Next() : std::nullopt) {
+            return message;
+        }
+    } catch (const std::bad_alloc&) {
+        Disbelieve(worker, kTooMuch);
+    }
+    return std::nullopt;
+}
+
+bool WorkerPool::Take(Active& worker, const FloorEntered&) {
+    if (worker.isFloorEntered || worker.isDone) {
+        return false;
+    }
+    worker.isFloorEntered = true;
+    worker.isFloorHeld = false;
+    worker.time.Restart(Clock::now());
+    return true;
+}
+
+bool WorkerPool::Take(Active& worker, const TaskBegun& said) {
+    if (!worker.isFloorEntered || worker.isDone || worker.task || worker.work.tasks.empty() ||
+        worker.work.tasks.front() != said.index) {
+        return false;
+    }
+    worker.task = said.index;
+    worker.work.tasks.pop_front();
+    worker.findings = 0;
+    worker.findingBytes = 0;
+    worker.time.Restart(std::max(said.at, worker.startedAt));
+    m_listener.OnBegun(said.index);
+    return true;
+}
+
+bool WorkerPool::Take(Active& worker, const TaskProgress& said) {
+    if (worker.task) {
+        m_listener.OnProgress(*worker.task, said.percent);
+    }
+    return worker.task.has_value();
+}
+
+bool WorkerPool::Take(Active& worker, TaskFound& said) {
+    if (!worker.task) {
+        return false;
+    }
+    worker.findings += 1;
+    worker.findingBytes += worker.reader.Size();
+    if (worker.findings > m_settings.mostFindings) {
+        Disbelieve(worker, fmt::format("it reported more than {} findings", m_settings.mostFindings));
+    } else if (worker.findingBytes > m_settings.mostFindingBytes) {
+        Disbelieve(worker, fmt::format("it reported findings of more than {} bytes", m_settings.mostFindingBytes));
+    } else {
+        try {
+            m_listener.OnFound(*worker.task, std::move(said.finding));
+        } catch (const std::bad_alloc&) {
+            Disbelieve(worker, kTooMuch);
+        }
+    }
+    return true;
+}
+
+bool WorkerPool::Take(Active& worker, const TaskEnded& said) {
+    if (!worker.task) {
+        return false;
+    }
+    m_listener.OnEnded(*worker.task, said, Microseconds(worker.time.Elapsed(said.at)));
+    worker.task.reset();
+    worker.hasEndedATask = true;
+    worker.time.Restart(Clock::now());
+    // What it went on to before its end came is not what it is ended for.
+    worker.isHeard = worker.isHeard && !worker.isKilled;
+    return true;
+}
+
+bool WorkerPool::Take(Active& worker, const CheckWaits&) {
+    worker.isWaiting = true;
+    return !worker.isDone;
+}
+
+bool WorkerPool::Take(Active& worker, const CheckGoesOn&) {
+    worker.isWaiting = false;
+    return !worker.isDone;
+}
+
+bool WorkerPool::Take(Active& worker, const FloorDone&) {
+    const bool isExpected = !worker.task && !worker.isDone && (worker.work.tasks.empty() || m_isCancelled);
+    worker.isDone = true;
+    return isExpected;
+}
+
+bool WorkerPool::Take(Active& worker, const WorkerFailed& said) {
+    worker.hasFailed = true;
+    Disbelieve(worker, said.reason);
+    return true;
 }
 
 // A process that ended on the way from one task to the next takes neither with it: whatever the one before left in its
@@ -331,8 +439,11 @@ void WorkerPool::Bury(Active& worker) {
         m_listener.OnKilled(*worker.task, Microseconds(worker.time.Elapsed(Clock::now())));
     } else if (worker.task) {
         m_listener.OnBroken(*worker.task, reason, Microseconds(worker.time.Elapsed(Clock::now())));
+    } else if (worker.hasFailed && !worker.isFloorEntered && m_active.size() > 1) {
+        // It could not even begin, because others have what it needs.
+        m_jobs = m_active.size() - 1;
     } else if (!worker.hasEndedATask && !m_isCancelled && !worker.work.tasks.empty()) {
-        GiveUpFloor(worker.work, reason + kWhileDrawn);
+        GiveUpFloor(worker.work, worker.isFloorEntered ? reason + kWhileDrawn : reason);
         return;
     }
     if (!worker.work.tasks.empty() && !m_isCancelled) {

@@ -49,14 +49,17 @@ struct PoolSettings {
     std::chrono::milliseconds budget{};
     const ControlSocket* socket = nullptr;  // may be null
     std::size_t mostFindings = 0;           // of a task
+    std::size_t mostFindingBytes = 0;       // of a task, as they are sent
 };
 
 // Has floors checked by worker processes, several side by side, and obeys the user's wishes. A worker is made for every
-// floor, and another one when it broke. All of it on the calling thread, the only one of the process.
+// floor, and another one when it broke. Where the system gives fewer processes or threads, fewer work side by side.
+// What a worker sends that no worker sends is the outcome of what it was doing, as a crash is. All of it on the calling
+// thread, the only one of the process.
 class WorkerPool {
   public:
     WorkerPool(const WorkerScope& scope, PoolSettings settings, RunControl& control, PoolListener& listener)
-        : m_scope(scope), m_settings(settings), m_control(control), m_listener(listener) {}
+        : m_scope(scope), m_settings(settings), m_control(control), m_listener(listener), m_jobs(settings.jobs) {}
 
     // Returns when every task has ended or the run was cancelled; no worker is left then. Floors are begun in the given
     // order.
@@ -70,6 +73,8 @@ class WorkerPool {
         Stopwatch time;  // of what it does now: drawing its floor, a task, or the way from one to the next
         std::optional<std::size_t> task;
         std::size_t findings = 0;  // of the task
+        std::size_t findingBytes = 0;
+        Stopwatch::Clock::time_point startedAt = Stopwatch::Clock::now();
         bool isFloorEntered = false;
         bool hasEndedATask = false;
         bool isFloorHeld = false;
@@ -77,7 +82,10 @@ class WorkerPool {
         bool isStopped = false;  // by a signal, because it did not come to wait
         bool isClosed = false;   // nothing more will arrive from it
         bool isKilled = false;   // by the service
-        std::string failure;     // why, unless the run was cancelled
+        bool isHeard = true;     // false: what it still says counts for nothing
+        bool hasFailed = false;  // by its own word
+        bool isDone = false;
+        std::string failure;  // why it was killed, unless the run was cancelled
 
         bool IsQuiet() const { return isWaiting || isStopped; }
     };
@@ -92,12 +100,23 @@ class WorkerPool {
     bool StartWorker(FloorWork work);
     void Wait();
     int MillisecondsToWait() const;
-    void Read(Active& worker);
-    // Returns false when no worker says that.
-    bool Take(Active& worker, Message& message);
+    WorkerProcess::Received Read(Active& worker);
+    void ReadToTheEnd(Active& worker);
+    std::optional<Message> NextMessage(Active& worker);
+    // Each returns false when no worker says that, or not then.
+    bool Take(Active& worker, const FloorEntered& said);
+    bool Take(Active& worker, const TaskBegun& said);
+    bool Take(Active& worker, const TaskProgress& said);
+    bool Take(Active& worker, TaskFound& said);
+    bool Take(Active& worker, const TaskEnded& said);
+    bool Take(Active& worker, const CheckWaits& said);
+    bool Take(Active& worker, const CheckGoesOn& said);
+    bool Take(Active& worker, const FloorDone& said);
+    bool Take(Active& worker, const WorkerFailed& said);
     void EnforceDeadlines();
     std::chrono::steady_clock::duration TimeLeft(const Active& worker) const;
     void Kill(Active& worker, std::string failure);
+    void Disbelieve(Active& worker, std::string failure);
     void Bury(Active& worker);
     void GiveUpFloor(FloorWork& work, const std::string& reason);
     std::vector<int> DescriptorsOfOthers() const;
@@ -106,6 +125,7 @@ class WorkerPool {
     PoolSettings m_settings;
     RunControl& m_control;
     PoolListener& m_listener;
+    std::size_t m_jobs;  // as many as are asked for, or as the system gives
     std::deque<FloorWork> m_waiting;
     std::list<Active> m_active;
     bool m_isPaused = false;

@@ -165,6 +165,16 @@ TEST(Host, LeavesOutAModuleThatHangsWhileItIsLoaded) {
     EXPECT_EQ(ComplaintsWhenLoadingIsTo("hang"), expected);
 }
 
+TEST(Host, LeavesOutAModuleThatLetsAnExceptionEscapeWhileItIsLoaded) {
+    const std::string begin = "Rule module CrashingModule.Arx cannot be used: when it was loaded, ";
+    EXPECT_EQ(ComplaintsWhenLoadingIsTo("throw"),
+              std::vector<std::string>{begin + "it let an exception escape: no licence."});
+    EXPECT_EQ(ComplaintsWhenLoadingIsTo("throw an int"),
+              std::vector<std::string>{begin + "it let an exception of unknown kind escape."});
+    EXPECT_EQ(ComplaintsWhenLoadingIsTo("run out of memory"),
+              std::vector<std::string>{begin + "there was not enough memory."});
+}
+
 TEST(Project, RefusesAShippedConfigurationThatCannotBeRead) {
     const norvex::test::TemporaryFolder project;
     const norvex::test::TemporaryFolder application;

@@ -3,6 +3,8 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <new>
+#include <stdexcept>
 #include <string>
 #include <thread>
 
@@ -10,7 +12,8 @@
 #include "norvexdata/state/NorvexRule.h"
 #include "platform/arx/AcRx.h"
 
-// Does when it is initialised what the environment says: NORVEX_TEST_LOADING is "crash", "exit" or "hang".
+// Does when it is initialised what the environment says: NORVEX_TEST_LOADING is "crash", "exit", "hang", "throw",
+// "throw an int", "run out of memory" or "ignore signals".
 extern "C" NORVEXDATA_API AcRx::AppRetCode acrxEntryPoint(AcRx::AppMsgCode message, void*) {
     const char* wish = std::getenv("NORVEX_TEST_LOADING");
     if (message == AcRx::kInitAppMsg && wish != nullptr) {
@@ -22,6 +25,18 @@ extern "C" NORVEXDATA_API AcRx::AppRetCode acrxEntryPoint(AcRx::AppMsgCode messa
             std::exit(0);
         } else if (how == "hang") {
             std::this_thread::sleep_for(std::chrono::hours(1));
+        } else if (how == "throw") {
+            throw std::runtime_error("no licence");
+        } else if (how == "throw an int") {
+            throw 1;
+        } else if (how == "run out of memory") {
+            throw std::bad_alloc();
+        } else if (how == "ignore signals") {
+            sigset_t all;
+            sigfillset(&all);
+            sigprocmask(SIG_BLOCK, &all, nullptr);
+            std::signal(SIGINT, SIG_IGN);
+            std::signal(SIGTERM, SIG_IGN);
         }
     }
     return AcRx::kRetOK;

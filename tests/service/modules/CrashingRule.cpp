@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <sys/mman.h>
 #include <sys/resource.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -8,9 +9,12 @@
 #include <cstdlib>
 #include <exception>
 #include <new>
+#include <sstream>
+#include <string>
 #include <thread>
 #include <vector>
 
+#include "platform/text/Utf8.h"
 #include "sdk/rule/Rule.h"
 
 namespace {
@@ -29,6 +33,39 @@ void Hog() {
     std::vector<std::vector<char>> taken;
     for (;;) {
         taken.emplace_back(std::size_t{64} << 20U, 'x');
+    }
+}
+
+// Sends bytes to the service past everything that a worker does: "sends 01ff times 3" sends six. The socket is the one
+// of its kind.
+void Send(const std::string& what) {
+    std::istringstream words(what);
+    std::string digits;
+    std::string times;
+    std::size_t count = 1;
+    words >> digits >> digits >> times >> count;
+    std::string once;
+    for (std::size_t i = 0; i + 1 < digits.size(); i += 2) {
+        once += static_cast<char>(std::stoi(digits.substr(i, 2), nullptr, 16));
+    }
+    std::string bytes;
+    for (std::size_t i = 0; i < (times.empty() ? 1 : count); ++i) {
+        bytes += once;
+    }
+    for (int descriptor = 3; descriptor < 1024; ++descriptor) {
+        int type = 0;
+        int domain = 0;
+        socklen_t size = sizeof type;
+        if (getsockopt(descriptor, SOL_SOCKET, SO_TYPE, &type, &size) == 0 && type == SOCK_STREAM &&
+            getsockopt(descriptor, SOL_SOCKET, SO_DOMAIN, &domain, &size) == 0 && domain == AF_UNIX) {
+            for (std::size_t sent = 0; sent < bytes.size();) {
+                const ssize_t now = send(descriptor, bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL);
+                if (now <= 0) {
+                    return;
+                }
+                sent += static_cast<std::size_t>(now);
+            }
+        }
     }
 }
 
@@ -83,6 +120,20 @@ class CCheckCrashing final : public norvex::rule::Rule {
                                 .sentence = u"Found again.",
                                 .objects = {}});
             }
+        } else if (floor == u"flood of long texts") {
+            for (;;) {
+                context.Report({.subCategory = u"long",
+                                .severity = STR_ERR_CONFIRMED,
+                                .sentence = CString(std::u16string(1 << 20, u'x').c_str()),
+                                .objects = {}});
+            }
+        } else if (floor == u"endless text") {
+            context.Report({.subCategory = u"long",
+                            .severity = STR_ERR_CONFIRMED,
+                            .sentence = CString(std::u16string(40 << 20, u'x').c_str()),
+                            .objects = {}});
+        } else if (floor.Find(u"sends ") == 0) {
+            Send(norvex::text::ToUtf8(floor));
         } else if (floor == u"close everything") {
             close_range(3, ~0U, 0);
         }

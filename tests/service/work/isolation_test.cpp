@@ -3,11 +3,14 @@
 
 #include <unistd.h>
 
+#include <fmt/format.h>
 #include <csignal>
 #include <functional>
+#include <stdexcept>
 #include <thread>
 
 #include "report/CheckReport.h"
+#include "service/work/Wire.h"
 #include "tests/service/work/Runs.h"
 
 extern "C" const char* __tsan_default_options() {
@@ -105,6 +108,64 @@ TEST(Isolation, ReportingWithoutEndIsAnOutcome) {
     EXPECT_EQ(report.findings.size(), 1002U);
 }
 
+// The rule sends these bytes to the service itself, after one finding, and then goes on as if nothing had been.
+void ExpectRefused(const std::string& bytes, const std::string& reason, int times = 1) {
+    std::string floor = "sends ";
+    for (const unsigned char byte : bytes) {
+        floor += fmt::format("{:02x}", byte);
+    }
+    ExpectCrashOnly(RunWithFloor(fmt::format("{} times {}", floor, times)), fmt::format("{} times {}", floor, times),
+                    reason);
+}
+
+constexpr const char* kUnreadable = "its worker sent what cannot be read";
+constexpr const char* kNonsense = "its worker sent what no worker sends";
+
+TEST(Isolation, SendingWhatCannotBeReadIsAnOutcome) {
+    ExpectRefused("\xFF", kUnreadable, 100);
+    // A length, and then lists in lists in lists, as a general format has them, as many as that length.
+    ExpectRefused(std::string("\x9F\x9F\x9F\0", 4), kUnreadable, 0x9F9F9F / 4 + 2);
+    ExpectRefused(std::string("\x07\0\0\0\x82\xFA\x61\x61\x9E\x54\xF4", 11), kUnreadable);
+}
+
+TEST(Isolation, SendingWhatNoWorkerSendsIsAnOutcome) {
+    using namespace norvex::service::work;
+    const Moment now{};
+    for (const Message& message :
+         {Message(FloorEntered{}), Message(TaskBegun{0, now}), Message(TaskBegun{1, now}), Message(TaskBegun{5, now}),
+          Message(TaskBegun{~std::size_t{0}, now}), Message(FloorDone{})}) {
+        ExpectRefused(Encode(message), kNonsense);
+    }
+    ExpectRefused(Encode(WorkerFailed{"it says so"}), "it says so");
+}
+
+TEST(Isolation, EndingTwiceIsTheOutcomeThatCameFirst) {
+    using namespace norvex::service::work;
+    const std::string end = Encode(TaskEnded{NS_NORVEX::eRuleDone, 3, 0, "", Moment{}});
+    std::string floor = "sends ";
+    for (const unsigned char byte : end) {
+        floor += fmt::format("{:02x}", byte);
+    }
+    const RunReport report = RunWithFloor(floor);
+    EXPECT_EQ(TaskOf(report, "CCheckCrashing", floor, kWater).outcome, Outcome::Failed);
+    EXPECT_EQ(TaskOf(report, "CCheckCrashing", floor, kWater).examined, 3U);
+    EXPECT_EQ(TaskOf(report, "CCheckPipeLoop", floor, kWater).outcome, Outcome::Passed);
+    EXPECT_TRUE(report.incomplete.empty());
+}
+
+TEST(Isolation, ReportingHugeTextsWithoutEndIsAnOutcome) {
+    const RunReport report = RunWithFloor("flood of long texts", {.mostFindingBytes = 8U << 20U});
+    const TaskRecord flood = TaskOf(report, "CCheckCrashing", "flood of long texts", kWater);
+    EXPECT_EQ(flood.outcome, Outcome::Crashed);
+    EXPECT_EQ(flood.reason, "it reported findings of more than 8388608 bytes");
+    EXPECT_EQ(flood.findings, 8U) << "the first one and seven of a mebibyte and some bytes";
+    EXPECT_EQ(TaskOf(report, "CCheckCrashing", "above", kWater).outcome, Outcome::Failed);
+}
+
+TEST(Isolation, ReportingATextWithoutEndIsAnOutcome) {
+    ExpectCrashOnly(RunWithFloor("endless text"), "endless text", "it reported more than fits into one message");
+}
+
 TEST(Isolation, CuttingTheConnectionIsAnOutcome) {
     DrawingFloors floors = FloorsWithWater({"below", "close everything", "above"});
     const RunReport report = RunModules(floors, {"CrashingRule"});
@@ -159,6 +220,19 @@ TEST(Isolation, ACrashWhileAFloorIsDrawnIsTheOutcomeOfThatFloor) {
     EXPECT_EQ(TaskOf(report, "CCheckPipeLoop", "2F", kWater).outcome, Outcome::Crashed);
     EXPECT_EQ(TaskOf(report, "CCheckPipeLoop", "2F", kWater).reason,
               "signal 9 (SIGKILL), which the system sends when memory runs out, while its floor was drawn");
+    EXPECT_EQ(TaskOf(report, "CCheckPipeLoop", "3F", kWater).outcome, Outcome::Passed);
+}
+
+TEST(Isolation, AStandstillWhileAFloorIsDrawnEndsWithTheBudget) {
+    const RunReport report = RunWithDrawing([] { raise(SIGSTOP); });
+    EXPECT_EQ(TaskOf(report, "CCheckPipeLoop", "2F", kWater).reason,
+              "no end within its budget of 0.5 s, while its floor was drawn");
+}
+
+TEST(Isolation, AnExceptionWhileAFloorIsDrawnIsTheOutcomeOfThatFloor) {
+    const RunReport report = RunWithDrawing([] { throw std::runtime_error("no such block"); });
+    EXPECT_EQ(TaskOf(report, "CCheckPipeLoop", "2F", kWater).reason,
+              "it let an exception escape: no such block, while its floor was drawn");
     EXPECT_EQ(TaskOf(report, "CCheckPipeLoop", "3F", kWater).outcome, Outcome::Passed);
 }
 

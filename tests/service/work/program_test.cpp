@@ -8,8 +8,10 @@
 #include <array>
 #include <csignal>
 #include <cstdlib>
+#include <functional>
 #include <nlohmann/json.hpp>
 
+#include "support/DeniedCalls.h"
 #include "tests/service/support/PipeModel.h"
 #include "tests/service/support/RunFixture.h"
 #include "tests/service/work/User.h"
@@ -51,13 +53,16 @@ class RunningProgram : public testing::Test {
         WriteFile(m_folder / "house.ifc", model.Text());
     }
 
-    // Standard output goes to a file, or to the given descriptor.
-    void Start(const std::string& project, int output = -1) {
+    // Standard output goes to a file, or to the given descriptor; so does standard error. inChild runs in the new
+    // process before the program.
+    void Start(
+        const std::string& project, int output = -1, int error = -1, const std::function<void()>& inChild = [] {}) {
         m_project = Path(project);
         m_process = fork();
         if (m_process == 0) {
             dup2(output >= 0 ? output : open(Path("out").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), STDOUT_FILENO);
-            dup2(open(Path("err").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), STDERR_FILENO);
+            dup2(error >= 0 ? error : open(Path("err").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), STDERR_FILENO);
+            inChild();
             execl(Path("app/norvex").c_str(), "norvex", "check", Path("house.ifc").c_str(), "--project",
                   m_project.c_str(), "--json", Path("a.json").c_str(), "-j", "2", "--rule-timeout", "100", nullptr);
             _exit(127);
@@ -229,16 +234,35 @@ TEST_F(RunningProgram, EndsCleanlyWhenItIsInterruptedWhileItReadsTheModel) {
     EXPECT_FALSE(std::filesystem::exists(Path("a.json")));
 }
 
+// A pipe that is full and that nobody reads.
+class FullPipe {
+  public:
+    FullPipe() {
+        if (pipe2(m_ends.data(), O_CLOEXEC) != 0) {
+            std::abort();
+        }
+        fcntl(m_ends[1], F_SETFL, O_NONBLOCK);
+        while (write(m_ends[1], "x", 1) == 1) {
+        }
+        fcntl(m_ends[1], F_SETFL, 0);
+    }
+    FullPipe(const FullPipe&) = delete;
+    FullPipe& operator=(const FullPipe&) = delete;
+    ~FullPipe() {
+        close(m_ends[0]);
+        close(m_ends[1]);
+    }
+    int End() const { return m_ends[1]; }
+
+  private:
+    std::array<int, 2> m_ends{};
+};
+
 TEST_F(RunningProgram, EndsAtOnceAtTheSecondInterrupt) {
     WriteModel({"hang politely"});
-    // Nobody reads what the program writes, so that it cannot end by itself.
-    int ends[2];
-    ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
-    fcntl(ends[1], F_SETFL, O_NONBLOCK);
-    while (write(ends[1], "x", 1) == 1) {
-    }
-    fcntl(ends[1], F_SETFL, 0);
-    Start("project", ends[1]);
+    // The program cannot end by itself.
+    const FullPipe pipe;
+    Start("project", pipe.End());
     ASSERT_TRUE(WaitForStatus("running: "));
     kill(m_process, SIGINT);
     Sleep(500);
@@ -247,8 +271,133 @@ TEST_F(RunningProgram, EndsAtOnceAtTheSecondInterrupt) {
     EXPECT_EQ(End(), 3);
     EXPECT_NE(Text("err").find("Interrupted again"), std::string::npos) << Text("err");
     EXPECT_EQ(UnfinishedFiles(), std::vector<std::string>());
-    close(ends[0]);
-    close(ends[1]);
+}
+
+// Whether the program ends by itself, within ten seconds. The budget for loading a module is as long.
+bool EndsSoon(pid_t process, int& exitCode) {
+    int status = 0;
+    const bool hasEnded = Eventually([&] { return waitpid(process, &status, WNOHANG) == process; });
+    exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    return hasEnded;
+}
+
+TEST_F(RunningProgram, EndsAtOnceThoughNobodyReadsWhatItSays) {
+    WriteModel({"hang politely"});
+    const FullPipe pipe;
+    Start("project", pipe.End(), pipe.End());
+    ASSERT_TRUE(Eventually([&] { return !UnfinishedFiles().empty(); }));
+    Sleep(300);
+    kill(m_process, SIGTERM);
+    Sleep(100);
+    kill(m_process, SIGTERM);
+    int exitCode = -1;
+    ASSERT_TRUE(EndsSoon(m_process, exitCode));
+    m_process = -1;
+    EXPECT_EQ(exitCode, 3);
+    EXPECT_EQ(UnfinishedFiles(), std::vector<std::string>());
+}
+
+TEST_F(RunningProgram, EndsAtTheFirstInterruptWhileAModuleHangs) {
+    WriteModel({"1F"});
+    std::filesystem::copy(TestModule("CrashingModule"), m_folder / "app/Norvex/CrashingModule.Arx");
+    Start("project", -1, -1, [] { setenv("NORVEX_TEST_LOADING", "hang", 1); });
+    // The copy in which the module is tried.
+    ASSERT_TRUE(Eventually([&] { return !ChildrenOf(m_process).empty(); }));
+    const std::vector<pid_t> copies = ChildrenOf(m_process);
+    kill(m_process, SIGINT);
+    EXPECT_EQ(End(), 3);
+    EXPECT_EQ(Text("err"), "norvex: Interrupted before there was a result; nothing was written.\n");
+    EXPECT_EQ(UnfinishedFiles(), std::vector<std::string>());
+    EXPECT_FALSE(std::filesystem::exists(Path("a.json")));
+    for (const pid_t copy : copies) {
+        EXPECT_TRUE(Eventually([&] { return StateOf(copy).state.empty() || StateOf(copy).state == "Z"; }));
+    }
+}
+
+TEST_F(RunningProgram, IsEndedBySignalsThoughAModuleHeldThemBack) {
+    WriteModel({"hang politely"});
+    std::filesystem::copy(TestModule("CrashingModule"), m_folder / "app/Norvex/CrashingModule.Arx");
+    Start("project", -1, -1, [] { setenv("NORVEX_TEST_LOADING", "ignore signals", 1); });
+    ASSERT_TRUE(WaitForStatus("running: "));
+    kill(m_process, SIGTERM);
+    int exitCode = -1;
+    ASSERT_TRUE(EndsSoon(m_process, exitCode));
+    m_process = -1;
+    EXPECT_EQ(exitCode, 3);
+}
+
+TEST_F(RunningProgram, IsEndedBySignalsThoughItsStarterHeldThemBack) {
+    WriteModel({"hang politely"});
+    Start("project", -1, -1, [] {
+        sigset_t all;
+        sigfillset(&all);
+        sigprocmask(SIG_BLOCK, &all, nullptr);
+    });
+    ASSERT_TRUE(WaitForStatus("running: "));
+    kill(m_process, SIGTERM);
+    int exitCode = -1;
+    ASSERT_TRUE(EndsSoon(m_process, exitCode));
+    m_process = -1;
+    EXPECT_EQ(exitCode, 3);
+}
+
+// The program on a system that lacks something, to its end.
+class ProgramWithout : public RunningProgram {
+  protected:
+    int ExitCodeWithout(const std::function<bool()>& takeAway) {
+        WriteModel({"1F", "2F"});
+        Start("project", -1, -1, [&] {
+            if (!takeAway()) {
+                _exit(126);
+            }
+        });
+        return End();
+    }
+};
+
+constexpr int kCannotDeny = 126;
+
+TEST_F(ProgramWithout, WatchedProcessesSaysSoOnceAndChecksAll) {
+    const int exitCode = ExitCodeWithout([] { return DenyCalls({SYS_pidfd_open}, ENOSYS); });
+    if (exitCode == kCannotDeny) {
+        GTEST_SKIP() << "SKIPPED the system does not let calls be denied";
+    }
+    EXPECT_EQ(exitCode, 1);
+    const std::string error = Text("err");
+    const std::size_t at = error.find("pidfd_open");
+    ASSERT_NE(at, std::string::npos) << error;
+    EXPECT_EQ(error.find("pidfd_open", at + 1), std::string::npos) << error;
+    const Json json = Json::parse(Text("a.json"));
+    EXPECT_EQ(json["complete"], true);
+    EXPECT_EQ(json["findings"].size(), 2U);
+}
+
+TEST_F(ProgramWithout, ThreadsWritesItsReportAndSaysWhatIsMissing) {
+    const int exitCode = ExitCodeWithout([] { return DenyThreads(EAGAIN); });
+    if (exitCode == kCannotDeny) {
+        GTEST_SKIP() << "SKIPPED the system does not let calls be denied";
+    }
+    EXPECT_EQ(exitCode, 3);
+    EXPECT_EQ(UnfinishedFiles(), std::vector<std::string>());
+    const Json json = Json::parse(Text("a.json"));
+    EXPECT_EQ(json["complete"], false);
+    EXPECT_NE(Text("a.json").find("no thread can be started for it: Resource temporarily unavailable"),
+              std::string::npos);
+}
+
+TEST_F(ProgramWithout, ProcessesSaysSoAndEndsAsIncomplete) {
+    const int exitCode = ExitCodeWithout([] { return DenyProcesses(EAGAIN); });
+    if (exitCode == kCannotDeny) {
+        GTEST_SKIP() << "SKIPPED the system does not let calls be denied";
+    }
+    EXPECT_EQ(exitCode, 3) << Text("err");
+    EXPECT_EQ(UnfinishedFiles(), std::vector<std::string>());
+    EXPECT_NE((Text("err") + Text("out")).find("Resource temporarily unavailable"), std::string::npos) << Text("err");
+}
+
+TEST_F(ProgramWithout, ChildrenThatItsStarterWaitsForChecksAll) {
+    EXPECT_EQ(ExitCodeWithout([] { return std::signal(SIGCHLD, SIG_IGN) != SIG_ERR; }), 1);
+    EXPECT_EQ(Json::parse(Text("a.json"))["complete"], true);
 }
 
 // The percentages that a redrawn line showed, and whether it ever said a text.
