@@ -37,6 +37,10 @@ int Control(const ControlOptions& options) {
         return kUnusable;
     }
     const service::ControlAnswer answer = service::AskRun(*folder, options.wish);
+    if (!answer.whyUnknown.empty()) {
+        Complain(fmt::format("The check of the project {} cannot be asked: {}.", folder->string(), answer.whyUnknown));
+        return kIncomplete;
+    }
     if (!answer.isRunning) {
         Complain(fmt::format("No check of the project {} is under way.", folder->string()));
         return kUnusable;

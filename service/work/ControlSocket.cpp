@@ -74,6 +74,11 @@ int Bind(const Descriptor& socket, const Descriptor& folder) {
     return failure;
 }
 
+ControlAnswer NoAnswer(int error) {
+    const bool isNobodyThere = error == ENOENT || error == ENOTDIR || error == ECONNREFUSED || error == ECONNRESET;
+    return {.isRunning = false, .text = std::nullopt, .whyUnknown = isNobodyThere ? "" : std::strerror(error)};
+}
+
 }  // namespace
 
 const std::vector<std::string>& ControlWords() {
@@ -131,17 +136,20 @@ void ControlSocket::Serve(RunControl& control, const std::function<std::string()
 
 ControlAnswer AskRun(const std::filesystem::path& projectFolder, std::string_view word) {
     const Descriptor folder = OpenFolder(projectFolder);
-    const Descriptor socket = NewSocket();
+    const Descriptor socket = folder.Number() < 0 ? Descriptor() : NewSocket();
     const sockaddr_un address = AddressIn(folder);
     // An address of its own for the answer; the system chooses one that is in no folder.
     sockaddr_un own{};
     own.sun_family = AF_UNIX;
-    if (bind(socket.Number(), Generic(own), sizeof own.sun_family) != 0 ||
-        connect(socket.Number(), Generic(address), sizeof address) != 0 ||
-        send(socket.Number(), word.data(), word.size(), MSG_NOSIGNAL) < 0) {
-        return {};
+    if (folder.Number() < 0 || socket.Number() < 0 || bind(socket.Number(), Generic(own), sizeof own.sun_family) != 0 ||
+        connect(socket.Number(), Generic(address), sizeof address) != 0) {
+        return NoAnswer(errno);
     }
-    ControlAnswer answer{true, std::nullopt};
+    // A run that is stopped may have as many wishes waiting as there is room for.
+    if (send(socket.Number(), word.data(), word.size(), MSG_NOSIGNAL) < 0 && errno != EAGAIN) {
+        return NoAnswer(errno);
+    }
+    ControlAnswer answer{.isRunning = true, .text = std::nullopt};
     pollfd news{socket.Number(), POLLIN, 0};
     std::string text(kLongestAnswer, '\0');
     if (poll(&news, 1, kAnswerWithinMilliseconds) > 0) {

@@ -49,9 +49,11 @@ class ControlSocket {
 struct ControlAnswer {
     bool isRunning = false;           // somebody listens there
     std::optional<std::string> text;  // how the run stands; nothing when it did not answer in time
+    std::string whyUnknown = {};      // the system's words, when nobody can tell whether somebody listens
 };
 
-// Sends one of the ControlWords to the run of a project and waits a few seconds for its answer.
+// Sends one of the ControlWords to the run of a project and waits a few seconds for its answer. Files that run out, and
+// a run of somebody else, are no proof that there is none.
 ControlAnswer AskRun(const std::filesystem::path& projectFolder, std::string_view word);
 
 }  // namespace norvex::service

@@ -11,11 +11,30 @@
 #include <system_error>
 
 #include "platform/kernel/WholeFile.h"
+#include "service/work/ControlSocket.h"
 #include "service/work/Rehearsal.h"
 #include "service/work/WorkerProcess.h"
 #include "support/DeniedCalls.h"
 #include "tests/service/store/ChildProcess.h"
 #include "tests/service/work/Runs.h"
+
+// For a copy of this process to take away. Not inlined, because the compiler then takes free for the partner of another
+// new.
+static bool g_hasMemory = true;
+
+[[gnu::noinline]] void* operator new(std::size_t size) {
+    void* memory = g_hasMemory ? std::malloc(size) : nullptr;
+    if (memory == nullptr) {
+        throw std::bad_alloc();
+    }
+    return memory;
+}
+[[gnu::noinline]] void operator delete(void* memory) noexcept {
+    std::free(memory);
+}
+[[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept {
+    std::free(memory);
+}
 
 namespace {
 
@@ -108,13 +127,13 @@ TEST(WorkerProcess, NothingLeavesItButItsEnd) {
     EXPECT_EQ(FileText(folder / "report.json"), "whole");
 }
 
-TEST(WorkerProcess, SaysThatMemoryRanOutWithoutAnyMore) {
+TEST(WorkerProcess, SaysThatMemoryRanOutWithoutTakingAny) {
     const Failure failure = FailureOf([] {
-        const rlimit none{1 << 20, 1 << 20};
-        setrlimit(RLIMIT_AS, &none);
-        throw std::runtime_error(std::string(100, 'x'));
+        const std::runtime_error error("no such table");
+        g_hasMemory = false;
+        throw error;
     });
-    EXPECT_NE(failure.reason, "");
+    EXPECT_EQ(failure.reason, "there was not enough memory");
     EXPECT_EQ(failure.end, "exit(70)");
 }
 
@@ -233,6 +252,23 @@ TEST(Faults, WorkersNeedNotBeWatchedOnAnOldSystem) {
 
 TEST(Faults, WorkersNeedNotBeWatchedInAStrictContainer) {
     ExpectToWorkUnwatched(EPERM);
+}
+
+TEST(Faults, ARunThatCannotBeAskedIsNotTakenForNone) {
+    const TemporaryFolder folder;
+    std::string error;
+    const auto socket = norvex::service::ControlSocket::Open(folder.Path(), error);
+    ASSERT_NE(socket, nullptr) << error;
+    for (const int more : {0, 1}) {
+        ChildProcess asker([&](int out) {
+            LimitFiles(more);
+            const norvex::service::ControlAnswer answer = norvex::service::AskRun(folder.Path(), "status");
+            Say(out, answer.isRunning ? "running" : answer.whyUnknown);
+            return 0;
+        });
+        EXPECT_EQ(asker.ReadLine(), "Too many open files");
+    }
+    EXPECT_EQ(norvex::service::AskRun(folder / "nowhere", "status").whyUnknown, "");
 }
 
 TEST(Faults, NewsThatCannotBeWaitedForIsLookedFor) {

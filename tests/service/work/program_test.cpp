@@ -273,6 +273,25 @@ TEST_F(RunningProgram, EndsAtOnceAtTheSecondInterrupt) {
     EXPECT_EQ(UnfinishedFiles(), std::vector<std::string>());
 }
 
+TEST_F(RunningProgram, LeavesNoUnfinishedFileOfAReportThatIsInterrupted) {
+    WriteModel({"1F"});
+    Start("project");
+    ASSERT_EQ(End(), 1);
+    // Nobody reads from the pipe, so that it cannot be opened.
+    ASSERT_EQ(mkfifo(Path("page.html").c_str(), 0600), 0);
+    m_process = fork();
+    if (m_process == 0) {
+        dup2(open(Path("err").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), STDERR_FILENO);
+        execl(Path("app/norvex").c_str(), "norvex", "report", "--project", m_project.c_str(), "--json",
+              Path("b.json").c_str(), "--html", Path("page.html").c_str(), nullptr);
+        _exit(127);
+    }
+    ASSERT_TRUE(Eventually([&] { return !UnfinishedFiles().empty(); })) << Text("err");
+    kill(m_process, SIGTERM);
+    EXPECT_EQ(End(), 3) << Text("err");
+    EXPECT_EQ(UnfinishedFiles(), std::vector<std::string>());
+}
+
 // Whether the program ends by itself, within ten seconds. The budget for loading a module is as long.
 bool EndsSoon(pid_t process, int& exitCode) {
     int status = 0;
