@@ -22,7 +22,9 @@ AcDbHandle::AcDbHandle(const TCHAR* text) {
         } else if (*at >= u'a' && *at <= u'f') {
             digit = *at - static_cast<unsigned>(u'a') + 10;
         }
-        if (digit == 16 || ++digits > kMostDigits) {
+        // Leading zeros are no part of the number.
+        digits += value != 0 || digit != 0 ? 1 : 0;
+        if (digit == 16 || digits > kMostDigits) {
             return;
         }
         value = (value << 4) | digit;

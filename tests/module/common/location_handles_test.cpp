@@ -195,6 +195,23 @@ TEST_F(HandleAryToIdAry, ReadsEitherLetterCase) {
     EXPECT_EQ(Resolved({u"ab"}).ids, Resolved({u"AB"}).ids);
 }
 
+TEST_F(HandleAryToIdAry, ReadsTextsWithSurplusLeadingZeros) {
+    const Resolved resolved({u"000000000000000000AB", u"0010", CString(u'0', 1000) + u"ab"});
+    EXPECT_TRUE(resolved.allFound);
+    ASSERT_EQ(resolved.ids.length(), 3);
+    EXPECT_EQ(resolved.ids[0], drawing.at<ZrOwEntity>(2)->objectId());
+    EXPECT_EQ(resolved.ids[1], drawing.at<ZrOwEntity>(0)->objectId());
+    EXPECT_EQ(resolved.ids[2], resolved.ids[0]);
+}
+
+TEST_F(HandleAryToIdAry, FindsNothingForANumberBeyond64Bits) {
+    for (const CString& large : {CString(u"100000000000000AB"), u"1" + CString(u'0', 28) + u"AB"}) {
+        const Resolved resolved({large, u"AB"});
+        EXPECT_FALSE(resolved.allFound) << norvex::text::ToUtf8(large);
+        EXPECT_EQ(resolved.ids.length(), 1);
+    }
+}
+
 TEST_F(HandleAryToIdAry, GoesOnBehindTextsThatNameNothing) {
     for (const char16_t* bad : {u"ZZ", u"99", u"11", u"", u"0", u"1 0"}) {
         const Resolved resolved({u"10", bad, u"AB"});

@@ -65,8 +65,27 @@ TEST(ObjectHandles, ReadHexadecimalTextOfEitherLetterCase) {
     EXPECT_EQ(AcDbHandle(u"FFFFFFFFFFFFFFFF").value(), std::numeric_limits<Adesk::UInt64>::max());
 }
 
+TEST(ObjectHandles, AreTheSameWithAnyNumberOfLeadingZeros) {
+    for (const int zeros : {0, 1, 15, 16, 17, 30, 100'000}) {
+        EXPECT_EQ(AcDbHandle(CString(u'0', zeros) + u"2F1").value(), 0x2F1U) << zeros;
+        EXPECT_EQ(AcDbHandle(CString(u'0', zeros) + u"FFFFFFFFFFFFFFFF").value(),
+                  std::numeric_limits<Adesk::UInt64>::max())
+            << zeros;
+        EXPECT_TRUE(AcDbHandle(CString(u'0', zeros)).isNull()) << zeros;
+        EXPECT_TRUE(AcDbHandle(CString(u'0', zeros) + u"2G1").isNull()) << zeros;
+    }
+}
+
+TEST(ObjectHandles, AreNullForATextBeyond64Bits) {
+    // Not the handle of the digits that would fit: that may be another object's.
+    EXPECT_TRUE(AcDbHandle(u"100000000000002F1").isNull());
+    EXPECT_TRUE(AcDbHandle(u"0100000000000002F1").isNull());
+    EXPECT_TRUE(AcDbHandle(u"2F10000000000000000").isNull());
+}
+
 TEST(ObjectHandles, AreNullForAnyOtherText) {
-    for (const char16_t* text : {u"", u"ZZ", u"1G", u"0x1", u" 1", u"-1", u"10000000000000000", u"00000000000000001"}) {
+    for (const char16_t* text :
+         {u"", u"ZZ", u"1G", u"0x1", u" 1", u"-1", u"10000000000000000", u"0010000000000000000"}) {
         EXPECT_TRUE(AcDbHandle(text).isNull()) << norvex::text::ToUtf8(text);
     }
     EXPECT_TRUE(AcDbHandle(static_cast<const TCHAR*>(nullptr)).isNull());
