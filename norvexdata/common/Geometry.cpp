@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <algorithm>
+#include <limits>
 #include <memory>
 
 #include "norvexdata/common/ComMethod.h"
-#include "norvexdata/common/detail/FloorNumber.h"
 #include "norvexdata/state/Vocabulary.h"
+#include "platform/text/Number.h"
 #include "platform/zrow/ZrOwLines.h"
 #include "platform/zrow/ZrOwNodes.h"
 
@@ -30,6 +31,15 @@ void SetRange(double level1, double level2, double& low, double& high) {
 CString TextBefore(const CString& text, char16_t separator) {
     const int place = text.Find(separator);
     return place >= 0 ? text.Left(place) : text;
+}
+
+// Ten times the number, truncated toward zero; a grade beyond 32 bits becomes the nearest one that fits, so that floors
+// keep their order.
+int GradeOf(double number) {
+    constexpr double kLowest = std::numeric_limits<int>::min();
+    constexpr double kHighest = std::numeric_limits<int>::max();
+    constexpr double kGradesPerFloor = 10.0;
+    return static_cast<int>(std::clamp(number * kGradesPerFloor, kLowest, kHighest));
 }
 
 }  // namespace
@@ -94,5 +104,5 @@ int CComMethod::GetFloorGrade(CString floorName) {
     }
     floorName.Remove(u'层');
     const CString number = TextBefore(TextBefore(floorName, u'/'), u',');
-    return norvex::common::FloorGrade(norvex::common::LeadingNumber(norvex::text::ViewToNul(number)));
+    return GradeOf(norvex::text::LeadingNumber(number));
 }

@@ -6,9 +6,15 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <clocale>
 #include <cmath>
+#include <cstdlib>
 #include <limits>
+#include <random>
+#include <regex>
+#include <string>
+#include <vector>
 
 namespace {
 
@@ -225,6 +231,59 @@ TEST(FloorGrade, StaysAtTheEndsOfItsRange) {
     EXPECT_EQ(Grade(u"1e-999"), 0);
     EXPECT_EQ(Grade(u"0." + CString(u'0', 5000) + u"1"), 0);
     EXPECT_EQ(Grade(u"0e999"), 0);
+}
+
+TEST(FloorGrade, LooksAtTheWholeNumberToTellLargeFromSmall) {
+    constexpr int kHighest = std::numeric_limits<int>::max();
+    EXPECT_EQ(Grade(u"1e400层"), kHighest);
+    EXPECT_EQ(Grade(u"0.1e400层"), kHighest);
+    EXPECT_EQ(Grade(u"-.001e400"), std::numeric_limits<int>::min());
+    EXPECT_EQ(Grade(u"0." + CString(u'0', 5000) + u"1e9000"), kHighest);
+    EXPECT_EQ(Grade(u"0." + CString(u'0', 5000) + u"1e5003"), 1000);
+    EXPECT_EQ(Grade(u"1" + CString(u'0', 5000) + u"e-5000"), 10);
+    EXPECT_EQ(Grade(u"1" + CString(u'0', 500) + u"e-1000"), 0);
+    EXPECT_EQ(Grade(u"000000000001e-400"), 0);
+    EXPECT_EQ(Grade(u"1e999999999999999999999"), kHighest);
+    EXPECT_EQ(Grade(u"0.1e999999999999999999999"), kHighest);
+    EXPECT_EQ(Grade(u"1e-999999999999999999999"), 0);
+    EXPECT_EQ(Grade(u"1e+400"), kHighest);
+}
+
+TEST(FloorGrade, TakesForABlankWhatIsTrimmed) {
+    for (const char16_t blank : {u'\u3000', u'\u00A0', u'\u2003', u'\u0085', u'\u202F', u' '}) {
+        const CString blanks = CString(blank) + u'\t' + blank;
+        EXPECT_EQ(Grade(blanks + u"3层" + blanks), 30) << static_cast<unsigned>(blank);
+        EXPECT_EQ(Grade(u"层" + blanks + u"3"), 30) << static_cast<unsigned>(blank);
+        EXPECT_EQ(Grade(u"层" + blanks + u"-2.5层"), -25) << static_cast<unsigned>(blank);
+        EXPECT_EQ(Grade(u"-" + blanks + u"3"), 0) << "no blank may part a sign from its number";
+        EXPECT_EQ(Grade(u"3" + blanks + u"4"), 30) << static_cast<unsigned>(blank);
+    }
+}
+
+// As the C library reads a number, which takes other words and blanks for parts of one: these are left to the pattern.
+int GradeByPattern(const std::string& name) {
+    static const std::regex number("^[ \t\n\v\f\r]*([+-]?([0-9]+\\.?[0-9]*|\\.[0-9]+)([eE][+-]?[0-9]+)?)");
+    std::smatch found;
+    if (!std::regex_search(name, found, number)) {
+        return 0;
+    }
+    const double grade = std::strtod(found[1].str().c_str(), nullptr) * 10.0;
+    return static_cast<int>(std::max(-2147483648.0, std::min(2147483647.0, grade)));
+}
+
+TEST(FloorGrade, IsWhatThePatternOfANumberSays) {
+    std::mt19937 random(20240315);
+    const std::vector<std::string> pieces{"0",    "00",   "1",   "7",   "25",  "999", ".",
+                                          "e",    "E",    "+",   "-",   " ",   "\t",  "x",
+                                          "400",  "e40",  "e-4", "inf", "nan", "0x",  std::string(330, '0'),
+                                          "e330", "e-330"};
+    for (int round = 0; round < 20'000; ++round) {
+        std::string name;
+        for (auto count = random() % 7; count > 0; --count) {
+            name += pieces[random() % pieces.size()];
+        }
+        ASSERT_EQ(Grade(norvex::text::FromUtf8(name)), GradeByPattern(name)) << name;
+    }
 }
 
 TEST(FloorGrade, DoesNotDependOnTheLocale) {
