@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "norvexdata/state/NorvexData.h"
 
+#include <cstddef>
+#include <limits>
+
 #include "norvexdata/state/Vocabulary.h"
 #include "norvexdata/state/detail/Arithmetic.h"
 #include "platform/text/CodePage.h"
@@ -56,6 +59,19 @@ std::int32_t* LaterReportCount(CategoryCheckState& state, const CString& severit
         return &state.iSuspectedNum;
     }
     return severity == STR_ERR_REMIND ? &state.iRemindNum : nullptr;
+}
+
+// Gives a list room for `count` more entries, as many growth steps as appending them one by one would take: a step is
+// short, and each takes the whole list to another place.
+void MakeRoom(CZRArray<NS_NORVEX::RuleErrorInfo>& list, std::size_t count) {
+    const std::size_t wanted = static_cast<std::size_t>(list.length()) + count;
+    const auto room = static_cast<std::size_t>(list.physicalLength());
+    const auto step = static_cast<std::size_t>(list.growLength());
+    const std::size_t steps = wanted > room ? (wanted - room + step - 1) / step : 0;
+    const std::size_t grown = room + steps * step;
+    if (steps > 0 && grown <= static_cast<std::size_t>(std::numeric_limits<int>::max())) {
+        list.setPhysicalLength(static_cast<int>(grown));
+    }
 }
 
 }  // namespace
@@ -157,6 +173,11 @@ int CNorvexData::GetCheckRuleRate() {
 }
 
 void CNorvexData::GetSubCategoryAry(CZRArray<NS_NORVEX::RuleErrorInfo>& out) {
+    std::size_t count = 0;
+    for (const auto& [category, counted] : s_sSubCategoryMap) {
+        count += counted.size();
+    }
+    MakeRoom(out, count);
     for (const auto& [category, counted] : s_sSubCategoryMap) {
         const std::string narrowCategory = WideToNarrow(category);
         for (const SSubCategory& subCategory : counted) {

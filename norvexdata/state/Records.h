@@ -34,8 +34,8 @@ class NORVEXDATA_API GenericType {
 
   protected:
     GenericType() = default;
-    GenericType(const GenericType&) = default;
-    GenericType& operator=(const GenericType&) = default;
+    GenericType(const GenericType&) noexcept = default;
+    GenericType& operator=(const GenericType&) noexcept = default;
 };
 
 // Errors counted in one sub-category of one category. Narrow text is in the thread's ANSI code page, here and below.
@@ -45,7 +45,9 @@ class NORVEXDATA_API RuleErrorInfo : public GenericType {
     RuleErrorInfo(const std::string& category, const std::string& subCategory, std::int32_t count)
         : strCategory(category), strSubCategory(subCategory), iCount(count) {}
     RuleErrorInfo(const RuleErrorInfo&) = default;
+    RuleErrorInfo(RuleErrorInfo&&) noexcept = default;
     RuleErrorInfo& operator=(const RuleErrorInfo&) = default;
+    RuleErrorInfo& operator=(RuleErrorInfo&&) noexcept = default;
     ~RuleErrorInfo() override;
     RuleErrorInfo* Clone() const override;
 

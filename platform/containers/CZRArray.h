@@ -25,6 +25,8 @@ class CZRArray {
     int physicalLength() const noexcept { return m_elements.Capacity(); }
     int growLength() const noexcept { return m_growLength; }
     bool isEmpty() const noexcept { return length() == 0; }
+    // Makes room for as many elements; room that is there stays. Errors: CInvalidArgException for a negative length.
+    void setPhysicalLength(int physicalLength) { m_elements.Reserve(physicalLength); }
     void setGrowLength(int growLength) {
         if (growLength < 1) {
             AfxThrowInvalidArgException();

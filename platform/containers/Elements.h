@@ -3,6 +3,7 @@
 
 #include "platform/containers/Exceptions.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <limits>
 #include <type_traits>
@@ -69,9 +70,12 @@ class Elements {
     void Shrink() { m_items.shrink_to_fit(); }
     void Free() noexcept { std::vector<T>().swap(m_items); }
 
+    // The room at least doubles when it is full, so that many small appends move few elements.
     void AppendAll(const Elements& other) {
         const std::size_t count = other.m_items.size();
-        m_items.reserve(m_items.size() + count);
+        if (m_items.size() + count > m_items.capacity()) {
+            m_items.reserve(std::max(m_items.size() + count, 2 * m_items.capacity()));
+        }
         for (std::size_t index = 0; index < count; ++index) {
             m_items.push_back(other.m_items[index]);
         }

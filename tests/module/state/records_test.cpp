@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "norvexdata/state/NorvexData.h"
 #include "norvexdata/state/Vocabulary.h"
+#include "support/Allocations.h"
 #include "support/Narrow.h"
 #include "support/RunStateGuard.h"
 #include "support/TextPrinter.h"
@@ -9,6 +10,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <random>
 #include <string>
 #include <type_traits>
 #include <vector>
@@ -148,4 +150,58 @@ TEST_F(SubCategoryList, GrowsTheArrayByItsOwnStep) {
     CNorvexData::GetSubCategoryAry(tight);
     EXPECT_EQ(tight.length(), 3);
     EXPECT_EQ(tight.physicalLength(), 5);
+}
+
+TEST_F(SubCategoryList, GrowsAsFarAsOneByOneWould) {
+    std::mt19937 random(7);
+    for (int round = 0; round < 200; ++round) {
+        const auto room = static_cast<int>(random() % 5);
+        const auto step = 1 + static_cast<int>(random() % 6);
+        CZRArray<RuleErrorInfo> listed(room, step);
+        CZRArray<RuleErrorInfo> appended(room, step);
+        CNorvexData::ClearCheckData();
+        const auto count = static_cast<int>(random() % 20);
+        for (int number = 0; number < count; ++number) {
+            CString name;
+            name.Format(L"%d", number);
+            Count(u"A", name, 1);
+            appended.append(RuleErrorInfo());
+        }
+        CNorvexData::GetSubCategoryAry(listed);
+        ASSERT_EQ(listed.length(), count);
+        ASSERT_EQ(listed.physicalLength(), appended.physicalLength()) << count << " by " << listed.growLength();
+    }
+}
+
+TEST_F(SubCategoryList, TakesMemoryInProportionToItsLength) {
+    const auto allocations = [this](int count) {
+        CNorvexData::ClearCheckData();
+        for (int number = 0; number < count; ++number) {
+            CString name;
+            name.Format(L"a sub-category whose name lives on the heap %05d", number);
+            Count(u"a category whose name lives on the heap", name, 1);
+        }
+        CZRArray<RuleErrorInfo> listed;
+        const std::size_t before = norvex::test::Allocations();
+        CNorvexData::GetSubCategoryAry(listed);
+        const std::size_t needed = norvex::test::Allocations() - before;
+        EXPECT_EQ(listed.length(), count);
+        return needed;
+    };
+    const std::size_t few = allocations(500);
+    const std::size_t many = allocations(2000);
+    EXPECT_GT(few, 500U) << "the counter counts";
+    EXPECT_LT(many, 5 * few);
+}
+
+TEST(RuleErrorInfoRecord, IsMovedWhenAnArrayOfItGrows) {
+    static_assert(std::is_nothrow_move_constructible_v<RuleErrorInfo> &&
+                  std::is_nothrow_move_assignable_v<RuleErrorInfo>);
+    static_assert(std::is_nothrow_move_constructible_v<NS_NORVEX::ComponentInfo>);
+    static_assert(std::is_nothrow_move_constructible_v<NS_NORVEX::DllInfo>);
+    CZRArray<RuleErrorInfo> array(1, 1);
+    array.append(RuleErrorInfo("a category whose name lives on the heap", "a sub-category on the heap as well", 1));
+    const char* const text = array[0].strCategory.data();
+    array.append(RuleErrorInfo());
+    EXPECT_EQ(array[0].strCategory.data(), text);
 }

@@ -354,3 +354,94 @@ TEST(Arrays, AgreeWithAPlainVector) {
         }
     }
 }
+
+namespace {
+
+// Counts what becomes of it, for all of its kind.
+struct Counted {
+    Counted() = default;
+    Counted(const Counted&) noexcept { ++copies; }
+    Counted(Counted&&) noexcept { ++moves; }
+    Counted& operator=(const Counted&) noexcept {
+        ++copies;
+        return *this;
+    }
+    Counted& operator=(Counted&&) noexcept {
+        ++moves;
+        return *this;
+    }
+    ~Counted() = default;
+
+    static int Reset() {
+        copies = 0;
+        moves = 0;
+        return 0;
+    }
+
+    static inline int copies = 0;
+    static inline int moves = 0;
+};
+
+}  // namespace
+
+TEST(ZrArray, CopiesOnlyWhatIsHandedOver) {
+    constexpr int kCount = 1000;
+    Counted::Reset();
+    CZRArray<Counted> array;
+    for (int index = 0; index < kCount; ++index) {
+        array.append(Counted());
+    }
+    EXPECT_EQ(Counted::copies, kCount);
+}
+
+TEST(ZrArray, MovesNothingWhenTheRoomWasMadeBefore) {
+    CZRArray<Counted> array(0, 3);
+    array.append(Counted());
+    array.setPhysicalLength(1000);
+    EXPECT_EQ(array.physicalLength(), 1000);
+    EXPECT_EQ(array.length(), 1);
+    array.setPhysicalLength(10);
+    EXPECT_EQ(array.physicalLength(), 1000) << "room is never taken away";
+    Counted::Reset();
+    while (array.length() < 1000) {
+        array.append(Counted());
+    }
+    EXPECT_EQ(Counted::moves, 999) << "each once, from the argument to its place";
+    array.append(Counted());
+    EXPECT_EQ(array.physicalLength(), 1003);
+    EXPECT_THROW(array.setPhysicalLength(-1), CInvalidArgException);
+}
+
+// Appending many small arrays one after the other is linear.
+TEST(HostArrays, MoveEachElementAFewTimesWhenManyArraysAreAppended) {
+    constexpr int kCount = 4000;
+    AcArray<Counted> host;
+    CArray<Counted> framework;
+    AcArray<Counted> one;
+    one.append(Counted());
+    CArray<Counted> another;
+    another.Add(Counted());
+    Counted::Reset();
+    for (int index = 0; index < kCount; ++index) {
+        host.append(one);
+        framework.Append(another);
+    }
+    EXPECT_EQ(host.length(), kCount);
+    EXPECT_EQ(framework.GetSize(), kCount);
+    EXPECT_EQ(Counted::copies, 2 * kCount);
+    EXPECT_LT(Counted::moves, 8 * kCount);
+}
+
+TEST(HostArrays, AppendThemselves) {
+    AcArray<std::string> host;
+    CArray<std::string> framework;
+    for (const char* name : {"one that lives on the heap for sure", "b", "c"}) {
+        host.append(name);
+        framework.Add(name);
+    }
+    host.append(host);
+    framework.Append(framework);
+    EXPECT_EQ(Items(host), Items(framework));
+    EXPECT_EQ(host.length(), 6);
+    EXPECT_EQ(host[3], "one that lives on the heap for sure");
+}
