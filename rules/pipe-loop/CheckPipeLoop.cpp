@@ -118,12 +118,10 @@ CString SentenceOf(const std::vector<ZrOwEntity*>& loop, const CString& floor, c
     norvex::rule::PlaceOf(loop, place);
     CString sentence;
     // Two pipes close a loop only when they have both ends in common; the plan shows them as one.
-    sentence.Format(
-        u"%d pipes %s on floor \"%s\"%s form a closed loop, %.2f m long, around x %.2f, y %.2f, z %.2f m. %s",
-        static_cast<int>(loop.size()), SystemsClause(loop), floor,
-        loop.size() == 2 ? u" run between the same two joints and" : u"", length / kMillimetresPerMetre,
-        place.x / kMillimetresPerMetre, place.y / kMillimetresPerMetre, place.z / kMillimetresPerMetre,
-        AdviceFor(severity));
+    sentence.Format(u"%d pipes %s on floor \"%s\"%s form a closed loop, %.2f m long, around %s. %s",
+                    static_cast<int>(loop.size()), SystemsClause(loop), floor,
+                    loop.size() == 2 ? u" run between the same two joints and" : u"", length / kMillimetresPerMetre,
+                    norvex::rule::PlaceText(place), AdviceFor(severity));
     return sentence;
 }
 

@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <charconv>
-#include <string>
+#include <cmath>
 #include <vector>
 
 #include "norvexdata/common/ComMethod.h"
-#include "platform/text/Utf8.h"
+#include "platform/text/Number.h"
 #include "platform/zrow/ZrOwEntity.h"
 #include "sdk/rule/Identity.h"
 
@@ -14,12 +13,10 @@
 
 namespace norvex::rule {
 
-// The number at the start of a text; 0 without one.
+// The decimal number at the start of a text, blanks and a sign before it allowed; 0 without one. Beyond what a double
+// holds: an infinity, so that a limit as large as that limits nothing.
 inline double NumberIn(const CString& text) {
-    const std::string narrow = text::ToUtf8(text);
-    double number = 0.0;
-    std::from_chars(narrow.data(), narrow.data() + narrow.size(), number);
-    return number;
+    return text::LeadingNumber(text);
 }
 
 // The property of this name; empty when the entity does not have it.
@@ -29,21 +26,26 @@ inline CString TextOf(const ZrOwEntity& entity, const CString& property) {
     return value;
 }
 
+// The diameter at the start of a text; 0 without one. No pipe measures less than nothing or more than a double holds.
+inline double DiameterIn(const CString& text) {
+    const double number = NumberIn(text);
+    return number > 0.0 && std::isfinite(number) ? number : 0.0;
+}
+
 // Millimetres: the property, else what follows "DN" in the detail name; 0 when neither says it.
 inline double NominalDiameterOf(const ZrOwEntity& entity) {
-    const double stated = NumberIn(TextOf(entity, kPropertyNominalDiameter));
+    const double stated = DiameterIn(TextOf(entity, kPropertyNominalDiameter));
     if (stated > 0.0) {
         return stated;
     }
-    CString detail = CComMethod::GetDetailNameByAttName(entity.GetAttName());
+    const CString detail = CComMethod::GetDetailNameByAttName(entity.GetAttName());
     const int at = detail.Find(CString(u"DN"));
-    detail = at < 0 ? CString() : detail.Mid(at + 2);
-    return NumberIn(detail.TrimLeft());
+    return at < 0 ? 0.0 : DiameterIn(detail.Mid(at + 2));
 }
 
 // Millimetres, as drawn; 0 when not known.
 inline double OuterDiameterOf(const ZrOwEntity& entity) {
-    return NumberIn(TextOf(entity, kPropertyOuterDiameter));
+    return DiameterIn(TextOf(entity, kPropertyOuterDiameter));
 }
 
 // For sentences: the entity's name in quotes, else its detail name.
@@ -55,15 +57,22 @@ inline CString Quoted(const ZrOwEntity& entity) {
     return u"\"" + name + u"\"";
 }
 
+// For sentences: "x 1.00, y 2.00, z 3.00 m" of a place in drawing units.
+inline CString PlaceText(const AcGePoint3d& place) {
+    constexpr double kMillimetresPerMetre = 1000.0;
+    constexpr int kDecimals = 2;
+    return u"x " + DecimalText(place.x / kMillimetresPerMetre, kDecimals) + u", y " +
+           DecimalText(place.y / kMillimetresPerMetre, kDecimals) + u", z " +
+           DecimalText(place.z / kMillimetresPerMetre, kDecimals) + u" m";
+}
+
 // For sentences: "on floor "1F", around x 1.00, y 2.00, z 3.00 m"; the floor alone when the objects take no room.
 inline CString WhereClause(const std::vector<ZrOwEntity*>& objects, const CString& floor) {
-    constexpr double kMillimetresPerMetre = 1000.0;
     CString clause;
     clause.Format(u"on floor \"%s\"", floor);
     AcGePoint3d place;
     if (PlaceOf(objects, place)) {
-        clause.AppendFormat(u", around x %.2f, y %.2f, z %.2f m", place.x / kMillimetresPerMetre,
-                            place.y / kMillimetresPerMetre, place.z / kMillimetresPerMetre);
+        clause += u", around " + PlaceText(place);
     }
     return clause;
 }

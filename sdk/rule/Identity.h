@@ -18,6 +18,15 @@ namespace norvex::rule {
 // How the check interface finds the objects of a location string: all of them together.
 inline constexpr EFindHandle kFindTogether{1};
 
+// A number with so many decimals. What rounds to zero is "0", on either side of it: noise in the last bit of a
+// coordinate must not tell one place from another.
+inline CString DecimalText(double number, int decimals) {
+    CString text;
+    text.Format(u"%.*f", decimals, number);
+    const bool isZero = text.SpanIncluding(u"-.0").GetLength() == text.GetLength();
+    return isZero ? text.TrimLeft(u'-') : text;
+}
+
 // What an object is recognised by in the next export of the same model. Instance numbers and handles change there, so
 // an object without a GlobalId is known by its path and by where it is, to the millimetre. These tell it from another
 // object with the same GlobalId, too.
@@ -31,7 +40,8 @@ inline CString IdentityOf(const ZrOwEntity& entity) {
     AcGePoint3d place;
     entity.pntNamePos(place);
     CString identity;
-    identity.Format(u"%s%s@%.0f,%.0f,%.0f", globalId, entity.GetAttName(), place.x, place.y, place.z);
+    identity.Format(u"%s%s@%s,%s,%s", globalId, entity.GetAttName(), DecimalText(place.x, 0), DecimalText(place.y, 0),
+                    DecimalText(place.z, 0));
     return identity;
 }
 
@@ -52,6 +62,10 @@ inline CString FeatureCodeOf(const NS_NORVEX::RuleInfo& rule, const CString& sub
 
 // Locate form over all objects, and with a repair operation the fix form behind it; empty without any object.
 inline CString LocationOf(const std::vector<ZrOwEntity*>& objects, const CString& repair) {
+    // Two empty forms would be joined to a lone "-", which nothing can be found by.
+    if (objects.empty()) {
+        return {};
+    }
     CStringArray handles;
     for (const ZrOwEntity* object : objects) {
         handles.Add(CComMethod::GetStrHandle(object));
