@@ -143,4 +143,10 @@ std::vector<std::string> Wrapped(std::string_view utf8, std::size_t width) {
     return lines;
 }
 
+std::string MetresText(double millimetres) {
+    constexpr double kMillimetresPerMetre = 1000.0;
+    const std::string text = fmt::format("{:.2f}", millimetres / kMillimetresPerMetre);
+    return text == "-0.00" ? "0.00" : text;
+}
+
 }  // namespace norvex::report

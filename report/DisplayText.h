@@ -20,4 +20,7 @@ std::size_t DisplayWidth(std::string_view utf8);
 // that is wider is cut. At least one line. Requires: sanitised text.
 std::vector<std::string> Wrapped(std::string_view utf8, std::size_t width);
 
+// Millimetres as metres with two decimals; what rounds to zero is "0.00", on either side of it.
+std::string MetresText(double millimetres);
+
 }  // namespace norvex::report

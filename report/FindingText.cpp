@@ -94,16 +94,14 @@ std::string HeadText(const FindingRecord& finding, const service::RuleRecord* ru
 }
 
 std::string WhereText(const FindingRecord& finding, const TextStyle& style) {
-    constexpr double kMillimetresPerMetre = 1000.0;
     const std::string_view gloss = service::SpecialtyGloss(finding.specialty);
     std::string line = "floor " + finding.floor + ", " + finding.specialty;
     line += gloss.empty() ? "" : fmt::format(" ({})", gloss);
     std::string text = Indented(line, style);
     if (finding.place) {
         // The sentence may name another point, such as the joint that it is about.
-        text += Indented(fmt::format("middle of its objects: x {:.2f}, y {:.2f}, z {:.2f} m",
-                                     finding.place->x / kMillimetresPerMetre, finding.place->y / kMillimetresPerMetre,
-                                     finding.place->z / kMillimetresPerMetre),
+        text += Indented(fmt::format("middle of its objects: x {}, y {}, z {} m", MetresText(finding.place->x),
+                                     MetresText(finding.place->y), MetresText(finding.place->z)),
                          style);
     }
     Table objects({{"Handle"}, {"GlobalId"}, {"Sub-category"}, {"Name"}});

@@ -10,13 +10,8 @@
 namespace norvex::report {
 namespace {
 
-constexpr double kMillimetresPerMetre = 1000.0;
 // Networks listed before the rest is only counted; the JSON form has all.
 constexpr std::size_t kShownNetworks = 20;
-
-std::string Metres(double millimetres) {
-    return fmt::format("{:.2f}", millimetres / kMillimetresPerMetre);
-}
 
 std::string Section(const std::string& title, const std::string& body, const TextStyle& style) {
     return body.empty() ? "" : "\n" + Toned(title, Tone::Strong, style) + "\n" + body;
@@ -40,7 +35,7 @@ std::string Head(const ifc::BuildingModel& model) {
 std::string Storeys(const ifc::BuildingModel& model, const TextStyle& style) {
     Table table({{"Elevation (m)", Table::Align::Right}, {"Elements", Table::Align::Right}, {"Storey"}});
     for (const ifc::Storey& storey : model.storeys) {
-        table.AddRow({{Metres(storey.elevation)}, {std::to_string(storey.elements)}, {std::string(storey.name)}});
+        table.AddRow({{MetresText(storey.elevation)}, {std::to_string(storey.elements)}, {std::string(storey.name)}});
     }
     if (model.counts.withoutStorey > 0) {
         table.AddRow({{"-"}, {std::to_string(model.counts.withoutStorey)}, {"(on no storey)", Tone::Yellow}});
@@ -60,7 +55,7 @@ std::string Groups(const InspectSummary& summary, const TextStyle& style) {
         table.AddRow({{gloss.empty() ? specialty : fmt::format("{} ({})", specialty, gloss)},
                       {category},
                       {std::to_string(group.elements)},
-                      {group.segments == 0 ? "" : Metres(group.length)},
+                      {group.segments == 0 ? "" : MetresText(group.length)},
                       {subCategory}});
     }
     return table.ToText(style);
@@ -81,7 +76,7 @@ std::string Networks(const InspectSummary& summary, const TextStyle& style) {
                       {std::to_string(network.segments)},
                       {std::to_string(network.joints)},
                       {std::to_string(network.bounds)},
-                      {Metres(network.length)},
+                      {MetresText(network.length)},
                       {service::Joined(network.storeys)},
                       {service::Joined(network.systems)}});
     }

@@ -72,6 +72,13 @@ TEST(FindingText, TellsTheWholeFinding) {
         "  _4c4ac1da42c2523d42e6d4e55e0a7dce\n");
 }
 
+TEST(FindingText, KnowsNoPlaceAtMinusZero) {
+    service::RunReport report = OneLoop();
+    report.findings[0].place = service::Place{-0.3, -0.0, -5.1};
+    const std::string text = FindingText(report, report.findings[0], {}, {.width = 60});
+    EXPECT_NE(text.find("x 0.00, y 0.00, z -0.01 m"), std::string::npos) << text;
+}
+
 TEST(FindingText, TellsHowItStandsToTheRunBeforeAndToTrust) {
     service::RunReport report = OneLoop();
     const auto text = [&](bool isGone = false) {
