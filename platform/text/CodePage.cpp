@@ -125,6 +125,27 @@ bool IsNarrowLead(char byte) noexcept {
     return IsLead(static_cast<unsigned char>(byte));
 }
 
+std::size_t AppendWellFormed(std::string_view narrow, std::u16string& wide) {
+    const Tables& tables = GetTables();
+    std::size_t read = 0;
+    while (read < narrow.size()) {
+        const auto byte = static_cast<unsigned char>(narrow[read]);
+        const std::size_t size = IsLead(byte) ? 2 : 1;
+        const auto trail = size == 2 && read + 1 < narrow.size() ? static_cast<unsigned char>(narrow[read + 1]) : 0U;
+        if (size == 2 && trail == 0) {
+            break;
+        }
+        const char16_t unit = tables.Wide(size == 2 ? static_cast<unsigned>(byte) << 8 | trail : byte);
+        // Only the question mark's own byte stands for a question mark.
+        if (unit == kDefaultCharacter && byte != kDefaultCharacter) {
+            break;
+        }
+        wide += unit;
+        read += size;
+    }
+    return read;
+}
+
 CString NarrowToWideCounted(std::string_view narrow) {
     const Tables& tables = GetTables();
     std::u16string wide;

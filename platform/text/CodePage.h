@@ -26,6 +26,10 @@ NORVEX_PLATFORM_API CString NarrowToWide(std::string_view narrow);
 NORVEX_PLATFORM_API std::string WideToNarrowCounted(std::u16string_view wide);
 NORVEX_PLATFORM_API CString NarrowToWideCounted(std::string_view narrow);
 
+// Appends what the bytes stand for, as far as they stand for characters. Returns: how many bytes that were; fewer than
+// all before bytes that map to nothing, and before a lead byte that ends the text.
+NORVEX_PLATFORM_API std::size_t AppendWellFormed(std::string_view narrow, std::u16string& wide);
+
 // Whether a byte begins a character of two bytes.
 NORVEX_PLATFORM_API bool IsNarrowLead(char byte) noexcept;
 

@@ -3,26 +3,79 @@
 
 #include "platform/kernel/FileSystem.h"
 #include "platform/text/Utf8.h"
+#include "platform/xml/Characters.h"
 
 #include <libxml/parser.h>
 #include <libxml/parserInternals.h>
+#include <libxml/xmlerror.h>
 
 #include <algorithm>
 #include <cstdio>
-#include <cstring>
 #include <exception>
-#include <iterator>
 #include <mutex>
+#include <new>
 #include <unordered_map>
+#include <utility>
 
 namespace norvex::xml {
 
 namespace {
 
+// Why the document is given up, apart from what interrupts its characters and what the parser complains of. No texts: a
+// sentence may not fit into the memory any more.
+enum class Refusal { None, NoMemory, TooManyNodes, DeclaresEntity, RefersToEntity };
+
+std::string SentenceOf(Refusal refusal) {
+    switch (refusal) {
+        case Refusal::TooManyNodes:
+            return "The document holds more than " + std::to_string(kMaxNodes) + " elements, attributes and texts.";
+        case Refusal::DeclaresEntity:
+            return "The document declares an entity.";
+        case Refusal::RefersToEntity:
+            return "The document refers to an entity.";
+        case Refusal::NoMemory:
+        case Refusal::None:
+            break;
+    }
+    return "There is not enough memory for the document.";
+}
+
+// A declared name for people: it may be anything that stands between two quotes.
+std::string Shown(std::string name) {
+    constexpr std::size_t kMost = 40;
+    std::ranges::replace_if(
+        name, [](char byte) { return byte < ' ' || byte > '~'; }, '?');
+    return name.size() > kMost ? name.substr(0, kMost) + "..." : name;
+}
+
+std::string SentenceOf(const Characters& characters) {
+    switch (characters.Why()) {
+        case Interruption::TooManyBytes:
+            return "The document has more than " + std::to_string(kMaxBytes) + " bytes.";
+        case Interruption::UnknownEncoding:
+            return "The document's encoding \"" + Shown(characters.EncodingName()) + "\" is not known.";
+        case Interruption::NotInEncoding:
+            return "The document holds bytes that are no character of its encoding " + characters.EncodingName() + ".";
+        case Interruption::CrowdedTag:
+            return "A tag of the document has more than " + std::to_string(kMaxAttributes) + " attributes.";
+        case Interruption::None:
+            break;
+    }
+    return {};
+}
+
 // Builds the tree while the parser reads. The parser is C: no exception may leave a callback.
 class TreeBuilder {
   public:
-    explicit TreeBuilder(xmlParserCtxtPtr parser) : m_parser(parser) { m_open.push_back(&m_document); }
+    TreeBuilder(xmlParserCtxtPtr parser, Characters& characters) : m_parser(parser), m_characters(characters) {
+        m_open.push_back(&m_document);
+    }
+
+    // The next characters for the parser; none once it has found the document broken.
+    int Read(char* buffer, int size) {
+        const bool goesOn = m_refusal == Refusal::None && m_parser->wellFormed != 0;
+        return goesOn ? static_cast<int>(m_characters.Read(buffer, static_cast<std::size_t>(size))) : 0;
+    }
 
     void StartElement(const xmlChar* name, const xmlChar** attributes) {
         FlushText();
@@ -43,20 +96,27 @@ class TreeBuilder {
     }
 
     void AddText(const xmlChar* bytes, int size) {
-        m_text.append(reinterpret_cast<const char*>(bytes), static_cast<std::size_t>(size));
+        m_text += text::FromUtf8({reinterpret_cast<const char*>(bytes), static_cast<std::size_t>(size)});
     }
 
-    // Stops the parser; the first reason counts.
-    void Fail(std::string sentence) {
-        if (m_sentence.empty()) {
+    // The first reason counts.
+    void Refuse(Refusal refusal) noexcept {
+        if (m_refusal == Refusal::None) {
             m_line = Line();
-            m_sentence = std::move(sentence);
+            m_refusal = refusal;
         }
+    }
+    // The same where the parser can be stopped.
+    void Stop(Refusal refusal) noexcept {
+        Refuse(refusal);
         xmlStopParser(m_parser);
     }
 
     // The parser's own words, on one line; the first complaint counts and does not stop it.
     void Complain(const xmlError& error) {
+        if (error.code == XML_ERR_NO_MEMORY) {
+            return Refuse(Refusal::NoMemory);
+        }
         if (!m_complaint.empty() || error.level < XML_ERR_ERROR || error.message == nullptr) {
             return;
         }
@@ -66,8 +126,11 @@ class TreeBuilder {
     }
 
     ParseResult Finish() {
-        if (!m_sentence.empty()) {
-            return {nullptr, m_line, m_sentence};
+        if (m_refusal != Refusal::None) {
+            return {nullptr, m_line, SentenceOf(m_refusal)};
+        }
+        if (m_characters.Why() != Interruption::None) {
+            return {nullptr, m_characters.Line(), SentenceOf(m_characters)};
         }
         if (m_parser->wellFormed == 0 || m_document.children.empty()) {
             return {nullptr, m_complaintLine, "The document is not well-formed: " + m_complaint + "."};
@@ -80,7 +143,7 @@ class TreeBuilder {
         return text == nullptr ? std::string_view() : std::string_view(reinterpret_cast<const char*>(text));
     }
 
-    int Line() const { return m_parser->input == nullptr ? 1 : std::max(m_parser->input->line, 1); }
+    int Line() const noexcept { return m_parser->input == nullptr ? 1 : std::max(m_parser->input->line, 1); }
 
     // Documents repeat few names; they share one buffer each.
     CString Name(const xmlChar* name) {
@@ -93,29 +156,30 @@ class TreeBuilder {
     }
 
     void FlushText() {
-        if (m_text.empty()) {
+        if (m_text.IsEmpty()) {
             return;
         }
         Element& element = *m_open.back();
-        element.texts.push_back({element.children.size(), text::FromUtf8(m_text)});
-        m_text.clear();
+        element.texts.push_back({element.children.size(), std::move(m_text)});
+        m_text.Empty();
         Count();
     }
 
     void Count() {
         if (++m_nodes == kMaxNodes + 1) {
-            Fail("The document holds more than " + std::to_string(kMaxNodes) + " elements, attributes and texts.");
+            Stop(Refusal::TooManyNodes);
         }
     }
 
     xmlParserCtxtPtr m_parser;
+    Characters& m_characters;
     Element m_document;            // its only child is the document element
     std::vector<Element*> m_open;  // the way to the current element; only the last one's children still move
     std::unordered_map<std::string, CString> m_names;
-    std::string m_text;
+    CString m_text;
     std::size_t m_nodes = 0;
+    Refusal m_refusal = Refusal::None;
     int m_line = 0;
-    std::string m_sentence;
     int m_complaintLine = 1;
     std::string m_complaint;
 };
@@ -126,7 +190,7 @@ void Guarded(void* context, Work work) noexcept {
     try {
         work(*builder);
     } catch (const std::exception&) {
-        builder->Fail("There is not enough memory for the document.");
+        builder->Stop(Refusal::NoMemory);
     }
 }
 
@@ -143,15 +207,31 @@ void OnText(void* context, const xmlChar* bytes, int size) {
 }
 
 void OnEntityDeclaration(void* context, const xmlChar*, int, const xmlChar*, const xmlChar*, xmlChar*) {
-    Guarded(context, [](TreeBuilder& builder) { builder.Fail("The document declares an entity."); });
+    Guarded(context, [](TreeBuilder& builder) { builder.Stop(Refusal::DeclaresEntity); });
 }
 
 void OnReference(void* context, const xmlChar*) {
-    Guarded(context, [](TreeBuilder& builder) { builder.Fail("The document refers to an entity."); });
+    Guarded(context, [](TreeBuilder& builder) { builder.Stop(Refusal::RefersToEntity); });
 }
 
-void OnError(void* context, xmlErrorPtr error) {
-    Guarded(context, [&](TreeBuilder& builder) { builder.Complain(*error); });
+// The parser is not stopped here: it may still be reading what stopping it frees. It gets no more to read.
+void OnError(void* context, xmlErrorPtr error) noexcept {
+    auto* builder = static_cast<TreeBuilder*>(context);
+    try {
+        builder->Complain(*error);
+    } catch (const std::exception&) {
+        builder->Refuse(Refusal::NoMemory);
+    }
+}
+
+int OnRead(void* context, char* buffer, int size) noexcept {
+    auto* builder = static_cast<TreeBuilder*>(context);
+    try {
+        return builder->Read(buffer, size);
+    } catch (const std::exception&) {
+        builder->Refuse(Refusal::NoMemory);
+        return 0;
+    }
 }
 
 // While this lives, the calling thread's complaints go to the builder; without it they go to the terminal.
@@ -184,67 +264,62 @@ xmlSAXHandler Handler() {
     return handler;
 }
 
-// The encoding to read in, where the declaration's own name would mislead; null: whatever the document says.
-const char* EncodingOverride(std::string_view bytes) {
-    constexpr std::size_t kDeclarationRoom = 256;
-    const std::string_view beginning = bytes.substr(0, kDeclarationRoom);
-    const std::string_view declaration = beginning.substr(0, beginning.find("?>"));
-    const std::size_t attribute = declaration.find("encoding");
-    if (!declaration.starts_with("<?xml") || attribute == std::string_view::npos) {
-        return nullptr;
-    }
-    const std::size_t quote = declaration.find_first_of("\"'", attribute);
-    if (quote == std::string_view::npos) {
-        return nullptr;
-    }
-    const std::string_view rest = declaration.substr(quote + 1);
-    std::string name(rest.substr(0, rest.find(declaration[quote])));
-    std::ranges::transform(name, name.begin(), [](char c) { return c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c; });
-    return name == "gb2312" ? "GBK" : nullptr;
-}
-
-// Number of attributes in the tag that begins behind a '<' at `at`, no further than `most` + 1; `at` moves behind it.
-int CountAttributes(std::string_view text, std::size_t& at, int most) {
-    int attributes = 0;
-    while (at < text.size() && text[at] != '>' && attributes <= most) {
-        const char byte = text[at++];
-        if (byte == '"' || byte == '\'') {
-            at = std::min(text.find(byte, at), text.size() - 1) + 1;
-        } else if (byte == '=') {
-            ++attributes;
-        }
-    }
-    return attributes;
-}
-
-// Whether some tag holds more attributes than any document needs. The parser compares each attribute of a tag with all
-// others, so that this must be known before it reads. Without its zero bytes UTF-16 reads as the ASCII that tags need.
-bool HasCrowdedTag(std::string_view bytes) {
-    constexpr int kMostAttributes = 1000;
-    std::string squeezed;
-    if (bytes.find('\0') != std::string_view::npos) {
-        std::ranges::copy_if(bytes, std::back_inserter(squeezed), [](char byte) { return byte != 0; });
-        bytes = squeezed;
-    }
-    for (std::size_t at = bytes.find('<'); at != std::string_view::npos; at = bytes.find('<', at)) {
-        const std::string_view rest = bytes.substr(++at);
-        // What is no element ends at its own mark.
-        const std::string_view end = rest.starts_with("!--")        ? "-->"
-                                     : rest.starts_with("![CDATA[") ? "]]>"
-                                     : rest.starts_with('?')        ? "?>"
-                                                                    : "";
-        if (!end.empty()) {
-            at = bytes.find(end, at);
-        } else if (CountAttributes(bytes, at, kMostAttributes) > kMostAttributes) {
-            return true;
-        }
-    }
-    return false;
-}
-
 struct ParserFreer {
     void operator()(xmlParserCtxtPtr parser) const { xmlFreeParserCtxt(parser); }
 };
+
+// The sentence is left out when not even that fits.
+ParseResult WithoutMemory() noexcept {
+    ParseResult result;
+    result.line = 1;
+    try {
+        result.sentence = SentenceOf(Refusal::NoMemory);
+    } catch (const std::bad_alloc&) {
+        result.sentence.clear();
+    }
+    return result;
+}
+
+ParseResult ParseCharacters(Characters& characters) {
+    static std::once_flag initialised;
+    std::call_once(initialised, xmlInitParser);
+    const std::unique_ptr<xmlParserCtxt, ParserFreer> parser(xmlNewParserCtxt());
+    if (parser == nullptr) {
+        return WithoutMemory();
+    }
+    TreeBuilder builder(parser.get(), characters);
+    const ComplaintGuard guard(builder);
+    *parser->sax = Handler();
+    parser->userData = &builder;
+    // Without replacement of entities, "&amp;" in an attribute would come as "&#38;"; as no document may declare any,
+    // only the five predefined ones are ever replaced. What the document declares as its encoding has been heeded.
+    const xmlDocPtr declarations = xmlCtxtReadIO(parser.get(), OnRead, nullptr, &builder, nullptr, nullptr,
+                                                 XML_PARSE_NONET | XML_PARSE_NOENT | XML_PARSE_IGNORE_ENC);
+    xmlFreeDoc(declarations);
+    return builder.Finish();
+}
+
+ParseResult ParseFrom(ByteSource source) {
+    try {
+        Characters characters(std::move(source), kMaxBytes);
+        return ParseCharacters(characters);
+    } catch (const std::bad_alloc&) {
+        return WithoutMemory();
+    }
+}
+
+void AppendText(const Element& element, CString& text) {
+    std::size_t child = 0;
+    for (const TextPiece& piece : element.texts) {
+        for (; child < piece.childrenBefore; ++child) {
+            AppendText(element.children[child], text);
+        }
+        text += piece.text;
+    }
+    for (; child < element.children.size(); ++child) {
+        AppendText(element.children[child], text);
+    }
+}
 
 }  // namespace
 
@@ -255,61 +330,38 @@ const CString* Element::FindAttribute(const CString& name) const {
 }
 
 CString TextOf(const Element& element) {
+    // One piece is shared with the tree.
+    if (element.children.empty() && element.texts.size() == 1) {
+        return element.texts.front().text;
+    }
     CString text;
-    std::size_t child = 0;
-    for (const TextPiece& piece : element.texts) {
-        for (; child < piece.childrenBefore; ++child) {
-            text += TextOf(element.children[child]);
-        }
-        text += piece.text;
-    }
-    for (; child < element.children.size(); ++child) {
-        text += TextOf(element.children[child]);
-    }
+    AppendText(element, text);
     return text;
 }
 
 ParseResult Parse(std::string_view bytes) {
-    if (bytes.size() > kMaxBytes) {
-        return {nullptr, 1, "The document has more than " + std::to_string(kMaxBytes) + " bytes."};
-    }
-    if (HasCrowdedTag(bytes)) {
-        return {nullptr, 1, "A tag of the document has more than 1000 attributes."};
-    }
-    static std::once_flag initialised;
-    std::call_once(initialised, xmlInitParser);
-    const std::unique_ptr<xmlParserCtxt, ParserFreer> parser(xmlNewParserCtxt());
-    if (parser == nullptr) {
-        return {nullptr, 1, "There is not enough memory for the document."};
-    }
-    TreeBuilder builder(parser.get());
-    const ComplaintGuard guard(builder);
-    *parser->sax = Handler();
-    parser->userData = &builder;
-    // Without replacement of entities, "&amp;" in an attribute would come as "&#38;"; as no document may declare any,
-    // only the five predefined ones are ever replaced.
-    const xmlDocPtr declarations =
-        xmlCtxtReadMemory(parser.get(), bytes.data(), static_cast<int>(bytes.size()), nullptr, EncodingOverride(bytes),
-                          XML_PARSE_NONET | XML_PARSE_NOENT);
-    xmlFreeDoc(declarations);
-    return builder.Finish();
+    return ParseFrom([rest = bytes](char* buffer, std::size_t size) mutable {
+        const std::size_t given = rest.copy(buffer, size);
+        rest.remove_prefix(given);
+        return given;
+    });
 }
 
 ParseResult ParseFile(const CString& path) {
-    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(_wfopen(path, u"rb"), std::fclose);
-    if (file == nullptr) {
-        return {nullptr, 1, "The file does not exist or cannot be read."};
+    try {
+        const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(_wfopen(path, u"rb"), std::fclose);
+        if (file == nullptr) {
+            return {nullptr, 1, "The file does not exist or cannot be read."};
+        }
+        ParseResult result =
+            ParseFrom([&file](char* buffer, std::size_t size) { return std::fread(buffer, 1, size, file.get()); });
+        if (std::ferror(file.get()) != 0) {
+            return {nullptr, std::max(result.line, 1), "The file could not be read to its end."};
+        }
+        return result;
+    } catch (const std::bad_alloc&) {
+        return WithoutMemory();
     }
-    std::string bytes;
-    std::size_t read = 0;
-    do {
-        constexpr std::size_t kBlock = 64 * 1024;
-        const std::size_t before = bytes.size();
-        bytes.resize(before + kBlock);
-        read = std::fread(bytes.data() + before, 1, kBlock, file.get());
-        bytes.resize(before + read);
-    } while (read > 0 && bytes.size() <= kMaxBytes);
-    return Parse(bytes);
 }
 
 }  // namespace norvex::xml

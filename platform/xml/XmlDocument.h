@@ -52,12 +52,14 @@ struct ParseResult {
 inline constexpr std::size_t kMaxBytes = 64U * 1024 * 1024;
 inline constexpr std::size_t kMaxNodes = 1'000'000;  // elements, attributes and pieces of text together
 
-// Reads a document in the encoding that its byte order mark or its declaration names; GB2312 is read as code page 936,
-// its superset, as editors that write "gb2312" mean it. Nothing outside the bytes is looked at. A document that
-// declares entities is refused, so none is ever expanded. Depth is limited to 256 elements. Any thread.
+// Reads a document in the encoding that its byte order mark, the width of its units or else its declaration tells; GBK
+// and GB2312 are read as code page 936, their superset, as editors that write these names mean it. Nothing outside the
+// bytes is looked at. A document that declares entities is refused, so none is ever expanded. Depth is limited to 256
+// elements, a tag to 1000 attributes. When the memory does not suffice, this too is a sentence, or an empty one:
+// nothing is thrown. Any thread.
 NORVEX_PLATFORM_API ParseResult Parse(std::string_view bytes);
 
-// The same for a file by the host's path.
+// The same for a file by the host's path, of which no more than a block is held beside the tree.
 NORVEX_PLATFORM_API ParseResult ParseFile(const CString& path);
 
 }  // namespace norvex::xml

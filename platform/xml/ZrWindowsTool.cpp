@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "platform/xml/ZrWindowsTool.h"
 
+#include <new>
 #include <utility>
 
 namespace ZrWindowsTool {
@@ -70,7 +71,12 @@ bool MSXMLUtilityPtr::GetNodeText(const Node& node, CString& text) {
         text.Empty();
         return false;
     }
-    text = norvex::xml::TextOf(*node);
+    try {
+        text = norvex::xml::TextOf(*node);
+    } catch (const std::bad_alloc&) {
+        text.Empty();
+        return false;
+    }
     return true;
 }
 

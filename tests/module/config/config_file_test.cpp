@@ -6,7 +6,14 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <exception>
 #include <filesystem>
+#include <fstream>
+#include <string>
 #include <type_traits>
 
 namespace {
@@ -145,6 +152,84 @@ TEST_F(NorvexConfigFile, GivesSectionsOfTheirOwnEachTime) {
     const ConfigParser parser(first);
     first.reset();
     EXPECT_EQ(parser.CheckItems(L"给排水"), (Group{{L"a", {}}}));
+}
+
+// A sanitizer's shadow of all memory counts as memory.
+bool IsMemoryCounted() {
+    constexpr std::size_t kShadowPages = std::size_t{1} << 30;
+    std::size_t pages = 0;
+    std::ifstream("/proc/self/statm") >> pages;
+    return pages < kShadowPages;
+}
+
+// Runs look() in a process of its own that may have so many bytes more than it has now. Returns:
+// what look returns, from 0; -1 when the process did not come to an end.
+template <class Look>
+int WithRoom(std::size_t bytes, Look look) {
+    const pid_t child = fork();
+    if (child == 0) {
+        std::size_t pages = 0;
+        std::ifstream("/proc/self/statm") >> pages;
+        const rlimit room{pages * static_cast<std::size_t>(sysconf(_SC_PAGESIZE)) + bytes, RLIM_INFINITY};
+        setrlimit(RLIMIT_AS, &room);
+        int seen = 99;
+        try {
+            seen = look();
+        } catch (const std::exception&) {
+            seen = 98;
+        }
+        _exit(seen);
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+TEST_F(NorvexConfigFile, IsNotValidWhenTheMemoryDoesNotSuffice) {
+    if (!IsMemoryCounted()) {
+        GTEST_SKIP() << "SKIPPED: a sanitizer is at work; this promise was not tested.";
+    }
+    std::string rules;
+    const std::string value(1000, 'v');
+    for (int number = 0; number < 8000; ++number) {
+        rules += "<rule className='C" + std::to_string(number) + "'><checkitems><g name='g'><e name='e'><v>" + value +
+                 "</v></e></g></checkitems></rule>\n";
+    }
+    WriteRules(rules);
+    constexpr std::size_t kMegabyte = 1024 * 1024;
+    int valid = 0;
+    // The whole file takes some 20 MB of memory.
+    for (const std::size_t room : {0U, 1U, 2U, 4U, 8U, 12U, 16U, 24U, 100U}) {
+        const int seen = WithRoom(room * kMegabyte, [] {
+            const bool isValid = NorvexConfig::Instance().IsValid();
+            return isValid && CheckItemsOf(L"C7999", L"g").size() == 1 ? 2 : isValid ? 1 : 0;
+        });
+        EXPECT_TRUE(seen == 0 || seen == 2) << room << " MB: " << seen;
+        valid += seen == 2 ? 1 : 0;
+    }
+    EXPECT_GT(valid, 0);
+    EXPECT_LT(valid, 9);
+}
+
+// As large as a document may be: read with little more memory than its tree takes, or not at all.
+TEST_F(NorvexConfigFile, IsNotValidWhenItIsLargeAndTheMemoryDoesNotSuffice) {
+    if (!IsMemoryCounted()) {
+        GTEST_SKIP() << "SKIPPED: a sanitizer is at work; this promise was not tested.";
+    }
+    std::string rules;
+    rules.reserve(61'000'000);
+    const std::string value(10'000, 'v');
+    while (rules.size() < 60'000'000) {
+        rules += "<rule className='C'><checkitems><g name='g'><e name='e'><v>" + value +
+                 "</v></e></g></checkitems></rule>\n";
+    }
+    WriteRules(rules);
+    rules = std::string();
+    constexpr std::size_t kMegabyte = 1024 * 1024;
+    const auto look = [] { return NorvexConfig::Instance().IsValid() ? 1 : 0; };
+    EXPECT_EQ(WithRoom(40 * kMegabyte, look), 0);
+    // The values alone are 120 MB of UTF-16; the file's bytes are not held beside them.
+    EXPECT_EQ(WithRoom(180 * kMegabyte, look), 1);
 }
 
 class CheckItemsGroup : public ConfigTest {};

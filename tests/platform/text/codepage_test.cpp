@@ -91,6 +91,41 @@ TEST(CodePage, ReadsBrokenBytesAsQuestionMarks) {
     EXPECT_EQ(NarrowToWide("\xFF\x80"), u"\uF8F5\u20AC");  // single bytes, no lead bytes
 }
 
+TEST(CodePage, ReadsBrokenBytesNoFurtherWhenAskedForWellFormedOnes) {
+    const struct {
+        std::string_view narrow;
+        std::u16string_view wide;
+        std::size_t read;
+    } cases[] = {
+        {"", u"", 0},
+        {"a?\xB8\xF8z", u"a?给z", 5},
+        {"\x80\xFF\xAA\xA1", u"\u20AC\uF8F5\uE000", 4},
+        {"a\x81\x20z", u"a", 1},
+        {"a\x81", u"a", 1},
+        {std::string_view("\x81\0z", 3), u"", 0},
+        {std::string_view("a\0z", 3), std::u16string_view(u"a\0z", 3), 3},
+    };
+    for (const auto& [narrow, wide, read] : cases) {
+        std::u16string out;
+        EXPECT_EQ(norvex::text::AppendWellFormed(narrow, out), read);
+        EXPECT_TRUE(out == wide);
+    }
+}
+
+TEST(CodePage, ReadsWellFormedBytesAsItReadsAnyBytes) {
+    for (unsigned value = 0; value <= 0xFFFF; ++value) {
+        std::string narrow{static_cast<char>(value >> 8), static_cast<char>(value & 0xFF)};
+        std::u16string strict;
+        const std::size_t read = norvex::text::AppendWellFormed(narrow, strict);
+        const CString lenient = NarrowToWideCounted(narrow);
+        const bool isDoubtful = View(lenient).find(u'?') != std::u16string_view::npos;
+        ASSERT_TRUE(read == narrow.size() ? strict == View(lenient) : isDoubtful) << value;
+        ASSERT_TRUE(read == narrow.size() || !isDoubtful || narrow.find('?') == std::string::npos ||
+                    NarrowToWideCounted(narrow.substr(read)) != u"?" || narrow[read] != '?')
+            << value;
+    }
+}
+
 TEST(CodePage, StopsAtTheFirstNulUnlessCounted) {
     EXPECT_EQ(WideToNarrow(CString(u"a\0b", 3)), "a");
     EXPECT_EQ(NarrowToWide(std::string_view("a\0b", 3)).GetLength(), 1);
