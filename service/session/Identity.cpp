@@ -2,9 +2,10 @@
 #include "service/session/Identity.h"
 
 #include <fmt/format.h>
+#include <array>
 #include <fstream>
-#include <iterator>
 #include <map>
+#include <string_view>
 #include <utility>
 
 #include "norvexdata/common/ComMethod.h"
@@ -29,13 +30,28 @@ void NoteModuleDigests(RunPlan& plan) {
     }
 }
 
+namespace {
+
+// Reads a file a block at a time; nothing when it cannot be read.
+template <typename Take>
+void ForEachBlock(const std::filesystem::path& path, Take take) {
+    std::ifstream file(path, std::ios::binary);
+    std::array<char, 64 * 1024> block;
+    while (file.good()) {
+        file.read(block.data(), static_cast<std::streamsize>(block.size()));
+        take(std::string_view(block.data(), static_cast<std::size_t>(file.gcount())));
+    }
+}
+
+}  // namespace
+
 std::string ConfigurationDigest(const std::filesystem::path& configurationFile, const datamng::ProjectData& project) {
-    std::ifstream file(configurationFile, std::ios::binary);
-    const std::string configuration{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    std::size_t size = 0;
+    ForEachBlock(configurationFile, [&size](std::string_view block) { size += block.size(); });
     Sha256 digest;
     // The size keeps the two texts apart.
-    digest.Add(fmt::format("{}:", configuration.size()));
-    digest.Add(configuration);
+    digest.Add(fmt::format("{}:", size));
+    ForEachBlock(configurationFile, [&digest](std::string_view block) { digest.Add(block); });
     digest.Add(datamng::WriteProjectData(project));
     return digest.Finish();
 }
