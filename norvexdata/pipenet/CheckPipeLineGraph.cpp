@@ -77,7 +77,7 @@ CCheckPipeLineGraph::~CCheckPipeLineGraph() = default;
 boost::shared_ptr<CCheckPipeLineNode> CCheckPipeLineGraph::CreateNode(const AcGePoint3d& point) {
     const boost::shared_ptr<CCheckPipeLineNode> node = boost::make_shared<CCheckPipeLineNode>(point);
     Access::Position(*node) = static_cast<Index>(NodeCount());
-    m_nodes.push_back(node);
+    m_nodes.emplace_back(node);
     m_asSearched = false;
     return node;
 }
@@ -99,7 +99,7 @@ boost::shared_ptr<CCheckPipeLineEdge> CCheckPipeLineGraph::CreateEdge(ZrOwPolyLi
     Access::Position(*edge) = static_cast<Index>(EdgeCount());
     const boost::shared_ptr<NamedNodes> named = boost::make_shared<NamedNodes>();
     Access::SetNamed(*edge, named);
-    m_edges.push_back({edge, named});
+    m_edges.emplace_back(CreatedEdge{edge, named});
     return edge;
 }
 
@@ -125,13 +125,13 @@ void CCheckPipeLineGraph::GetBadLoopVec(std::vector<std::vector<ZrOwEntity*>>& l
 
 const boost::shared_ptr<CCheckPipeLineEdge>& CCheckPipeLineGraph::EdgeAt(std::size_t position) const {
     return position < m_searchedEdges ? m_searched->Edge(static_cast<Index>(position))
-                                      : m_edges[position - m_searchedEdges].edge;
+                                      : m_edges[position - m_searchedEdges]->edge;
 }
 
 const boost::shared_ptr<CCheckPipeLineNode>& CCheckPipeLineGraph::NodeAt(std::size_t position) const {
     // The first node of a search is not listed.
     return position < m_searchedNodes ? m_searched->Node(static_cast<Index>(position + 1))
-                                      : m_nodes[position - m_searchedNodes];
+                                      : *m_nodes[position - m_searchedNodes];
 }
 
 GraphIndex& CCheckPipeLineGraph::Lookup() const {

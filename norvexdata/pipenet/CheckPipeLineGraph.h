@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <utility>
 #include <vector>
 
 #include "norvexdata/Export.h"
@@ -68,6 +69,24 @@ class NORVEXDATA_API CCheckPipeLineGraph {
     const boost::shared_ptr<CCheckPipeLineNode>& NodeAt(std::size_t position) const;
     norvex::pipenet::GraphIndex& Lookup() const;
 
+    // A value of its own behind one pointer. Rule modules have compiled HasBadLoop and its like into themselves and
+    // count the elements of the vectors below by their size, which therefore stays that of a pointer.
+    template <typename Value>
+    class Boxed {
+      public:
+        explicit Boxed(Value value) : m_value(std::make_unique<Value>(std::move(value))) {}
+        Boxed(const Boxed& other) : Boxed(*other) {}
+        Boxed(Boxed&&) noexcept = default;
+        Boxed& operator=(const Boxed& other) { return *this = Boxed(other); }
+        Boxed& operator=(Boxed&&) noexcept = default;
+        ~Boxed() = default;
+
+        const Value& operator*() const { return *m_value; }
+        const Value* operator->() const { return m_value.get(); }
+
+      private:
+        std::unique_ptr<Value> m_value;  // null only in what was moved from
+    };
     // An edge that a caller created, with its nodes.
     struct CreatedEdge {
         boost::shared_ptr<CCheckPipeLineEdge> edge;
@@ -79,8 +98,8 @@ class NORVEXDATA_API CCheckPipeLineGraph {
     // Those that the search found come first.
     std::uint32_t m_searchedEdges = 0;
     std::uint32_t m_searchedNodes = 0;
-    std::vector<CreatedEdge> m_edges;
-    std::vector<boost::shared_ptr<CCheckPipeLineNode>> m_nodes;
+    std::vector<Boxed<CreatedEdge>> m_edges;
+    std::vector<Boxed<boost::shared_ptr<CCheckPipeLineNode>>> m_nodes;
     // Answers GetNode and GetEdge; made on first use.
     mutable std::unique_ptr<norvex::pipenet::GraphIndex> m_lookup;
     norvex::pipenet::LoopWork m_loopWork;

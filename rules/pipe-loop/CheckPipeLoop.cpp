@@ -12,6 +12,7 @@
 #include "norvexdata/pipenet/CheckSearchGraph.h"
 #include "platform/zrow/ZrOwLines.h"
 #include "rules/pipe-loop/LoopTable.h"
+#include "sdk/rule/Describe.h"
 #include "sdk/rule/Rule.h"
 
 namespace {
