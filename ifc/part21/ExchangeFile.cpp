@@ -111,10 +111,16 @@ std::size_t ExchangeFile::Offset(std::uint32_t index) const {
     return hash == std::string_view::npos ? offsets_[index] : hash;
 }
 
+std::size_t ExchangeFile::BytesBeforeGap(std::uint32_t index, std::size_t bytes) const {
+    const auto gap = std::lower_bound(gaps_.begin(), gaps_.end(), index,
+                                      [](const Gap& one, std::uint32_t wanted) { return one.index < wanted; });
+    return gap != gaps_.end() && gap->index == index ? gap->offset - offsets_[index] : bytes;
+}
+
 std::size_t ExchangeFile::IndexBytes() const {
     return ids_.capacity() * sizeof(std::uint32_t) + offsets_.capacity() * sizeof(std::uint32_t) +
            classes_.capacity() * sizeof(ClassId) + dense_.capacity() * sizeof(std::uint32_t) +
-           sparse_.capacity() * sizeof(Entry);
+           sparse_.capacity() * sizeof(Entry) + gaps_.capacity() * sizeof(Gap);
 }
 
 }  // namespace norvex::ifc::part21

@@ -46,6 +46,12 @@ class ExchangeFile {
     ClassId Class(std::uint32_t index) const { return classes_[index]; }
     // A complex instance #1=(A(..)B(..)) has the class of its first record and gives that record's arguments.
     ValueCursor Arguments(std::uint32_t index) const { return ValueCursor(text_.substr(offsets_[index] + 1)); }
+    // Returns: how many bytes of text a walk over all that Arguments() gives can pass, blanks behind it included.
+    std::size_t ArgumentBytes(std::uint32_t index) const {
+        const std::size_t next = index + 1 < offsets_.size() ? offsets_[index + 1] : text_.size();
+        const std::size_t bytes = next - offsets_[index];
+        return bytes <= kTightBytes || gaps_.empty() ? bytes : BytesBeforeGap(index, bytes);
+    }
     // Returns: where the arguments stand in the text.
     const char* ArgumentText(std::uint32_t index) const { return text_.data() + offsets_[index]; }
     // Returns: the arguments of the record of this class in a complex instance, or of the instance itself; else empty.
@@ -65,6 +71,11 @@ class ExchangeFile {
   private:
     friend class Scanner;
 
+    // Instances follow each other so closely that the next one tells where an instance ends. Where that would be wrong
+    // by more than this many bytes, because a comment or something broken stands between them, a gap is noted.
+    static constexpr std::size_t kTightBytes = 64;
+
+    std::size_t BytesBeforeGap(std::uint32_t index, std::size_t bytes) const;
     void BuildLookup(DiagnosticLog& log);
     void BuildDense(std::uint32_t maxId, DiagnosticLog& log);
     void BuildSparse(DiagnosticLog& log);
@@ -85,6 +96,12 @@ class ExchangeFile {
         std::uint32_t index;
     };
     std::vector<Entry> sparse_;
+    // What follows an instance that is none, by index.
+    struct Gap {
+        std::uint32_t index;   // of the instance before
+        std::uint32_t offset;  // where that one ends
+    };
+    std::vector<Gap> gaps_;
 };
 
 }  // namespace norvex::ifc::part21

@@ -18,6 +18,8 @@ constexpr std::string_view kEndMagic = "END-ISO-10303-21";
 constexpr std::size_t kMaxClasses = 0x4000;
 // No EXPRESS schema has a longer name.
 constexpr std::size_t kMaxClassName = 128;
+// Schema names are identifiers.
+constexpr std::size_t kMaxSchemaName = kMaxClassName;
 // Passes over the text that broken instances may cost before the reader stops going back to where they began.
 constexpr std::size_t kRereadPasses = 4;
 
@@ -95,13 +97,18 @@ void Scanner::ScanStatements() {
     for (;;) {
         const char* before = at_;
         if (PassBlanks() == Outcome::UnterminatedComment) {
+            NoteGap(before);
             log_.Add(Severity::Warning, DiagnosticCode::UnterminatedComment, static_cast<std::size_t>(at_ - begin_),
                      "A comment is never closed; everything behind it is lost.");
             ++file_.lost_;
             return;
         }
         if (at_ == end_) {
+            NoteGap(before);
             return;
+        }
+        if (*at_ != '#' || static_cast<std::size_t>(at_ - before) > ExchangeFile::kTightBytes) {
+            NoteGap(before);
         }
         if (*at_ == '#') {
             ScanInstance();
@@ -155,7 +162,7 @@ bool Scanner::ScanKeywordStatement() {
         ValueCursor cursor(text_.substr(static_cast<std::size_t>(open - begin_) + 1));
         ValueCursor names = Members(cursor.Next());
         for (Value name = names.Next(); name.kind != ValueKind::Missing; name = names.Next()) {
-            file_.schemas_.push_back(name.Text());
+            file_.schemas_.push_back(name.Text(kMaxSchemaName));
         }
         sawHeader_ = true;
     }
@@ -179,6 +186,7 @@ void Scanner::ScanInstance() {
         file_.classes_.push_back(classId);
         return;
     }
+    NoteGap(begin);
     ++file_.lost_;
     TellBroken(outcome, static_cast<std::size_t>(begin - begin_), static_cast<std::size_t>(at_ - begin_));
     Resynchronise(static_cast<std::size_t>(begin - begin_));
@@ -377,6 +385,17 @@ Scanner::Outcome Scanner::PassBlanks() {
         commentBegin_ = at_;
         commentEnd_ = begin_ + close + 2;
         at_ = commentEnd_;
+    }
+}
+
+// What stands from here on belongs to no instance until the next one begins.
+void Scanner::NoteGap(const char* from) {
+    if (file_.ids_.empty()) {
+        return;
+    }
+    const auto last = static_cast<std::uint32_t>(file_.ids_.size() - 1);
+    if (file_.gaps_.empty() || file_.gaps_.back().index != last) {
+        file_.gaps_.push_back({last, static_cast<std::uint32_t>(from - begin_)});
     }
 }
 

@@ -47,6 +47,7 @@ class Scanner {
     Outcome ScanTail();
     Outcome PassString();
     Outcome PassBlanks();
+    void NoteGap(const char* from);
     void TellBroken(Outcome outcome, std::size_t begin, std::size_t problem);
     void Resynchronise(std::size_t begin);
     bool LooksLikeStatement(std::size_t at) const;

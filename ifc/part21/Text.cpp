@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "ifc/part21/Text.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 
@@ -79,6 +80,17 @@ bool HasSpecial(std::string_view text) {
     return false;
 }
 
+// Shortens valid UTF-8 to at most this many bytes, between two code points.
+void CutOff(std::string& utf8, std::size_t most) {
+    if (utf8.size() <= most) {
+        return;
+    }
+    while (most > 0 && (static_cast<unsigned char>(utf8[most]) & 0xC0) == 0x80) {
+        --most;
+    }
+    utf8.resize(most);
+}
+
 int HexDigit(char c) {
     if (c >= '0' && c <= '9') {
         return c - '0';
@@ -125,11 +137,11 @@ std::uint32_t FromAlphabet(char alphabet, unsigned char byte) {
 
 class Decoder {
   public:
-    explicit Decoder(std::string_view encoded) : rest_(encoded), utf8_(IsUtf8(encoded)) {}
+    Decoder(std::string_view encoded, std::size_t most) : rest_(encoded), most_(most), utf8_(IsUtf8(encoded)) {}
 
     std::string Decode(bool* bad) {
-        out_.reserve(rest_.size());
-        while (!rest_.empty()) {
+        out_.reserve(std::min(rest_.size(), most_));
+        while (!rest_.empty() && out_.size() <= most_) {
             if (rest_[0] == '\\') {
                 Escape();
             } else if (rest_.size() >= 2 && rest_[0] == '\'' && rest_[1] == '\'') {
@@ -142,6 +154,7 @@ class Decoder {
         if (bad_ && bad != nullptr) {
             *bad = true;
         }
+        CutOff(out_, most_);
         return std::move(out_);
     }
 
@@ -187,7 +200,7 @@ class Decoder {
         rest_.remove_prefix(4);
         std::uint32_t high = 0;
         std::uint32_t code = 0;
-        while (ReadHex(rest_, digits, code)) {
+        while (out_.size() <= most_ && ReadHex(rest_, digits, code)) {
             rest_.remove_prefix(digits);
             if (high != 0 && code >= 0xDC00 && code <= 0xDFFF) {
                 AppendUtf8(out_, 0x10000 + ((high - 0xD800) << 10) + (code - 0xDC00));
@@ -207,12 +220,13 @@ class Decoder {
         }
         if (rest_.starts_with("\\X0\\")) {
             rest_.remove_prefix(4);
-        } else {
+        } else if (out_.size() <= most_) {
             bad_ = true;
         }
     }
 
     std::string_view rest_;
+    std::size_t most_;
     std::string out_;
     bool utf8_;
     bool bad_ = false;
@@ -225,11 +239,11 @@ bool IsPlainText(std::string_view encoded) {
     return !HasSpecial(encoded);
 }
 
-std::string DecodeText(std::string_view encoded, bool* bad) {
+std::string DecodeText(std::string_view encoded, bool* bad, std::size_t most) {
     if (!HasSpecial(encoded)) {
-        return std::string(encoded);
+        return std::string(encoded.substr(0, most));
     }
-    return Decoder(encoded).Decode(bad);
+    return Decoder(encoded, most).Decode(bad);
 }
 
 }  // namespace norvex::ifc::part21

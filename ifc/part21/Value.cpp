@@ -142,9 +142,9 @@ std::uint32_t Value::Reference() const {
     return id <= 0xFFFFFFFFU ? static_cast<std::uint32_t>(id) : 0;
 }
 
-std::string Value::Text() const {
+std::string Value::Text(std::size_t most) const {
     const Value inner = Untyped();
-    return inner.kind == ValueKind::String ? DecodeText(inner.text) : std::string();
+    return inner.kind == ValueKind::String ? DecodeText(inner.text, nullptr, most) : std::string();
 }
 
 std::string_view Value::TypeName() const {

@@ -40,8 +40,8 @@ struct Value {
     std::optional<std::int64_t> Integer() const;
     // Returns: the instance number, 0 when this is no reference or one beyond 2^32-1.
     std::uint32_t Reference() const;
-    // Returns: a String as UTF-8 (through one typed parameter, too), else empty.
-    std::string Text() const;
+    // Returns: a String as UTF-8 (through one typed parameter, too), cut off as DecodeText() does; else empty.
+    std::string Text(std::size_t most = std::string::npos) const;
     // Returns: the word of an Enumeration as it stands, else empty.
     std::string_view Word() const { return kind == ValueKind::Enumeration ? text : std::string_view{}; }
     // Returns: the keyword of a Typed value as it stands, else empty.
