@@ -41,6 +41,14 @@ inline bool IsFinite(const Point& a) {
     return std::isfinite(a.x) && std::isfinite(a.y) && std::isfinite(a.z);
 }
 
+// Nothing on Earth is farther from an origin than this many millimetres. What is cannot be placed in a grid either.
+inline constexpr double kMaxCoordinate = 1e11;
+
+// Returns: false for what is no number, too.
+inline bool IsWithinReach(const Point& a) {
+    return std::abs(a.x) < kMaxCoordinate && std::abs(a.y) < kMaxCoordinate && std::abs(a.z) < kMaxCoordinate;
+}
+
 // An axis-parallel box in millimetres. A new box is empty and holds no point.
 struct Box {
     Point low{std::numeric_limits<double>::infinity(), std::numeric_limits<double>::infinity(),

@@ -192,7 +192,8 @@ class CurveReader {
         if (!first || !second || !std::isfinite(begin) || !std::isfinite(sweep)) {
             return false;
         }
-        const int steps = std::clamp(static_cast<int>(std::ceil(sweep / kChordAngle)), 1, 24);
+        // Clamped before it becomes a whole number: an angle may be any number that a double holds.
+        const int steps = static_cast<int>(std::clamp(std::ceil(sweep / kChordAngle), 1.0, 24.0));
         for (int i = 0; i <= steps; ++i) {
             const double angle = begin + sweep * i / steps;
             points.push_back(frame.Apply(Point{*first * std::cos(angle), *second * std::sin(angle), 0.0} *

@@ -16,8 +16,6 @@ using part21::ValueKind;
 constexpr std::size_t kMaxChain = 128;
 // A storey's elements share parents; a power of two.
 constexpr std::size_t kCacheSize = 1024;
-// Nothing on Earth is farther from an origin than this many millimetres.
-constexpr double kMaxCoordinate = 1e11;
 
 std::optional<Point> Normalised(const Point& vector) {
     const double length = Length(vector);
@@ -102,9 +100,7 @@ std::optional<Point> Placements::PointAt(std::uint32_t index) const {
         return std::nullopt;
     }
     const Point point = *given * units_.toMillimetres;
-    const bool usable =
-        std::abs(point.x) < kMaxCoordinate && std::abs(point.y) < kMaxCoordinate && std::abs(point.z) < kMaxCoordinate;
-    return usable ? std::optional(point) : std::nullopt;
+    return IsWithinReach(point) ? std::optional(point) : std::nullopt;
 }
 
 std::optional<Point> Placements::Direction(std::uint32_t index) const {
@@ -186,9 +182,13 @@ std::optional<Transform> Placements::World(std::uint32_t index) {
             break;
         }
         if (chain_.size() == kMaxChain) {
-            log_.Add(Severity::Warning, DiagnosticCode::CyclicReference, access_.File().Offset(index),
-                     "The chain of placements from #" + std::to_string(access_.File().Id(index)) +
-                         " is cyclic or too long; what it places has no place.");
+            if (log_.Keeps(DiagnosticCode::CyclicReference)) {
+                log_.Add(Severity::Warning, DiagnosticCode::CyclicReference, access_.File().Offset(index),
+                         "The chain of placements from #" + std::to_string(access_.File().Id(index)) +
+                             " is cyclic or too long; what it places has no place.");
+            } else {
+                log_.Count(Severity::Warning);
+            }
             return std::nullopt;
         }
         const std::optional<Step> step = ReadStep(at);

@@ -3,6 +3,7 @@
 
 #include "ifc/Geometry.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
@@ -68,7 +69,15 @@ class SpatialHash {
         std::uint32_t item;
     };
 
-    std::int64_t Step(double coordinate) const { return static_cast<std::int64_t>(std::floor(coordinate / cellSize_)); }
+    // Cells farther out than this fall together: beyond it a whole number of them may not be one of 64 bits. It is far
+    // outside what a model places.
+    static constexpr double kFarthestCell = 1e12;
+
+    std::int64_t Step(double coordinate) const {
+        const double cell = std::floor(coordinate / cellSize_);
+        // What is no number goes to the lowest cell.
+        return static_cast<std::int64_t>(cell > -kFarthestCell ? std::min(cell, kFarthestCell) : -kFarthestCell);
+    }
     static std::uint64_t Key(const Cell& cell);
     std::span<const std::uint32_t> At(std::uint64_t key) const;
 
