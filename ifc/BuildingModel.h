@@ -17,6 +17,11 @@
 
 namespace norvex::ifc {
 
+// No text of a model is longer, in bytes. The standard gives labels, names and identifiers 255 characters, and a
+// character of UTF-8 four bytes. A longer one is cut off and said: every element that a type is for carries the type's
+// name, so one long text would otherwise grow with the number of its users.
+inline constexpr std::size_t kMaxTextBytes = std::size_t{4} * 255;
+
 // "None" wherever an index is expected.
 inline constexpr std::uint32_t kNoIndex = 0xFFFFFFFFU;
 
@@ -173,7 +178,7 @@ struct BuildingModel {
     std::string schema;      // the first name in FILE_SCHEMA: IFC2X3, IFC4, IFC4X3_ADD2
     std::string projectName;
     std::string projectGlobalId;  // empty: the file has no project, or one without
-    std::string lengthUnit;  // METRE, MILLIMETRE, FOOT ... as the file names it, upper case
+    std::string lengthUnit;       // METRE, MILLIMETRE, FOOT ... as the file names it, upper case
     double unitToMillimetres = 1.0;
 
     std::vector<Storey> storeys;    // by elevation, equal ones in file order

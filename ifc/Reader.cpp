@@ -99,9 +99,19 @@ ReadResult ReadText(std::string_view text, const ReadOptions& options) {
     model.counts.isCutOff = file.IsCutOff();
     const Access access(file);
     const CategoryTable& categories = options.categories != nullptr ? *options.categories : CategoryTable::Default();
-    const NetworkInput input = ModelReader(access, categories, model, log).Read();
+    ModelReader reader(access, categories, model, log);
+    const NetworkInput input = reader.Read();
     LogDanglingReferences(access, log);
-    BuildNetwork(input, options.inferConnections, model, log);
+    if (access.Refused() > 0) {
+        log.AddGeneral(Severity::Warning, DiagnosticCode::LimitReached,
+                       "The instances refer to each other more often than a model's do; " +
+                           std::to_string(access.Refused()) +
+                           (access.Refused() == 1 ? " look at one of them was" : " looks at them were") +
+                           " given up, and what they were to give is missing from the model.");
+    }
+    BuildNetwork(input, options.inferConnections, model, log, result.work);
+    result.work.textBytes = access.BytesRead();
+    result.work.shapeSteps = reader.ShapeSteps();
     model.counts.notes = log.Total(Severity::Note);
     model.counts.warnings = log.Total(Severity::Warning);
     model.counts.errors = log.Total(Severity::Error);

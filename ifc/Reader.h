@@ -2,6 +2,7 @@
 #pragma once
 
 #include "ifc/BuildingModel.h"
+#include "ifc/ReadWork.h"
 
 #include <cstddef>
 #include <filesystem>
@@ -32,6 +33,7 @@ struct ReadOptions {
 struct ReadResult {
     std::optional<BuildingModel> model;
     Diagnostic error;  // meaningful without a model
+    ReadWork work;     // of the model
 
     bool Ok() const { return model.has_value(); }
 };

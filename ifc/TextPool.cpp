@@ -26,6 +26,7 @@ std::string_view TextPool::Keep(std::string_view text) {
     char* place = blocks_.back().get() + used_;
     std::memcpy(place, text.data(), text.size());
     used_ += text.size();
+    kept_ += text.size();
     return {place, text.size()};
 }
 

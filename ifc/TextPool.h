@@ -22,6 +22,8 @@ class TextPool {
     std::string_view Keep(std::string_view text);
     // As Keep(), but the same text gives the same view.
     std::string_view Intern(std::string_view text);
+    // Returns: how many bytes of text were given and copied.
+    std::size_t KeptBytes() const { return kept_; }
 
   private:
     void GrowTable();
@@ -29,6 +31,7 @@ class TextPool {
     std::vector<std::unique_ptr<char[]>> blocks_;
     std::size_t used_ = 0;
     std::size_t capacity_ = 0;
+    std::size_t kept_ = 0;
     // Open addressing; an entry without data is free. The size is a power of two.
     std::vector<std::string_view> table_;
     std::size_t interned_ = 0;

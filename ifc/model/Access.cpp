@@ -5,7 +5,17 @@
 
 namespace norvex::ifc {
 
-Access::Access(const part21::ExchangeFile& exchange) : file_(&exchange) {
+namespace {
+
+// How often each byte of a file may be read, on average. Models of all exporters seen have theirs read less than twice.
+constexpr std::uint64_t kMostPasses = 32;
+// What any file may read beyond that, so that small ones may share as they like: a tenth of a second.
+constexpr std::uint64_t kFreeBytes = std::uint64_t{64} << 20;
+
+}  // namespace
+
+Access::Access(const part21::ExchangeFile& exchange)
+    : file_(&exchange), mostBytes_(kFreeBytes + kMostPasses * exchange.Text().size()) {
     infos_.reserve(exchange.ClassNames().size());
     for (const std::string& name : exchange.ClassNames()) {
         infos_.push_back(&InfoOfClass(name));
@@ -32,6 +42,8 @@ void Access::Absorb(const Access& other) const {
         Remember(dangling);
     }
     danglingLimitReached_ = danglingLimitReached_ || other.danglingLimitReached_;
+    absorbedBytes_ += other.BytesRead();
+    refused_ += other.refused_;
 }
 
 std::vector<Access::Dangling> Access::TakeDangling() const {

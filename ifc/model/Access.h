@@ -11,8 +11,10 @@
 
 namespace norvex::ifc {
 
-// An exchange file together with what is known of its classes, so that an instance's class is one look-up. Not
-// thread-safe, because it remembers; threads that read the same file have one each.
+// An exchange file together with what is known of its classes, so that an instance's class is one look-up. Every look
+// at what an instance holds goes through here and is counted: an instance that a million others refer to, or one that
+// leads to itself by many ways, must not be read without end. Not thread-safe, because it remembers; threads that read
+// the same file have one each.
 class Access {
   public:
     explicit Access(const part21::ExchangeFile& exchange);
@@ -23,7 +25,22 @@ class Access {
     Shape ShapeOf(std::uint32_t index) const { return index == part21::kNoInstance ? Shape::None : Info(index).shape; }
     Role RoleOf(std::uint32_t index) const { return index == part21::kNoInstance ? Role::Ignored : Info(index).role; }
     std::string_view UpperName(std::uint32_t index) const { return file_->ClassNames()[file_->Class(index)]; }
-    part21::ValueCursor Arguments(std::uint32_t index) const { return file_->Arguments(index); }
+    // Returns: the arguments; none once the instances of the file have been read more often than its size allows.
+    part21::ValueCursor Arguments(std::uint32_t index) const {
+        bytesRead_ += file_->ArgumentBytes(index);
+        if (bytesRead_ > mostBytes_) [[unlikely]] {
+            ++refused_;
+            return {};
+        }
+        return file_->Arguments(index);
+    }
+    // Returns: how much text was walked or could have been: the sum of the lengths of what was asked for.
+    std::uint64_t BytesRead() const { return bytesRead_ + absorbedBytes_; }
+    // Returns: how often Arguments() gave nothing because too much had been asked for.
+    std::uint64_t Refused() const { return refused_; }
+    // Returns: whether half of what may be read is read. Who can leave something out stops here, so that the other half
+    // is there for what everything else stands on, the placements above all.
+    bool IsHalfSpent() const { return bytesRead_ > mostBytes_ / 2; }
 
     // Walks instances in their order. The text of those that follow is on its way from memory meanwhile: instances of
     // one class lie far apart in a large file.
@@ -104,6 +121,10 @@ class Access {
 
     const part21::ExchangeFile* file_;
     std::vector<const ClassInfo*> infos_;
+    std::uint64_t mostBytes_;
+    mutable std::uint64_t bytesRead_ = 0;
+    mutable std::uint64_t absorbedBytes_ = 0;
+    mutable std::uint64_t refused_ = 0;
     mutable std::vector<Dangling> dangling_;  // in the order in which they were followed
     mutable std::unordered_set<std::size_t> danglingOffsets_;
     mutable bool danglingLimitReached_ = false;

@@ -153,15 +153,16 @@ ModelReader::ModelReader(const Access& access, const CategoryTable& categories, 
       log_(log),
       census_(TakeCensus(access)),
       units_(ReadUnits(access, census_.project, log)),
-      placements_(access, units_, log) {
+      placements_(access, units_, log),
+      askedSets_(access.File().InstanceCount()) {
 }
 
 NetworkInput ModelReader::Read() {
     model_.lengthUnit = units_.lengthName;
     model_.unitToMillimetres = units_.toMillimetres;
     if (census_.project != kNoInstance) {
-        model_.projectGlobalId = access_.Argument(census_.project, 0).Text();
-        model_.projectName = access_.Argument(census_.project, 2).Text();
+        model_.projectGlobalId = Text(access_.Argument(census_.project, 0));
+        model_.projectName = Text(access_.Argument(census_.project, 2));
     }
     AssignInLargePages(slot_, file_.InstanceCount(), kNoIndex);
     ReadStoreys();
@@ -198,13 +199,45 @@ std::string_view ModelReader::Text(const Value& value) {
         return "";
     }
     if (part21::IsPlainText(value.text)) {
-        return model_.texts.Intern(value.text);
+        if (value.text.size() > kMaxTextBytes) {
+            SayCutOff(value);
+        }
+        return model_.texts.Intern(value.text.substr(0, kMaxTextBytes));
+    }
+    if (value.text.size() > kMaxTextBytes) {
+        // No code takes more bytes decoded than as it stands, so only what is longer there can be longer here.
+        const std::string text = value.Text(kMaxTextBytes + 1);
+        if (text.size() <= kMaxTextBytes) {
+            return model_.texts.Intern(text);
+        }
+        SayCutOff(value);
+        return model_.texts.Intern(value.Text(kMaxTextBytes));
     }
     Decoded& decoded = decoded_[std::hash<std::string_view>{}(value.text) % decoded_.size()];
     if (decoded.encoded != value.text) {
         decoded = {std::string(value.text), model_.texts.Intern(value.Text())};
     }
     return decoded.text;
+}
+
+// As it stands: words need no decoding.
+std::string_view ModelReader::Word(const Value& value) {
+    const std::string_view word = value.Word();
+    if (word.size() > kMaxTextBytes) {
+        SayCutOff(value);
+    }
+    return word.substr(0, kMaxTextBytes);
+}
+
+void ModelReader::SayCutOff(const Value& value) {
+    if (!log_.Keeps(DiagnosticCode::LimitReached)) {
+        log_.Count(Severity::Warning);
+        return;
+    }
+    log_.Add(Severity::Warning, DiagnosticCode::LimitReached,
+             static_cast<std::size_t>(value.text.data() - file_.Text().data()),
+             "A text of " + std::to_string(value.text.size()) + " bytes is longer than the " +
+                 std::to_string(kMaxTextBytes) + " that are read of one; the rest of it is cut off.");
 }
 
 void ModelReader::ReadStoreys() {
@@ -258,8 +291,9 @@ void ModelReader::ReadElements() {
         ValueCursor arguments = access_.Arguments(instance);
         const Value globalId = arguments.Next();
         if (globalId.kind == ValueKind::String) {
-            element.globalId = part21::IsPlainText(globalId.text) ? model_.texts.Keep(globalId.text)
-                                                                  : model_.texts.Keep(globalId.Text());
+            // Nearly all differ, so they are not looked for among the others.
+            const bool asItStands = globalId.text.size() <= kMaxTextBytes && part21::IsPlainText(globalId.text);
+            element.globalId = asItStands ? model_.texts.Keep(globalId.text) : Text(globalId);
         }
         arguments.Skip(1);
         element.name = Text(arguments.Next());
@@ -269,7 +303,7 @@ void ModelReader::ReadElements() {
         draft.definition = access_.Follow(arguments.Next());
         arguments.Skip(1);
         // A copy of its own: the file's text is far away by the time the categories are looked up.
-        draft.predefinedType = model_.texts.Intern(arguments.Next().Word());
+        draft.predefinedType = model_.texts.Intern(Word(arguments.Next()));
         slot_[instance] = static_cast<std::uint32_t>(model_.elements.size());
         model_.elements.push_back(element);
         drafts_.push_back(draft);
@@ -281,10 +315,10 @@ std::uint32_t ModelReader::TypeAt(std::uint32_t instance) {
     if (isNew) {
         TypeInfo type;
         type.name = Text(access_.Argument(instance, kTypeName));
-        type.predefinedType = access_.Argument(instance, kTypePredefined).Word();
+        type.predefinedType = Word(access_.Argument(instance, kTypePredefined));
         type.elementClass = ElementClassOfType(access_.UpperName(instance));
         ForEach(access_, access_.Argument(instance, kTypePropertySets), [&](std::uint32_t set) {
-            type.nominalDiameter = type.nominalDiameter > 0.0 ? type.nominalDiameter : DiameterInSet(set);
+            type.nominalDiameter = type.nominalDiameter > 0.0 ? type.nominalDiameter : DiameterOfSet(set);
         });
         types_.push_back(type);
     }
@@ -408,7 +442,7 @@ void ModelReader::ReadSystems() {
         arguments.Skip(1);
         const std::string_view objectType = Text(arguments.Next());
         arguments.Skip(1);
-        const std::string_view predefined = arguments.Next().Word();
+        const std::string_view predefined = Word(arguments.Next());
         system.predefinedType = model_.texts.Intern(predefined);
         slot_[instance] = static_cast<std::uint32_t>(model_.systems.size());
         model_.systems.push_back(system);
@@ -450,7 +484,7 @@ void ModelReader::ReadSystems() {
     }
 }
 
-void ModelReader::OwnPort(std::uint32_t port, std::uint32_t element, std::size_t offset) {
+void ModelReader::OwnPort(std::uint32_t port, std::uint32_t element, std::uint32_t relation) {
     const bool known = access_.RoleOf(port) == Role::Port && slot_[port] != kNoIndex;
     const Role role = access_.RoleOf(element);
     if (!known || (role != Role::Element && role != Role::Proxy) || slot_[element] == kNoIndex) {
@@ -458,7 +492,7 @@ void ModelReader::OwnPort(std::uint32_t port, std::uint32_t element, std::size_t
             return;  // A type's port is a pattern for those of its elements.
         }
         if (log_.Keeps(DiagnosticCode::BadPort)) {
-            log_.Add(Severity::Warning, DiagnosticCode::BadPort, offset,
+            log_.Add(Severity::Warning, DiagnosticCode::BadPort, file_.Offset(relation),
                      "The relation gives a port to what is no element of the services, or gives no port.");
         } else {
             log_.Count(Severity::Warning);
@@ -473,7 +507,7 @@ void ModelReader::OwnPort(std::uint32_t port, std::uint32_t element, std::size_t
     Draft& draft = drafts_[one.element];
     if (draft.portSystemType.empty()) {
         // IfcDistributionPort: ..., FlowDirection, PredefinedType, SystemType.
-        const std::string_view systemType = access_.Argument(port, 9).Word();
+        const std::string_view systemType = Word(access_.Argument(port, 9));
         draft.portSystemType = SaysNothing(systemType) ? std::string_view() : systemType;
     }
 }
@@ -491,14 +525,14 @@ void ModelReader::ReadPorts() {
         ValueCursor arguments = access_.Arguments(relation);
         arguments.Skip(4);
         const std::uint32_t port = access_.Follow(arguments.Next());
-        OwnPort(port, access_.Follow(arguments.Next()), file_.Offset(relation));
+        OwnPort(port, access_.Follow(arguments.Next()), relation);
     }
     for (const std::uint32_t relation : access_.InTurn(census_.nests)) {
         const auto [whole, parts] = BothSides(access_, relation);
         const std::uint32_t owner = access_.Follow(whole);
         ForEach(access_, parts, [&](std::uint32_t part) {
             if (access_.RoleOf(part) == Role::Port) {
-                OwnPort(part, owner, file_.Offset(relation));
+                OwnPort(part, owner, relation);
             }
         });
     }
@@ -569,7 +603,7 @@ double ModelReader::DiameterInSet(std::uint32_t propertySet) const {
             const bool isLength = value.TypeName().ends_with("LENGTHMEASURE") || name == "NominalDiameter";
             diameter = *number * (isLength ? units_.toMillimetres : 1.0);
         } else {
-            const std::string text = value.Text();
+            const std::string text = value.Text(kMaxTextBytes);
             diameter = DiameterInName(text.starts_with("DN") ? text : "DN" + text);
         }
         diameter = std::isfinite(diameter) && diameter > 0.0 ? diameter : 0.0;
@@ -590,7 +624,7 @@ std::string_view ModelReader::ConnectionTypeInSet(std::uint32_t propertySet) {
         }
         ValueCursor arguments = access_.Arguments(property);
         const Value name = arguments.Next();
-        if (name.text != "ConnectionType" && name.Text() != "连接方式") {
+        if (name.text != "ConnectionType" && name.Text(kMaxTextBytes) != "连接方式") {
             return;
         }
         arguments.Skip(1);
@@ -598,31 +632,64 @@ std::string_view ModelReader::ConnectionTypeInSet(std::uint32_t propertySet) {
         if (shape == Shape::PropertyEnumeratedValue) {
             value = Members(value).Next();
         }
-        const std::string word = value.Text();
-        type = SaysNoConnection(word) ? std::string_view() : model_.texts.Intern(word);
+        const std::string_view word = Text(value.Untyped());
+        type = SaysNoConnection(word) ? std::string_view() : word;
     });
     return type;
 }
 
-void ModelReader::AddConnectionType(Element& element, std::string_view type) {
-    if (type.empty() || element.connectionType == type) {
+// Returns: as DiameterInSet(), which sets that many relations or types share are not read for again and again.
+double ModelReader::DiameterOfSet(std::uint32_t propertySet) {
+    if (!askedSets_.IsSecond(propertySet)) {
+        return DiameterInSet(propertySet);
+    }
+    SetContent& content = sets_[propertySet];
+    if (!content.diameter) {
+        content.diameter = DiameterInSet(propertySet);
+    }
+    return *content.diameter;
+}
+
+void ModelReader::AddConnectionType(std::uint32_t element, std::string_view type) {
+    std::string_view& known = model_.elements[element].connectionType;
+    if (type.empty() || known == type) {
         return;
     }
-    if (element.connectionType.empty()) {
-        element.connectionType = type;
-        return;
+    if (known.empty()) {
+        known = type;
+    } else {
+        otherTypes_.push_back({element, type});
     }
-    std::set<std::string_view> types{type};
-    for (std::string_view rest = element.connectionType; !rest.empty();) {
-        const std::size_t comma = std::min(rest.find(','), rest.size());
-        types.insert(rest.substr(0, comma));
-        rest.remove_prefix(std::min(comma + 1, rest.size()));
+}
+
+// Puts together what several sets say of one element.
+void ModelReader::JoinConnectionTypes() {
+    std::stable_sort(otherTypes_.begin(), otherTypes_.end(),
+                     [](const OtherType& a, const OtherType& b) { return a.element < b.element; });
+    std::set<std::string_view> types;
+    const auto addAll = [&](std::string_view list) {
+        while (!list.empty()) {
+            const std::size_t comma = std::min(list.find(','), list.size());
+            types.insert(list.substr(0, comma));
+            list.remove_prefix(std::min(comma + 1, list.size()));
+        }
+    };
+    for (std::size_t i = 0; i < otherTypes_.size(); ++i) {
+        Element& element = model_.elements[otherTypes_[i].element];
+        addAll(otherTypes_[i].type);
+        if (i + 1 < otherTypes_.size() && otherTypes_[i + 1].element == otherTypes_[i].element) {
+            continue;
+        }
+        addAll(element.connectionType);
+        std::string joined;
+        for (const std::string_view one : types) {
+            joined += joined.empty() ? "" : ",";
+            joined += one;
+        }
+        element.connectionType = model_.texts.Intern(joined);
+        types.clear();
     }
-    std::string joined;
-    for (const std::string_view one : types) {
-        joined += (joined.empty() ? "" : ",") + std::string(one);
-    }
-    element.connectionType = model_.texts.Intern(joined);
+    std::vector<OtherType>().swap(otherTypes_);
 }
 
 // Most sets hold neither a diameter nor a connection type, so a set is only read when somebody misses something.
@@ -632,29 +699,41 @@ void ModelReader::ReadProperties() {
         arguments.Skip(4);
         const Value objects = arguments.Next();
         const std::uint32_t set = access_.Follow(arguments.Next());
-        std::optional<double> diameter;
-        std::optional<std::string_view> connectionType;
-        ForEach(access_, objects, [&](std::uint32_t instance) {
-            const Role role = access_.RoleOf(instance);
-            if ((role != Role::Element && role != Role::Port) || slot_[instance] == kNoIndex) {
-                return;
-            }
-            const std::uint32_t owner = role == Role::Port ? input_.ports[slot_[instance]].element : slot_[instance];
-            if (owner == kNoIndex) {
-                return;
-            }
-            Element& element = model_.elements[owner];
-            if (role == Role::Port || element.kind == ElementKind::Segment) {
-                connectionType = connectionType ? connectionType : ConnectionTypeInSet(set);
-                AddConnectionType(element, *connectionType);
-            }
-            const bool inLine = element.kind == ElementKind::Segment || element.kind == ElementKind::Fitting ||
-                                element.kind == ElementKind::InlineDevice;
-            if (role == Role::Element && inLine && element.nominalDiameter <= 0.0) {
-                diameter = diameter ? diameter : DiameterInSet(set);
-                element.nominalDiameter = *diameter;
-            }
-        });
+        if (access_.ShapeOf(set) != Shape::PropertySet) {
+            ForEach(access_, objects, [](std::uint32_t) {});
+            continue;
+        }
+        SetContent ownContent;
+        SetContent& content = askedSets_.IsSecond(set) ? sets_[set] : ownContent;
+        ForEach(access_, objects, [&](std::uint32_t instance) { ReadPropertiesOf(instance, set, content); });
+    }
+    JoinConnectionTypes();
+}
+
+// What a property set says of one of those that it belongs to.
+void ModelReader::ReadPropertiesOf(std::uint32_t instance, std::uint32_t set, SetContent& content) {
+    const Role role = access_.RoleOf(instance);
+    if ((role != Role::Element && role != Role::Port) || slot_[instance] == kNoIndex) {
+        return;
+    }
+    const std::uint32_t owner = role == Role::Port ? input_.ports[slot_[instance]].element : slot_[instance];
+    if (owner == kNoIndex) {
+        return;
+    }
+    Element& element = model_.elements[owner];
+    if (role == Role::Port || element.kind == ElementKind::Segment) {
+        if (!content.connectionType) {
+            content.connectionType = ConnectionTypeInSet(set);
+        }
+        AddConnectionType(owner, *content.connectionType);
+    }
+    const bool inLine = element.kind == ElementKind::Segment || element.kind == ElementKind::Fitting ||
+                        element.kind == ElementKind::InlineDevice;
+    if (role == Role::Element && inLine && element.nominalDiameter <= 0.0) {
+        if (!content.diameter) {
+            content.diameter = DiameterInSet(set);
+        }
+        element.nominalDiameter = *content.diameter;
     }
 }
 
@@ -718,6 +797,7 @@ void ModelReader::ReadShapes(const Access& access, DiagnosticLog& log) {
             }
         }
     }
+    shapeSteps_ = shapes.Steps();
     input_.parts = shapes.TakeParts();
 }
 

@@ -5,6 +5,7 @@
 #include "ifc/Reader.h"
 #include "ifc/mapping/CategoryTable.h"
 #include "ifc/model/Census.h"
+#include "ifc/model/Revisits.h"
 #include "ifc/model/Shapes.h"
 #include "ifc/network/Network.h"
 #include "ifc/part21/DiagnosticLog.h"
@@ -12,6 +13,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <tuple>
@@ -29,6 +31,8 @@ class ModelReader {
     // Returns: ports, bodies and stated connections for BuildNetwork(). Reads shapes in a second thread where one can
     // be had; what comes out is the same without.
     NetworkInput Read();
+    // Returns: the steps that the shapes took.
+    std::uint64_t ShapeSteps() const { return shapeSteps_; }
 
   private:
     struct TypeInfo {
@@ -57,13 +61,21 @@ class ModelReader {
     void SayWhatHasNoStorey();
     void ReadSystems();
     void ReadPorts();
-    void OwnPort(std::uint32_t port, std::uint32_t element, std::size_t offset);
+    void OwnPort(std::uint32_t port, std::uint32_t element, std::uint32_t relation);
     void ReadConnections();
     void ReadProperties();
     void ReadDiameters();
-    void AddConnectionType(Element& element, std::string_view type);
+    // What a property set says; read when somebody first asks.
+    struct SetContent {
+        std::optional<double> diameter;  // mm; 0: not given
+        std::optional<std::string_view> connectionType;
+    };
+    void ReadPropertiesOf(std::uint32_t instance, std::uint32_t set, SetContent& content);
+    void AddConnectionType(std::uint32_t element, std::string_view type);
+    void JoinConnectionTypes();
     std::string_view ConnectionTypeInSet(std::uint32_t propertySet);
     double DiameterInSet(std::uint32_t propertySet) const;
+    double DiameterOfSet(std::uint32_t propertySet);
     void ReadShapes(const Access& access, DiagnosticLog& log);
     void Categorise();
     void CategoriseOne(std::uint32_t element);
@@ -74,6 +86,8 @@ class ModelReader {
     void CountElements();
     void MarkRepeatedGlobalIds(DiagnosticLog& log);
     std::string_view Text(const part21::Value& value);
+    std::string_view Word(const part21::Value& value);
+    void SayCutOff(const part21::Value& value);
 
     const Access& access_;
     const part21::ExchangeFile& file_;
@@ -83,6 +97,7 @@ class ModelReader {
     Census census_;
     Units units_;
     Placements placements_;
+    std::uint64_t shapeSteps_ = 0;
     NetworkInput input_;
     std::vector<Draft> drafts_;
     std::vector<TypeInfo> types_;
@@ -104,6 +119,16 @@ class ModelReader {
         std::string_view byTypeOrName;
     };
     std::vector<SystemSpecialties> systemSpecialties_;  // by system
+    // Property sets by instance. Nearly every relation has a set of its own, so only those that are asked for again are
+    // kept.
+    Revisits askedSets_;
+    std::unordered_map<std::uint32_t, SetContent> sets_;
+    // Connection types of an element that differ from the first one it was given.
+    struct OtherType {
+        std::uint32_t element;
+        std::string_view type;
+    };
+    std::vector<OtherType> otherTypes_;
 };
 
 }  // namespace norvex::ifc

@@ -20,8 +20,28 @@ constexpr int kMaxItemDepth = 24;
 // Steps for each instance. Sharing without maps (one solid under many products) needs more than one.
 constexpr std::uint64_t kStepsPerInstance = 64;
 constexpr std::uint64_t kFreeSteps = 1'000'000;
+// What copies of parts and runs from one shape into another cost, so that maps of maps of maps stay as small as the
+// file: one that is kept takes as much memory as the text of an instance does, and more than one is made in the time of
+// a step.
+constexpr std::uint64_t kStepsPerKeptCopy = 8;
+constexpr std::uint64_t kCopiesPerStep = 16;
 // An element made of more parts than this keeps one box around all.
 constexpr std::size_t kMaxParts = 64;
+
+// Whether an item of faces is as long as the file makes it. The others are read faster than remembered.
+bool HoldsMany(Shape shape) {
+    switch (shape) {
+        case Shape::PolyLoop:
+        case Shape::EdgeLoop:
+        case Shape::Face:
+        case Shape::Shell:
+        case Shape::Brep:
+        case Shape::SurfaceModel:
+            return true;
+        default:
+            return false;
+    }
+}
 
 double AxisScale(const Transform& frame) {
     return Length(frame.x);
@@ -33,17 +53,21 @@ ShapeReader::ShapeReader(const Access& access, Placements& placements, Diagnosti
     : access_(access),
       placements_(placements),
       log_(log),
+      met_(access.File().InstanceCount()),
       budget_(kFreeSteps + kStepsPerInstance * access.File().InstanceCount()) {
 }
 
-bool ShapeReader::Spend() {
-    if (budget_ == 0) {
+bool ShapeReader::Spend(std::uint64_t steps) {
+    if (isExhausted_) {
         return false;
     }
-    if (--budget_ == 0) {
+    if (budget_ - steps_ < steps || access_.IsHalfSpent()) {
+        isExhausted_ = true;
         log_.AddGeneral(Severity::Warning, DiagnosticCode::LimitReached,
                         "The shapes refer to each other more often than a model's do; the rest of them is not read.");
+        return false;
     }
+    steps_ += steps;
     return true;
 }
 
@@ -111,7 +135,8 @@ ElementShape ShapeReader::Read(std::uint32_t definition, const Transform& frame,
         whole.Add(parts_[shape.body.firstPart + i]);
     }
     shape.box = ifc::Mapped(shape.body.frame, whole);
-    if (!shape.box.IsEmpty() && (!IsFinite(shape.box.low) || !IsFinite(shape.box.high))) {
+    bool isUsable = shape.box.IsEmpty() || (IsWithinReach(shape.box.low) && IsWithinReach(shape.box.high));
+    if (!isUsable) {
         shape.box = Box();
         shape.body.partCount = 0;
     }
@@ -131,11 +156,27 @@ ElementShape ShapeReader::Read(std::uint32_t definition, const Transform& frame,
             run.start = frame.Apply(run.start);
             run.end = frame.Apply(run.end);
         }
-        if (IsFinite(run.start) && IsFinite(run.end) && Distance(run.start, run.end) > 0.0) {
+        const bool isRunUsable = IsWithinReach(run.start) && IsWithinReach(run.end) && std::isfinite(run.length) &&
+                                 run.radius < kMaxCoordinate;
+        if (isRunUsable && Distance(run.start, run.end) > 0.0) {
             shape.run = run;
         }
+        isUsable = isUsable && isRunUsable;
+    }
+    if (!isUsable) {
+        SayTooFar(definition);
     }
     return shape;
+}
+
+void ShapeReader::SayTooFar(std::uint32_t definition) {
+    if (!log_.Keeps(DiagnosticCode::BadGeometry)) {
+        log_.Count(Severity::Warning);
+        return;
+    }
+    log_.Add(Severity::Warning, DiagnosticCode::BadGeometry, access_.File().Offset(definition),
+             "The shape #" + std::to_string(access_.File().Id(definition)) +
+                 " reaches farther than anything on Earth lies from an origin; what reaches so far is left out.");
 }
 
 // Joins runs that follow each other end to start, as exporters cut a long tray.
@@ -276,6 +317,11 @@ void ShapeReader::ReadMappedItem(std::uint32_t item, const Transform& frame, Loc
     if (mapped == nullptr) {
         return;
     }
+    // Maps keep what they hold, so there a copy costs more than in an element, which passes.
+    const std::uint64_t copies = mapped->partCount + mapped->runs.size();
+    if (!Spend(depth > 0 ? copies * kStepsPerKeptCopy : copies / kCopiesPerStep)) {
+        return;
+    }
     const Transform whole = frame * *target;
     if (local.items == 1 && mapped->partCount > 0) {
         local.onlyMap = map;
@@ -345,7 +391,7 @@ const ShapeReader::Mapped* ShapeReader::ReadMap(std::uint32_t map, int depth) {
 
 void ShapeReader::ReadExtrusion(std::uint32_t item, const Transform& frame, Local& local) {
     ValueCursor arguments = access_.Arguments(item);
-    const std::optional<Profile> profile = ReadProfile(access_.Follow(arguments.Next()), 0);
+    const std::optional<Profile> profile = ProfileOf(access_.Follow(arguments.Next()), 0);
     const Transform position = placements_.Axis2(access_.Follow(arguments.Next())).value_or(Transform());
     const Point along = placements_.Direction(access_.Follow(arguments.Next())).value_or(Point{0, 0, 1});
     const double depth = Millimetres(arguments.Next(), 0.0);
@@ -377,7 +423,7 @@ void ShapeReader::ReadExtrusion(std::uint32_t item, const Transform& frame, Loca
 
 void ShapeReader::ReadRevolution(std::uint32_t item, const Transform& frame, Local& local) {
     ValueCursor arguments = access_.Arguments(item);
-    const std::optional<Profile> profile = ReadProfile(access_.Follow(arguments.Next()), 0);
+    const std::optional<Profile> profile = ProfileOf(access_.Follow(arguments.Next()), 0);
     const Transform position = placements_.Axis2(access_.Follow(arguments.Next())).value_or(Transform());
     const std::uint32_t axis = access_.Follow(arguments.Next());
     const std::optional<double> angle = arguments.Next().Number();
@@ -408,26 +454,21 @@ void ShapeReader::ReadRevolution(std::uint32_t item, const Transform& frame, Loc
 
 void ShapeReader::ReadSweptDisk(std::uint32_t item, const Transform& frame, Local& local) {
     ValueCursor arguments = access_.Arguments(item);
-    points_.clear();
-    const bool whole = ReadCurve(access_, placements_, access_.Follow(arguments.Next()), points_);
+    const CurveExtent curve = ExtentOf(access_.Follow(arguments.Next()));
     const double radius = Millimetres(arguments.Next(), 0.0);
-    if (!whole || points_.size() < 2 || !(radius >= 0.0)) {
+    if (!curve.isRun || !(radius >= 0.0)) {
         return;
     }
-    Box part;
-    for (Point& point : points_) {
-        point = frame.Apply(point);
-        part.Add(point);
-    }
-    local.parts.push_back(part.Grown(radius * AxisScale(frame)));
-    local.runs.push_back(
-        {EndEvidence::SweptDisk, points_.front(), points_.back(), LengthOf(points_), radius * AxisScale(frame)});
+    const double scale = AxisScale(frame);
+    local.parts.push_back(ifc::Mapped(frame, curve.box).Grown(radius * scale));
+    local.runs.push_back({EndEvidence::SweptDisk, frame.Apply(curve.first), frame.Apply(curve.last),
+                          curve.length * scale, radius * scale});
 }
 
 // A section swept along a directrix: the box around the directrix, grown by the section's half diagonal.
 void ShapeReader::ReadSweptCurve(std::uint32_t item, const Transform& frame, Local& local) {
     ValueCursor arguments = access_.Arguments(item);
-    const std::optional<Profile> profile = ReadProfile(access_.Follow(arguments.Next()), 0);
+    const std::optional<Profile> profile = ProfileOf(access_.Follow(arguments.Next()), 0);
     const Transform position = placements_.Axis2(access_.Follow(arguments.Next())).value_or(Transform());
     points_.clear();
     if (!profile || !ReadCurve(access_, placements_, access_.Follow(arguments.Next()), points_) || points_.size() < 2) {
@@ -478,45 +519,53 @@ void ShapeReader::ReadPrimitive(std::uint32_t item, const Transform& frame, Loca
 
 void ShapeReader::ReadPoints(std::uint32_t item, const Transform& frame, Local& local, int depth) {
     Box part;
-    CollectPoints(item, frame, part, depth);
+    CollectPoints(item, part, depth);
     if (!part.IsEmpty()) {
-        local.parts.push_back(part);
+        local.parts.push_back(ifc::Mapped(frame, part));
     }
 }
 
 // Adds the corners of everything that is made of faces.
-void ShapeReader::CollectPoints(std::uint32_t item, const Transform& frame, Box& box, int depth) {
+void ShapeReader::CollectPoints(std::uint32_t item, Box& box, int depth) {
     if (item == kNoInstance || depth > kMaxItemDepth || !Spend()) {
         return;
     }
+    if (!HoldsMany(access_.ShapeOf(item)) || !met_.IsSecond(item)) {
+        AddPoints(item, box, depth);
+        return;
+    }
+    if (boxes_.try_emplace(item).second) {
+        Box own;
+        AddPoints(item, own, depth);
+        boxes_[item] = own;
+    }
+    box.Add(boxes_[item]);
+}
+
+void ShapeReader::AddPoints(std::uint32_t item, Box& box, int depth) {
     std::size_t position = 0;
     switch (access_.ShapeOf(item)) {
         case Shape::PolyLoop: {
             ValueCursor members = Members(access_.Argument(item, 0));
             for (Value one = members.Next(); one.kind != ValueKind::Missing; one = members.Next()) {
                 if (const std::optional<Point> point = placements_.PointAt(access_.Follow(one))) {
-                    box.Add(frame.Apply(*point));
+                    box.Add(*point);
                 }
             }
             return;
         }
         case Shape::TriangulatedFaces:
-        case Shape::PolygonalFaces: {
-            points_.clear();
-            ReadCoordinateList(access_, placements_, access_.Follow(access_.Argument(item, 0)), points_);
-            for (const Point& point : points_) {
-                box.Add(frame.Apply(point));
-            }
+        case Shape::PolygonalFaces:
+            AddCoordinates(access_.Follow(access_.Argument(item, 0)), box);
             return;
-        }
         case Shape::VertexPoint:
             if (const std::optional<Point> point = placements_.PointAt(access_.Follow(access_.Argument(item, 0)))) {
-                box.Add(frame.Apply(*point));
+                box.Add(*point);
             }
             return;
         case Shape::EdgeCurve:
-            CollectPoints(access_.Follow(access_.Argument(item, 0)), frame, box, depth + 1);
-            CollectPoints(access_.Follow(access_.Argument(item, 1)), frame, box, depth + 1);
+            CollectPoints(access_.Follow(access_.Argument(item, 0)), box, depth + 1);
+            CollectPoints(access_.Follow(access_.Argument(item, 1)), box, depth + 1);
             return;
         case Shape::OrientedEdge:
             position = 2;
@@ -533,13 +582,35 @@ void ShapeReader::CollectPoints(std::uint32_t item, const Transform& frame, Box&
     }
     const Value inner = access_.Argument(item, position);
     if (inner.kind == ValueKind::Reference) {
-        CollectPoints(access_.Follow(inner), frame, box, depth + 1);
+        CollectPoints(access_.Follow(inner), box, depth + 1);
         return;
     }
     ValueCursor members = Members(inner);
     for (Value one = members.Next(); one.kind != ValueKind::Missing; one = members.Next()) {
-        CollectPoints(access_.Follow(one), frame, box, depth + 1);
+        CollectPoints(access_.Follow(one), box, depth + 1);
     }
+}
+
+// Face sets may share one list of coordinates.
+void ShapeReader::AddCoordinates(std::uint32_t list, Box& box) {
+    if (list == kNoInstance) {
+        return;
+    }
+    const auto known = boxes_.find(list);
+    if (known != boxes_.end()) {
+        box.Add(known->second);
+        return;
+    }
+    points_.clear();
+    ReadCoordinateList(access_, placements_, list, points_);
+    Box own;
+    for (const Point& point : points_) {
+        own.Add(point);
+    }
+    if (met_.IsSecond(list)) {
+        boxes_[list] = own;
+    }
+    box.Add(own);
 }
 
 void ShapeReader::ReadAxis(std::uint32_t item, const Transform& frame, Local& local, int depth) {
@@ -553,20 +624,54 @@ void ShapeReader::ReadAxis(std::uint32_t item, const Transform& frame, Local& lo
         }
         return;
     }
-    points_.clear();
-    if (!ReadCurve(access_, placements_, item, points_) || points_.size() < 2) {
+    const CurveExtent curve = ExtentOf(item);
+    if (!curve.isRun) {
         return;
     }
-    for (Point& point : points_) {
-        point = frame.Apply(point);
-    }
-    local.runs.push_back({EndEvidence::Axis, points_.front(), points_.back(), LengthOf(points_), 0.0});
+    local.runs.push_back(
+        {EndEvidence::Axis, frame.Apply(curve.first), frame.Apply(curve.last), curve.length * AxisScale(frame), 0.0});
 }
 
-std::optional<ShapeReader::Profile> ShapeReader::ReadProfile(std::uint32_t profile, int depth) {
+ShapeReader::CurveExtent ShapeReader::ExtentOf(std::uint32_t curve) {
+    if (curve == kNoInstance || !met_.IsSecond(curve)) {
+        return ReadExtent(curve);
+    }
+    const auto known = curves_.find(curve);
+    return known != curves_.end() ? known->second : curves_.emplace(curve, ReadExtent(curve)).first->second;
+}
+
+ShapeReader::CurveExtent ShapeReader::ReadExtent(std::uint32_t curve) {
+    points_.clear();
+    CurveExtent extent;
+    const bool isWhole = ReadCurve(access_, placements_, curve, points_);
+    for (const Point& point : points_) {
+        extent.box.Add(point);
+    }
+    extent.isRun = isWhole && points_.size() >= 2;
+    if (extent.isRun) {
+        extent.first = points_.front();
+        extent.last = points_.back();
+        extent.length = LengthOf(points_);
+    }
+    return extent;
+}
+
+std::optional<ShapeReader::Profile> ShapeReader::ProfileOf(std::uint32_t profile, int depth) {
     if (profile == kNoInstance || depth > kMaxItemDepth || !Spend()) {
         return std::nullopt;
     }
+    if (!met_.IsSecond(profile)) {
+        return ReadProfile(profile, depth);
+    }
+    if (profiles_.try_emplace(profile).second) {
+        const std::optional<Profile> read = ReadProfile(profile, depth);
+        profiles_[profile] = read;
+    }
+    return profiles_[profile];
+}
+
+// Requires: an instance.
+std::optional<ShapeReader::Profile> ShapeReader::ReadProfile(std::uint32_t profile, int depth) {
     const Shape shape = access_.ShapeOf(profile);
     ValueCursor arguments = access_.Arguments(profile);
     arguments.Skip(2);
@@ -575,19 +680,14 @@ std::optional<ShapeReader::Profile> ShapeReader::ReadProfile(std::uint32_t profi
     double height = 0.0;
     switch (shape) {
         case Shape::ArbitraryProfile: {
-            points_.clear();
-            ReadCurve(access_, placements_, access_.Follow(arguments.Next()), points_);
-            Box box;
-            for (const Point& point : points_) {
-                box.Add(point);
-            }
+            const Box box = ExtentOf(access_.Follow(arguments.Next())).box;
             if (box.IsEmpty()) {
                 return std::nullopt;
             }
             return Profile{box.low, box.high, 0.0};
         }
         case Shape::DerivedProfile: {
-            const std::optional<Profile> parent = ReadProfile(access_.Follow(arguments.Next()), depth + 1);
+            const std::optional<Profile> parent = ProfileOf(access_.Follow(arguments.Next()), depth + 1);
             const Transform frame = placements_.Operator(access_.Follow(arguments.Next())).value_or(Transform());
             if (!parent) {
                 return std::nullopt;
@@ -599,7 +699,7 @@ std::optional<ShapeReader::Profile> ShapeReader::ReadProfile(std::uint32_t profi
             ValueCursor members = Members(arguments.Next());
             Box box;
             for (Value one = members.Next(); one.kind != ValueKind::Missing; one = members.Next()) {
-                if (const std::optional<Profile> part = ReadProfile(access_.Follow(one), depth + 1)) {
+                if (const std::optional<Profile> part = ProfileOf(access_.Follow(one), depth + 1)) {
                     box.Add(part->low);
                     box.Add(part->high);
                 }

@@ -3,8 +3,10 @@
 
 #include "ifc/BuildingModel.h"
 #include "ifc/model/Placements.h"
+#include "ifc/model/Revisits.h"
 
 #include <cstdint>
+#include <optional>
 #include <unordered_map>
 #include <vector>
 
@@ -32,8 +34,9 @@ struct ElementShape {
     Run run;  // world; evidence None without one
 };
 
-// Reads the representations of products. Shapes that many elements share through a map are read once.
-// Takes at most a fixed number of steps for each instance of the file, whatever refers to what. Not thread-safe.
+// Reads the representations of products. Shapes that many elements share through a map are read once; other parts of
+// shapes that are met more than once (profiles, curves, faces, lists of points) at most twice. Takes at most a fixed
+// number of steps for each instance of the file, whatever refers to what. Not thread-safe.
 class ShapeReader {
   public:
     ShapeReader(const Access& access, Placements& placements, DiagnosticLog& log);
@@ -44,6 +47,8 @@ class ShapeReader {
 
     // The parts that the bodies refer to. Ends the reader's use.
     std::vector<Box> TakeParts() { return std::move(parts_); }
+    // Returns: how many steps were taken so far.
+    std::uint64_t Steps() const { return steps_; }
 
   private:
     // A shape in local coordinates.
@@ -73,6 +78,14 @@ class ShapeReader {
         std::uint32_t partCount = 0;
         std::vector<Run> runs;
     };
+    // What shapes ask of a curve, in its own coordinates.
+    struct CurveExtent {
+        Box box;  // of the points that could be read
+        Point first;
+        Point last;
+        double length = 0.0;
+        bool isRun = false;  // the whole curve could be read, and has two points at least
+    };
     enum class Kind : std::uint8_t { Body, Axis, Box, Skip };
 
     static Kind KindOfRepresentation(std::string_view identifier, std::string_view type);
@@ -86,11 +99,17 @@ class ShapeReader {
     void ReadSweptCurve(std::uint32_t item, const Transform& frame, Local& local);
     void ReadPrimitive(std::uint32_t item, const Transform& frame, Local& local);
     void ReadPoints(std::uint32_t item, const Transform& frame, Local& local, int depth);
-    void CollectPoints(std::uint32_t item, const Transform& frame, Box& box, int depth);
+    void CollectPoints(std::uint32_t item, Box& box, int depth);
+    void AddPoints(std::uint32_t item, Box& box, int depth);
+    void AddCoordinates(std::uint32_t list, Box& box);
     void ReadAxis(std::uint32_t item, const Transform& frame, Local& local, int depth);
+    CurveExtent ExtentOf(std::uint32_t curve);
+    CurveExtent ReadExtent(std::uint32_t curve);
+    std::optional<Profile> ProfileOf(std::uint32_t profile, int depth);
     std::optional<Profile> ReadProfile(std::uint32_t profile, int depth);
     double Millimetres(const part21::Value& value, double missing) const;
-    bool Spend();
+    bool Spend(std::uint64_t steps = 1);
+    void SayTooFar(std::uint32_t definition);
 
     // Turns a single mapped item into parts of the common frame, because it is no longer the only one.
     void Flatten(Local& local) const;
@@ -103,10 +122,18 @@ class ShapeReader {
     std::vector<Box> parts_;
     std::unordered_map<std::uint32_t, Mapped> maps_;
     std::vector<Point> points_;
+    // What was met more than once, by its index. An entry is there, and empty, while it is read for the second time:
+    // what leads back to itself adds nothing to what it is.
+    Revisits met_;
+    std::unordered_map<std::uint32_t, Box> boxes_;
+    std::unordered_map<std::uint32_t, CurveExtent> curves_;
+    std::unordered_map<std::uint32_t, std::optional<Profile>> profiles_;
     // Of the element being read: from its body, and from the box that some files give beside it.
     Local body_;
     Local box_;
-    std::uint64_t budget_;
+    std::uint64_t budget_;  // most steps
+    std::uint64_t steps_ = 0;
+    bool isExhausted_ = false;
 };
 
 }  // namespace norvex::ifc

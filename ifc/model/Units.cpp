@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "ifc/model/Units.h"
 
+#include "ifc/BuildingModel.h"
 #include "ifc/part21/CharClass.h"
 
 #include <cmath>
@@ -47,12 +48,12 @@ std::optional<Unit> ReadUnit(const Access& access, std::uint32_t index, std::str
     for (int depth = 0; depth < kMaxUnitDepth; ++depth) {
         const Shape shape = access.ShapeOf(index);
         if (shape == Shape::SiUnit) {
-            const std::string_view prefix = access.Argument(index, 2).Word();
+            const std::string_view prefix = access.Argument(index, 2).Word().substr(0, kMaxTextBytes);
             for (const Prefix& known : kPrefixes) {
                 factor *= known.word == prefix ? known.factor : 1.0;
             }
             if (name.empty()) {
-                name = std::string(prefix) + std::string(access.Argument(index, 3).Word());
+                name = std::string(prefix) + std::string(access.Argument(index, 3).Word().substr(0, kMaxTextBytes));
             }
             return access.Argument(index, 1).Word() == wanted ? std::optional(Unit{name, factor}) : std::nullopt;
         }
@@ -60,7 +61,7 @@ std::optional<Unit> ReadUnit(const Access& access, std::uint32_t index, std::str
             return std::nullopt;
         }
         if (name.empty()) {
-            name = Upper(access.Argument(index, 2).Text());
+            name = Upper(access.Argument(index, 2).Text(kMaxTextBytes));
         }
         const std::uint32_t measure = access.Follow(access.Argument(index, 3));
         if (access.ShapeOf(measure) != Shape::MeasureWithUnit) {

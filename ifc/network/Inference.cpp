@@ -17,16 +17,20 @@ constexpr std::size_t kMaxCandidates = 1024;
 // Cells for bodies, small and large, and how many of them one body may fill.
 constexpr double kBodyCell = 500.0;        // mm
 constexpr double kLargeBodyCell = 8000.0;  // mm
-constexpr std::int64_t kMaxBodyCells = 4096;
+constexpr double kMaxBodyCells = 4096.0;
+// A run is put into the cells along it, piece by piece: two kilometres of the widest pipe that is laid take about as
+// many.
+constexpr double kMaxRunCells = 65536.0;
 // How far a node may lie beside an end's axis and still be on it.
 constexpr double kBesideAxis = 3.0;  // mm
 
 class Inference {
   public:
-    Inference(const NetworkInput& input, const BuildingModel& model, Joints& joints)
+    Inference(const NetworkInput& input, const BuildingModel& model, Joints& joints, ReadWork& work)
         : input_(input),
           model_(model),
           joints_(joints),
+          work_(work),
           points_(kAxisReach),
           small_(kBodyCell),
           large_(kLargeBodyCell) {}
@@ -37,10 +41,11 @@ class Inference {
         CollectBodies();
         FromBodies();
         FromAxes();
-        if (crowded_) {
+        if (crowded_ > 0) {
             log.AddGeneral(Severity::Warning, DiagnosticCode::LimitReached,
                            "Some ends lie among more than " + std::to_string(kMaxCandidates) +
-                               " others; connections between them may be missing.");
+                               " others; connections between them may be missing (" + std::to_string(crowded_) +
+                               (crowded_ == 1 ? " search ended early)." : " searches ended early)."));
         }
     }
 
@@ -133,6 +138,7 @@ class Inference {
                     nearest = &other;
                     nearestDistance = distance;
                 }
+                return nearest == nullptr || nearestDistance > 0.0;
             });
             if (nearest != nullptr) {
                 Connect(place, *nearest, ConnectionEvidence::EndToEnd, nearestDistance);
@@ -164,25 +170,28 @@ class Inference {
             if (element.kind == ElementKind::Other || element.box.IsEmpty()) {
                 continue;
             }
-            if (element.kind == ElementKind::Segment && input_.radii[i] > 0.0) {
-                AddAlongAxis(i, input_.radii[i]);
-            } else if (!AddBox(small_, i, element.box)) {
-                AddBox(large_, i, element.box);
+            const bool isRound = element.kind == ElementKind::Segment && input_.radii[i] > 0.0;
+            for (SpatialHash* cells : {&small_, &large_}) {
+                if (isRound ? AddAlongAxis(*cells, i, input_.radii[i]) : AddBox(*cells, i, element.box)) {
+                    break;
+                }
             }
         }
         small_.Build();
         large_.Build();
     }
 
-    static bool AddBox(SpatialHash& hash, std::uint32_t element, const Box& box) {
+    // Returns: false, with nothing added, when the box fills too many cells.
+    bool AddBox(SpatialHash& hash, std::uint32_t element, const Box& box) {
         const Box grown = box.Grown(kBodyReach);
         const SpatialHash::Cell low = hash.CellOf(grown.low);
         const SpatialHash::Cell high = hash.CellOf(grown.high);
         const double cells = static_cast<double>(high.x - low.x + 1) * static_cast<double>(high.y - low.y + 1) *
                              static_cast<double>(high.z - low.z + 1);
-        if (!(cells <= static_cast<double>(kMaxBodyCells))) {
+        if (!(cells <= kMaxBodyCells)) {
             return false;
         }
+        work_.gridCells += static_cast<std::uint64_t>(cells);
         for (std::int64_t x = low.x; x <= high.x; ++x) {
             for (std::int64_t y = low.y; y <= high.y; ++y) {
                 for (std::int64_t z = low.z; z <= high.z; ++z) {
@@ -194,19 +203,25 @@ class Inference {
     }
 
     // A long pipe that runs aslant fills the cells along it, not those of the box around it.
-    void AddAlongAxis(std::uint32_t index, double radius) {
+    // Returns: false, with nothing added, when even these are too many.
+    bool AddAlongAxis(SpatialHash& hash, std::uint32_t index, double radius) {
         const Point start = model_.elements[index].start;
         const Point along = model_.elements[index].end - start;
-        const double steps = std::ceil(Length(along) / kBodyCell) + 1.0;
-        if (!(steps <= static_cast<double>(kMaxBodyCells))) {
-            return;
+        const double steps = std::ceil(Length(along) / hash.CellSize()) + 1.0;
+        const auto most = [&](double side) {
+            return std::floor((std::abs(side) / steps + 2.0 * (radius + kBodyReach)) / hash.CellSize()) + 2.0;
+        };
+        const double cellsOfStep = most(along.x) * most(along.y) * most(along.z);
+        if (!(cellsOfStep <= kMaxBodyCells) || !(steps * cellsOfStep <= kMaxRunCells)) {
+            return false;
         }
         for (double step = 0.0; step < steps; step += 1.0) {
             Box box;
             box.Add(start + along * (step / steps));
             box.Add(start + along * ((step + 1.0) / steps));
-            AddBox(small_, index, box.Grown(radius));
+            AddBox(hash, index, box.Grown(radius));
         }
+        return true;
     }
 
     // Returns: how well the element's body holds the point, smaller is better; nothing when it does not.
@@ -239,7 +254,7 @@ class Inference {
             const auto look = [&](std::uint32_t index) {
                 const Element& element = model_.elements[index];
                 if (index == place.element || index == best || !Holds(index, place.point)) {
-                    return;
+                    return true;
                 }
                 const double rank = Rank(element, place.point);
                 const std::uint32_t node = IsHub(element.kind) ? joints_.NodeOfHub(index) : kNoIndex;
@@ -248,6 +263,7 @@ class Inference {
                     best = index;
                     bestRank = rank;
                 }
+                return true;
             };
             Look(small_, place.point, 0.0, look);
             Look(large_, place.point, 0.0, look);
@@ -284,7 +300,7 @@ class Inference {
             Look(points_, place.point, kAxisReach, [&](std::uint32_t index) {
                 const Place& other = places_[index];
                 if (!IsHub(model_.elements[other.element].kind) || IsAway(other)) {
-                    return;
+                    return true;
                 }
                 const Point offset = other.point - place.point;
                 const double ahead = Dot(offset, along);
@@ -294,6 +310,7 @@ class Inference {
                     nearest = &other;
                     nearestDistance = ahead;
                 }
+                return nearest == nullptr || nearestDistance > 0.0;
             });
             if (nearest != nullptr) {
                 Connect(place, *nearest, ConnectionEvidence::OnAxis, nearestDistance);
@@ -303,31 +320,36 @@ class Inference {
 
     bool IsAway(const Place& place) const { return place.port != kNoIndex && joints_.IsRemote(place.port); }
 
+    // Shows what lies around a point until visit(item) returns false: nothing better can come.
     template <typename Visit>
     void Look(const SpatialHash& hash, const Point& point, double reach, Visit visit) {
         std::size_t looked = 0;
+        bool goOn = true;
         hash.Around(point, reach, [&](std::uint32_t item) {
-            visit(item);
-            crowded_ = crowded_ || ++looked >= kMaxCandidates;
-            return looked < kMaxCandidates;
+            goOn = visit(item);
+            return ++looked < kMaxCandidates && goOn;
         });
+        crowded_ += looked >= kMaxCandidates && goOn ? 1 : 0;
+        work_.candidates += looked;
     }
 
     const NetworkInput& input_;
     const BuildingModel& model_;
     Joints& joints_;
+    ReadWork& work_;
     std::vector<Place> places_;
     std::vector<bool> metPorts_;
     SpatialHash points_;
     SpatialHash small_;
     SpatialHash large_;
-    bool crowded_ = false;
+    std::uint64_t crowded_ = 0;  // looks that ended early
 };
 
 }  // namespace
 
-void InferConnections(const NetworkInput& input, const BuildingModel& model, Joints& joints, DiagnosticLog& log) {
-    Inference(input, model, joints).Run(log);
+void InferConnections(const NetworkInput& input, const BuildingModel& model, Joints& joints, DiagnosticLog& log,
+                      ReadWork& work) {
+    Inference(input, model, joints, work).Run(log);
 }
 
 }  // namespace norvex::ifc

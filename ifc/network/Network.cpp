@@ -118,11 +118,11 @@ void CountEnds(BuildingModel& model, DiagnosticLog& log) {
 
 }  // namespace
 
-void BuildNetwork(const NetworkInput& input, bool infer, BuildingModel& model, DiagnosticLog& log) {
+void BuildNetwork(const NetworkInput& input, bool infer, BuildingModel& model, DiagnosticLog& log, ReadWork& work) {
     Joints joints(input, model);
     joints.JoinStated(log);
     if (infer) {
-        InferConnections(input, model, joints, log);
+        InferConnections(input, model, joints, log, work);
     }
     joints.Settle();
     MarkPlaced(input, model, log);

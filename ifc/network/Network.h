@@ -2,6 +2,7 @@
 #pragma once
 
 #include "ifc/BuildingModel.h"
+#include "ifc/ReadWork.h"
 #include "ifc/model/Shapes.h"
 #include "ifc/part21/DiagnosticLog.h"
 
@@ -37,6 +38,6 @@ struct NetworkInput {
 
 // Finds the connections, snaps ends to junctions and gathers networks. Fills the model's connections, junctions,
 // networks and the elements' ends; `infer`: also from geometry. Near-linear in the number of elements.
-void BuildNetwork(const NetworkInput& input, bool infer, BuildingModel& model, DiagnosticLog& log);
+void BuildNetwork(const NetworkInput& input, bool infer, BuildingModel& model, DiagnosticLog& log, ReadWork& work);
 
 }  // namespace norvex::ifc
