@@ -60,7 +60,13 @@ Transform FrameOf(const Point& origin, const Point& z, const Point& wish) {
 }  // namespace
 
 Placements::Placements(const Access& access, const Units& units, DiagnosticLog& log)
-    : access_(access), units_(units), log_(log), cache_(kCacheSize) {
+    : access_(access),
+      units_(units),
+      log_(log),
+      cache_(std::min(kCacheSize, std::bit_ceil(std::size_t{access.File().InstanceCount()} + 1))),
+      directions_(access.File().InstanceCount()),
+      frames_(access.File().InstanceCount()),
+      operators_(access.File().InstanceCount()) {
 }
 
 std::optional<Point> Placements::Coordinates(const Value& list) {
@@ -176,7 +182,7 @@ std::optional<Transform> Placements::World(std::uint32_t index) {
     Transform frame;
     std::uint32_t at = index;
     while (at != part21::kNoInstance) {
-        const Cached& cached = cache_[at % kCacheSize];
+        const Cached& cached = cache_[at & (cache_.size() - 1)];
         if (cached.index == at) {
             frame = cached.frame;
             break;
@@ -210,7 +216,7 @@ std::optional<Transform> Placements::World(std::uint32_t index) {
     }
     for (std::size_t i = chain_.size(); i-- > 0;) {
         frame = frame * chain_[i].frame;
-        cache_[chain_[i].index % kCacheSize] = {chain_[i].index, frame};
+        cache_[chain_[i].index & (cache_.size() - 1)] = {chain_[i].index, frame};
     }
     return IsFinite(frame.origin) ? std::optional(frame) : std::nullopt;
 }

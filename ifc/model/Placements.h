@@ -6,6 +6,10 @@
 #include "ifc/model/Units.h"
 #include "ifc/part21/DiagnosticLog.h"
 
+#include <algorithm>
+#include <bit>
+#include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <vector>
 
@@ -42,10 +46,13 @@ class Placements {
     template <typename What>
     class Recent {
       public:
+        // `instances`: how many the file has; of a small one there is no more to keep.
+        explicit Recent(std::size_t instances) : slots_(std::min(kSlots, std::bit_ceil(instances + 1))) {}
+
         // Returns: what `read` gives, or gave when it was asked for this index before.
         template <typename Read>
         std::optional<What> Get(std::uint32_t index, Read read) {
-            Slot& slot = slots_[index % kSlots];
+            Slot& slot = slots_[index & (slots_.size() - 1)];
             if (slot.index == index) {
                 return slot.what;
             }
@@ -62,7 +69,7 @@ class Placements {
             std::uint32_t index = part21::kNoInstance;
             What what;
         };
-        std::vector<Slot> slots_ = std::vector<Slot>(kSlots);
+        std::vector<Slot> slots_;
     };
     struct Step {
         Transform frame;

@@ -87,6 +87,7 @@ TEST(ReadingThreads, SayWhatTheyNoticeInTheOrderOfReadingOneAfterTheOther) {
 // What is kept of a log with little room is the beginning of what one with much room keeps, code by code.
 TEST(ReadingThreads, KeepAtTheLimitWhatReadingOneAfterTheOtherKeeps) {
     const std::string text = ModelWithTroubleEverywhere(40);
+    ASSERT_GT(text.size(), 32768U) << "smaller files are read in one thread";
     const BuildingModel all = Read(text, 100'000);
     const BuildingModel some = Read(text, 40);
     EXPECT_EQ(all.counts.warnings, some.counts.warnings);
@@ -103,6 +104,7 @@ TEST(ReadingThreads, KeepAtTheLimitWhatReadingOneAfterTheOtherKeeps) {
 
 TEST(ReadingThreads, ReadTheSameWhateverElseIsReadMeanwhile) {
     const std::string text = ModelWithTroubleEverywhere(30);
+    ASSERT_GT(text.size(), 32768U) << "smaller files are read in one thread";
     const BuildingModel alone = Read(text, 200);
     std::vector<std::vector<std::string>> noticed(6);
     std::vector<std::vector<Point>> places(6);
