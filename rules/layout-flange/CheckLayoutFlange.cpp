@@ -76,19 +76,26 @@ class Search {
         for (const ZrOwEntity* fitting : m_fittings) {
             if (IsFlange(*fitting)) {
                 for (const ZrOwEntity* joined : m_joints.Of(*fitting)) {
-                    m_flangesOf[joined].push_back(ZrOwFittingBase::cast(fitting)->GetPosition());
+                    NoteFlange(*joined, ZrOwFittingBase::cast(fitting)->GetPosition());
                 }
             }
         }
     }
 
-    // The pipes that meet the equipment, directly or through fittings, without any flange between. By handle.
-    std::vector<ZrOwEntity*> UnflangedPipesAt(const ZrOwEntity& equipment) const {
+    // The pipes that meet the equipment, directly or through fittings, without any flange between. By handle. Nothing
+    // when more hangs together there than is looked at: then it cannot be said.
+    std::optional<std::vector<ZrOwEntity*>> UnflangedPipesAt(const ZrOwEntity& equipment) const {
         std::vector<ZrOwEntity*> unflanged;
         std::vector<const ZrOwEntity*> ways{&equipment};
         std::set<const ZrOwEntity*> seen{&equipment};
+        std::size_t looks = 0;
         for (std::size_t i = 0; i < ways.size() && !SaysFlanged(equipment); ++i) {
-            for (ZrOwEntity* next : m_joints.Of(*ways[i])) {
+            const std::vector<ZrOwEntity*> joined = m_joints.Of(*ways[i]);
+            looks += joined.size();
+            if (m_joints.IsCrowded(*ways[i]) || looks > Joints::kMostLooks) {
+                return std::nullopt;
+            }
+            for (ZrOwEntity* next : joined) {
                 if (!seen.insert(next).second || IsFlange(*next)) {
                     continue;
                 }
@@ -141,18 +148,23 @@ class Search {
 
     // Where joints were found by shape, equipment may be said to meet a pipe that ends at its flange.
     bool HasFlangeTowards(const ZrOwEntity& entity, const ZrOwEntity& from) const {
-        const auto flanges = m_flangesOf.find(&entity);
+        const auto flanged = m_flangedEnds.find(&entity);
         const ZrOwPolyLine* pipe = ZrOwPolyLine::cast(&entity);
         AcGePoint3d place;
-        if (flanges == m_flangesOf.end() || pipe == nullptr || from.pntNamePos(place) != Acad::eOk) {
+        if (flanged == m_flangedEnds.end() || pipe == nullptr || from.pntNamePos(place) != Acad::eOk) {
             return false;
         }
-        const AcGePoint3d start = pipe->GetStartPoint();
-        const AcGePoint3d end = pipe->GetEndPoint();
-        const AcGePoint3d& towards = place.distanceTo(start) < place.distanceTo(end) ? start : end;
-        return std::any_of(flanges->second.begin(), flanges->second.end(), [&](const AcGePoint3d& flange) {
-            return CEntFindMethod::Is2PtNear(flange, towards, kSamePoint);
-        });
+        const bool towardsStart = place.distanceTo(pipe->GetStartPoint()) < place.distanceTo(pipe->GetEndPoint());
+        return towardsStart ? flanged->second.start : flanged->second.end;
+    }
+
+    // Of many flanges at one pipe, all that matters is which of its ends have one.
+    void NoteFlange(const ZrOwEntity& entity, const AcGePoint3d& flange) {
+        if (const ZrOwPolyLine* pipe = ZrOwPolyLine::cast(&entity)) {
+            Flanged& ends = m_flangedEnds[&entity];
+            ends.start = ends.start || CEntFindMethod::Is2PtNear(flange, pipe->GetStartPoint(), kSamePoint);
+            ends.end = ends.end || CEntFindMethod::Is2PtNear(flange, pipe->GetEndPoint(), kSamePoint);
+        }
     }
 
     std::vector<CString> m_words;
@@ -162,7 +174,11 @@ class Search {
     std::set<ZrOwEntity*> m_pipes;
     std::vector<ZrOwEntity*> m_fittings;
     Joints m_joints;
-    std::map<const ZrOwEntity*, std::vector<AcGePoint3d>> m_flangesOf;
+    struct Flanged {
+        bool start = false;
+        bool end = false;
+    };
+    std::map<const ZrOwEntity*, Flanged> m_flangedEnds;
 };
 
 // Specialties for which the configuration names equipment; without any, those whose pipes carry a medium.
@@ -229,10 +245,14 @@ class CCheckLayoutFlange final : public norvex::rule::Rule {
                           Kind kind) {
         int done = 0;
         for (ZrOwEntity* one : equipment) {
-            for (ZrOwEntity* pipe : search.UnflangedPipesAt(*one)) {
-                Report(context, *one, *pipe, kind);
+            if (const std::optional<std::vector<ZrOwEntity*>> pipes = search.UnflangedPipesAt(*one)) {
+                for (ZrOwEntity* pipe : *pipes) {
+                    Report(context, *one, *pipe, kind);
+                }
+                context.Examined(1);
+            } else {
+                context.NotExamined(1, u"more hangs together at the equipment than can be told apart");
             }
-            context.Examined(1);
             if (++done % kProgressStep == 0 && !context.GoOn(done, static_cast<int>(equipment.size()))) {
                 return false;
             }

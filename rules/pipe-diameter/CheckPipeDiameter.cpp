@@ -114,9 +114,14 @@ class CCheckPipeDiameter final : public norvex::rule::Rule {
             context.NotExamined(1, u"the model does not say the diameter of what is mounted in the pipes");
             return;
         }
+        const std::vector<ZrOwEntity*> joined = joints.Of(attachment);
+        if (joints.IsCrowded(attachment)) {
+            context.NotExamined(1, u"more lies around what is mounted in the pipes than can be told apart");
+            return;
+        }
         context.Examined(1);
         std::vector<ZrOwEntity*> differing;
-        for (ZrOwEntity* pipe : joints.Of(attachment)) {
+        for (ZrOwEntity* pipe : joined) {
             const double own = NominalDiameterOf(*pipe);
             if (own > 0.0 && std::abs(own - diameter) > kDiameterTolerance) {
                 differing.push_back(pipe);

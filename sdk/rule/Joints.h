@@ -3,10 +3,12 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <set>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "norvexdata/common/ComMethod.h"
@@ -37,6 +39,10 @@ inline std::vector<ZrOwEntity*> EntitiesOf(const CategoryGroup& group, const Cat
 // time that the drawing does not say it. Entities are borrowed. For one thread at a time.
 class Joints {
   public:
+    // How many pipes and fittings are held against one entity. A distributor has dozens; where more than this lie in
+    // one place, that is no joint but a heap, and nothing tells who belongs to whom.
+    static constexpr std::size_t kMostLooks = 1024;
+
     // Only these entities are ever answered.
     explicit Joints(const std::vector<ZrOwEntity*>& entities) {
         m_byHandle.reserve(entities.size());
@@ -49,21 +55,12 @@ class Joints {
     }
 
     // As kPropertyJoined says. Of a drawing that does not say it: the pipes that end at a fitting, or within the
-    // distance at which equipment is searched for from equipment. By handle.
+    // distance at which equipment is searched for from equipment. By handle. None for what is in a crowd.
     std::vector<ZrOwEntity*> Of(const ZrOwEntity& entity) const {
         std::map<CString, ZrOwEntity*> found;
-        const CString stated = TextOf(entity, kPropertyJoined);
-        if (!stated.IsEmpty()) {
-            int start = 0;
-            for (CString handle = stated.Tokenize(u",", start); start >= 0; handle = stated.Tokenize(u",", start)) {
-                if (const auto joined = m_byHandle.find(handle); joined != m_byHandle.end()) {
-                    found.insert(*joined);
-                }
-            }
-        } else if (const ZrOwFittingBase* fitting = ZrOwFittingBase::cast(&entity)) {
-            Near(fitting->GetPosition(), kFittingReach, found);
-        } else if (const ZrOwNode* node = ZrOwNode::cast(&entity)) {
-            Near(node->GetInsertPoint(), kEquipmentReach, found);
+        if (m_crowded.count(&entity) != 0 || !Gather(entity, found)) {
+            m_crowded.insert(&entity);
+            return {};
         }
         std::vector<ZrOwEntity*> joined;
         for (const auto& [handle, each] : found) {
@@ -71,6 +68,11 @@ class Joints {
         }
         return joined;
     }
+
+    // Whether Of() found more around the entity, or joined to it, than it looks at.
+    bool IsCrowded(const ZrOwEntity& entity) const { return m_crowded.count(&entity) != 0; }
+    // How many entities were held against others so far.
+    std::uint64_t Looks() const { return m_looks; }
 
   private:
     // As near as the ends of two pipes that are one node of a pipe graph, and as equipment to a point.
@@ -82,8 +84,11 @@ class Joints {
     // Cells are as wide as the longest reach, so that what is near lies in a neighbour. Different cells may share a
     // number; distances are measured in any case.
     static Cell CellAt(const AcGePoint3d& point, int dx, int dy, int dz) {
+        // Cells farther out fall together: a whole number may not hold them.
+        static constexpr double kFarthest = 1e15;
         const auto number = [](double at, int step) {
-            return static_cast<Cell>(std::llround(at / kEquipmentReach) + step);
+            const double cell = at / kEquipmentReach;
+            return static_cast<Cell>(std::llround(cell > -kFarthest ? std::min(cell, kFarthest) : -kFarthest) + step);
         };
         return (number(point.x, dx) * 73856093U) ^ (number(point.y, dy) * 19349663U) ^
                (number(point.z, dz) * 83492791U);
@@ -99,7 +104,36 @@ class Joints {
         m_pipes.clear();
     }
 
-    void Near(const AcGePoint3d& point, double reach, std::map<CString, ZrOwEntity*>& found) const {
+    // False when there is too much to look at.
+    bool Gather(const ZrOwEntity& entity, std::map<CString, ZrOwEntity*>& found) const {
+        const CString stated = TextOf(entity, kPropertyJoined);
+        if (stated.IsEmpty()) {
+            if (const ZrOwFittingBase* fitting = ZrOwFittingBase::cast(&entity)) {
+                return Near(fitting->GetPosition(), kFittingReach, found);
+            }
+            const ZrOwNode* node = ZrOwNode::cast(&entity);
+            return node == nullptr || Near(node->GetInsertPoint(), kEquipmentReach, found);
+        }
+        int start = 0;
+        std::size_t looks = 0;
+        for (CString handle = stated.Tokenize(u",", start); start >= 0; handle = stated.Tokenize(u",", start)) {
+            if (!Look(looks)) {
+                return false;
+            }
+            if (const auto joined = m_byHandle.find(handle); joined != m_byHandle.end()) {
+                found.insert(*joined);
+            }
+        }
+        return true;
+    }
+
+    bool Look(std::size_t& looks) const {
+        ++m_looks;
+        return ++looks <= kMostLooks;
+    }
+
+    bool Near(const AcGePoint3d& point, double reach, std::map<CString, ZrOwEntity*>& found) const {
+        std::size_t looks = 0;
         if (!m_pipes.empty()) {
             GatherEnds();
         }
@@ -109,6 +143,9 @@ class Joints {
                 continue;
             }
             for (ZrOwEntity* entity : ends->second) {
+                if (!Look(looks)) {
+                    return false;
+                }
                 const ZrOwPolyLine* pipe = ZrOwPolyLine::cast(entity);
                 if (CEntFindMethod::Is2PtNear(pipe->GetStartPoint(), point, reach) ||
                     CEntFindMethod::Is2PtNear(pipe->GetEndPoint(), point, reach)) {
@@ -116,12 +153,15 @@ class Joints {
                 }
             }
         }
+        return true;
     }
 
     std::unordered_map<CString, ZrOwEntity*> m_byHandle;
     // Pipes whose ends are not gathered yet, and the ends of the others by cell.
     mutable std::vector<ZrOwEntity*> m_pipes;
     mutable std::unordered_map<Cell, std::vector<ZrOwEntity*>> m_ends;
+    mutable std::unordered_set<const ZrOwEntity*> m_crowded;
+    mutable std::uint64_t m_looks = 0;
 };
 
 }  // namespace norvex::rule

@@ -108,4 +108,15 @@ TEST(LayoutFlangeRule, HasNothingToSayWithoutEquipment) {
     EXPECT_EQ(TaskOf(report, kRule, "1F", "给排水").outcome, Outcome::NotApplicable);
 }
 
+TEST(LayoutFlangeRule, SaysThatAHeapOfPipesTellsNothing) {
+    Drawing drawing;
+    drawing.node({0, 0, 0}, "给排水\\设备\\水泵\\P1");
+    for (int i = 0; i < 1025; ++i) {
+        drawing.pipe({0, 0, 0}, {3000, 10.0 * i, 0}, kPipe65);
+    }
+    const RunReport report = RunOnFloor(std::move(drawing));
+    EXPECT_TRUE(report.findings.empty());
+    EXPECT_EQ(TaskOf(report, kRule, "1F", "给排水").notExamined, 1U);
+}
+
 }  // namespace

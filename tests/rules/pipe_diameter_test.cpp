@@ -1,4 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <vector>
+
+#include "sdk/rule/Joints.h"
 #include "tests/rules/RuleOnDrawing.h"
 
 namespace {
@@ -98,6 +101,42 @@ TEST(PipeDiameterRule, KeepsItsFeatureCodeWhenTheModelIsExportedAgain) {
     ASSERT_EQ(after.findings.size(), 1U);
     EXPECT_EQ(before.findings.front().featureCode, after.findings.front().featureCode);
     EXPECT_NE(before.findings.front().location, after.findings.front().location);
+}
+
+// Pipes that end in one point, and as many valves on it.
+Drawing Heap(int count, const char* valve) {
+    Drawing drawing;
+    for (int i = 0; i < count; ++i) {
+        drawing.pipe({0, 0, 0}, {1000, 10.0 * i, 0}, kPipe25);
+    }
+    for (int i = 0; i < count; ++i) {
+        drawing.fitting({0, 0, 0}, valve);
+    }
+    return drawing;
+}
+
+TEST(PipeDiameterRule, SaysThatAHeapOfPipesTellsNothing) {
+    const int count = static_cast<int>(norvex::rule::Joints::kMostLooks) + 1;
+    const RunReport report = RunOnFloor(Heap(count, "给排水\\附件\\阀门\\闸阀 DN32"));
+    EXPECT_TRUE(report.findings.empty());
+    EXPECT_EQ(TaskOf(report, kRule, "1F", "给排水").notExamined, static_cast<unsigned>(count));
+    EXPECT_EQ(TaskOf(report, kRule, "1F", "给排水").examined, static_cast<unsigned>(count));
+}
+
+TEST(PipeDiameterRule, LooksAtABoundedNumberOfPipesForEachValve) {
+    using norvex::rule::Joints;
+    for (const int count : {550, 1100}) {
+        Drawing drawing = Heap(count, "给排水\\附件\\阀门\\闸阀 DN32");
+        const std::vector<ZrOwEntity*> entities = drawing.entities();
+        const Joints joints(entities);
+        for (int round = 0; round < 2; ++round) {
+            for (const ZrOwEntity* entity : entities) {
+                joints.Of(*entity);
+            }
+        }
+        EXPECT_LE(joints.Looks(), 2U * (Joints::kMostLooks + 1U) * static_cast<unsigned>(count));
+        EXPECT_EQ(joints.IsCrowded(*entities.back()), count > static_cast<int>(Joints::kMostLooks));
+    }
 }
 
 }  // namespace
