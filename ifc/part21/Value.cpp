@@ -3,9 +3,11 @@
 
 #include "ifc/part21/Text.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstring>
+#include <limits>
 
 namespace norvex::ifc::part21 {
 
@@ -61,6 +63,32 @@ std::string_view Between(const char* begin, const char* end) {
     return {begin, static_cast<std::size_t>(end - begin)};
 }
 
+// The number behind the "E", cut to 32 bits, which no text is long enough to make up for; 0 for a number without one.
+std::int64_t Exponent(std::string_view number) {
+    const std::size_t mark = number.find_first_of("eE");
+    if (mark == std::string_view::npos) {
+        return 0;
+    }
+    std::string_view digits = number.substr(mark + 1);
+    digits.remove_prefix(digits.starts_with('+') ? 1 : 0);
+    std::int64_t exponent = 0;
+    constexpr std::int64_t kLowest = std::numeric_limits<std::int32_t>::min();
+    constexpr std::int64_t kHighest = std::numeric_limits<std::int32_t>::max();
+    if (std::from_chars(digits.data(), digits.data() + digits.size(), exponent).ec == std::errc::result_out_of_range) {
+        return digits.starts_with('-') ? kLowest : kHighest;
+    }
+    return std::clamp(exponent, kLowest, kHighest);
+}
+
+// Whether a number that no double holds is too small for it rather than too large, by the power of ten of its first
+// digit that counts.
+bool IsTooSmall(std::string_view number) {
+    const std::string_view digits = number.substr(0, number.find_first_of("eE"));
+    const auto point = static_cast<std::int64_t>(std::min(digits.find('.'), digits.size()));
+    const auto first = static_cast<std::int64_t>(digits.find_first_of("123456789"));
+    return Exponent(number) + point - first < 0;
+}
+
 }  // namespace
 
 const char* PassBlanksSlowly(const char* at, const char* end) {
@@ -99,9 +127,7 @@ std::optional<double> Value::Number() const {
     const auto [stop, error] = std::from_chars(begin, end, number);
     if (error == std::errc::result_out_of_range) {
         // Too small for a double is as good as zero; too large is no number to build with.
-        const bool tiny =
-            inner.text.find("E-") != std::string_view::npos || inner.text.find("e-") != std::string_view::npos;
-        return tiny ? std::optional(0.0) : std::nullopt;
+        return IsTooSmall(inner.text) ? std::optional(0.0) : std::nullopt;
     }
     if (error != std::errc() || stop != end || !std::isfinite(number)) {
         return std::nullopt;

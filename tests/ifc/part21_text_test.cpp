@@ -87,6 +87,13 @@ TEST(Part21Value, ReadsNumbersAsExportersWriteThem) {
     EXPECT_EQ(number("1.E-400"), 0.0);
     EXPECT_EQ(number("1.E400"), std::nullopt);
     EXPECT_EQ(number("-1.E400"), std::nullopt);
+    EXPECT_EQ(number("1" + std::string(500, '0') + ".E-5"), std::nullopt);
+    EXPECT_EQ(number("1" + std::string(500, '0') + ".E-999"), 0.0);
+    EXPECT_EQ(number("0." + std::string(500, '0') + "1"), 0.0);
+    EXPECT_EQ(number("-0." + std::string(500, '0') + "1E+9"), 0.0);
+    EXPECT_EQ(number("0." + std::string(500, '0') + "1E999"), std::nullopt);
+    EXPECT_EQ(number("1.E99999999999999999999"), std::nullopt);
+    EXPECT_EQ(number("1.E-99999999999999999999"), 0.0);
     EXPECT_EQ(number("1.2.3"), std::nullopt);
     EXPECT_EQ(number("nan"), std::nullopt);
     EXPECT_EQ(number("'1'"), std::nullopt);
