@@ -2,13 +2,24 @@
 # SPDX-License-Identifier: Apache-2.0
 # Builds and runs all tests: g++ release, clang with ASan and UBSan, clang with TSan for what uses threads.
 # Installs what is missing. The layer check, the header check and the out-of-tree install test are part of the release run.
+# test.sh fuzz [MINUTES] runs the fuzz targets instead: all in that time, or each until its goal (fuzz/README.md).
 set -euo pipefail
 CDPATH="" cd -- "$(dirname -- "$0")"
 
 tools/install_packages.sh test
-tools/install_packages.sh browser
 mkdir -p build
 jobs=$(nproc)
+
+if [ "${1:-}" = fuzz ]; then
+    for step in "fuzz fuzz-targets" "coverage fuzz-replays"; do
+        read -r preset target <<<"$step"
+        echo "== $preset: configure and build"
+        cmake --preset "$preset" >"build/$preset.log" 2>&1 || { cat "build/$preset.log" >&2; exit 1; }
+        cmake --build "build/$preset" --target "$target" >>"build/$preset.log" 2>&1 || { tail -n 80 "build/$preset.log" >&2; exit 1; }
+    done
+    exec fuzz/run.py ${2:+--minutes "$2"}
+fi
+tools/install_packages.sh browser
 
 # A locale with a decimal comma, for tests that numbers do not follow it.
 export LOCPATH=$PWD/build/locale

@@ -1,27 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "fuzz/Promise.h"
 #include "platform/kernel/FileVersion.h"
 
-#include <cstddef>
-#include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <span>
 
 // Whatever the bytes are, a version resource that is found lies inside them, is as long as it says, and fixed file
 // information that is found lies inside the resource.
 
-namespace {
-
-void Require(bool holds, const char* what) {
-    if (!holds) {
-        std::fprintf(stderr, "broken promise: %s\n", what);
-        std::abort();
-    }
-}
-
-}  // namespace
-
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    using namespace norvex::fuzz;
     const std::span<const std::byte> module = std::as_bytes(std::span(data, size));
     const std::span<const std::byte> resource = norvex::kernel::FindVersionResource(module);
     if (!resource.empty()) {
