@@ -12,7 +12,7 @@
 #include <string_view>
 
 #include "cli/ExitCode.h"
-#include "platform/kernel/WholeFile.h"
+#include "platform/kernel/UnfinishedFile.h"
 
 namespace norvex::cli {
 namespace {

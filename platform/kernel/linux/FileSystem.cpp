@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "platform/kernel/FileSystem.h"
 
+#include "platform/kernel/InputFile.h"
 #include "platform/kernel/NamePattern.h"
 #include "platform/kernel/NativePath.h"
 
 #include <dirent.h>
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -107,16 +107,12 @@ std::FILE* _wfopen(LPCWSTR path, LPCWSTR mode) {
         errno = EINVAL;
         return nullptr;
     }
-    // Opening must not wait for the other end of a pipe, so what it is gets looked at first.
-    const int descriptor = open(ToNativePath(path).c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-    if (descriptor < 0) {
+    norvex::kernel::InputFile input;
+    if (input.Open(ToNativePath(path))) {
         return nullptr;
     }
-    struct stat status {};
-    std::FILE* file = nullptr;
-    if (fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode)) {
-        file = fdopen(descriptor, "rb");
-    }
+    const int descriptor = input.Release();
+    std::FILE* file = fdopen(descriptor, "rb");
     if (file == nullptr) {
         close(descriptor);
     }

@@ -7,8 +7,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <array>
-#include <atomic>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -19,19 +17,7 @@ namespace {
 
 constexpr mode_t kFileMode = 0666;  // the process's mask takes away what a user does not want others to have
 
-// Paths of temporary files, for signal handlers. A program writes fewer at a time; one more would not be removed.
-std::array<std::atomic<const char*>, 32> g_unfinished{};
-static_assert(std::atomic<const char*>::is_always_lock_free, "A signal handler may only touch lock-free atomics.");
-
-// Puts the new path, or null, into the first place that holds the old one.
-void ReplaceUnfinished(const char* before, const char* after) {
-    for (std::atomic<const char*>& place : g_unfinished) {
-        const char* expected = before;
-        if (place.compare_exchange_strong(expected, after)) {
-            return;
-        }
-    }
-}
+constexpr UnfinishedName kUnfinished{"norvex-", ".part"};
 
 // Returns 0 or the error number.
 int WriteAll(int descriptor, std::string_view bytes) {
@@ -45,23 +31,8 @@ int WriteAll(int descriptor, std::string_view bytes) {
     return 0;
 }
 
-// Opens a new file beside path and says under which name; a name that a killed process has left behind is passed over.
-int OpenBeside(const std::filesystem::path& path, std::filesystem::path& temporary) {
-    constexpr int kNames = 100;
-    int descriptor = -1;
-    for (int number = 0; number < kNames && descriptor < 0; ++number) {
-        temporary = path;
-        temporary += "." + std::to_string(getpid()) + (number == 0 ? "" : "-" + std::to_string(number)) + ".part";
-        ReplaceUnfinished(nullptr, temporary.c_str());
-        descriptor = open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kFileMode);
-        if (descriptor < 0) {
-            ReplaceUnfinished(temporary.c_str(), nullptr);
-            if (errno != EEXIST) {
-                break;
-            }
-        }
-    }
-    return descriptor;
+std::filesystem::path FolderOf(const std::filesystem::path& file) {
+    return file.has_parent_path() ? file.parent_path() : std::filesystem::path(".");
 }
 
 // Renames unless there is a file of the new name. Returns 0 or the error number.
@@ -83,8 +54,7 @@ int RenameToNew(const std::filesystem::path& from, const std::filesystem::path& 
 // Makes the new name of a file survive a loss of power. Not every file system can say that it did; then there is
 // nothing more to do.
 void SynchroniseFolder(const std::filesystem::path& file) {
-    const std::filesystem::path folder = file.has_parent_path() ? file.parent_path() : std::filesystem::path(".");
-    const int descriptor = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    const int descriptor = open(FolderOf(file).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (descriptor >= 0) {
         fsync(descriptor);
         close(descriptor);
@@ -96,10 +66,6 @@ void SynchroniseFolder(const std::filesystem::path& file) {
 WholeFile::~WholeFile() {
     if (m_descriptor >= 0) {
         close(m_descriptor);
-        if (!m_temporary.empty()) {
-            unlink(m_temporary.c_str());
-            ReplaceUnfinished(m_temporary.c_str(), nullptr);
-        }
     }
 }
 
@@ -107,38 +73,43 @@ std::string WholeFile::Failure(int code) const {
     return "The file " + m_path.string() + " cannot be written: " + std::strerror(code) + ".";
 }
 
-std::optional<std::string> WholeFile::Open(const std::filesystem::path& path) {
+std::optional<std::string> WholeFile::Open(const std::filesystem::path& path, Links links) {
     m_path = path;
     if (!path.has_filename()) {
         return "\"" + path.string() + "\" names no file to write to.";
     }
     std::error_code ignored;
-    const std::filesystem::file_status status = std::filesystem::status(path, ignored);
+    m_target = links == Links::Follow ? FollowLinks(path) : path;
+    const std::filesystem::file_status status = std::filesystem::status(m_target, ignored);
     if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) {
-        m_descriptor = open(path.c_str(), O_WRONLY | O_CLOEXEC);
-    } else {
-        m_descriptor = OpenBeside(path, m_temporary);
+        m_descriptor = open(m_target.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY);
+        return m_descriptor < 0 ? std::optional<std::string>(Failure(errno)) : std::nullopt;
     }
-    return m_descriptor < 0 ? std::optional<std::string>(Failure(errno)) : std::nullopt;
+    const std::filesystem::path folder = FolderOf(m_target);
+    RemoveAbandonedWholeFiles(folder);
+    const int failure = m_unfinished.Make(folder, kUnfinished, kFileMode);
+    return failure == 0 ? std::nullopt : std::optional<std::string>(Failure(failure));
 }
 
 int WholeFile::Publish(std::string_view bytes, Replace replace) {
-    if (const int failure = WriteAll(m_descriptor, bytes); failure != 0 || m_temporary.empty()) {
+    if (!m_unfinished.IsThere()) {
+        return WriteAll(m_descriptor, bytes);
+    }
+    if (const int failure = WriteAll(m_unfinished.Descriptor(), bytes); failure != 0) {
         return failure;
     }
-    if (fsync(m_descriptor) != 0) {
+    if (fsync(m_unfinished.Descriptor()) != 0) {
         return errno;
     }
     if (replace == Replace::Yes) {
-        if (std::rename(m_temporary.c_str(), m_path.c_str()) != 0) {
+        if (std::rename(m_unfinished.Path().c_str(), m_target.c_str()) != 0) {
             return errno;
         }
-    } else if (const int failure = RenameToNew(m_temporary, m_path); failure != 0) {
+    } else if (const int failure = RenameToNew(m_unfinished.Path(), m_target); failure != 0) {
         return failure;
     }
-    ReplaceUnfinished(m_temporary.c_str(), nullptr);
-    m_temporary.clear();
-    SynchroniseFolder(m_path);
+    m_unfinished.Keep();
+    SynchroniseFolder(m_target);
     return 0;
 }
 
@@ -149,7 +120,7 @@ std::optional<std::string> WholeFile::Commit(std::string_view bytes) {
 
 std::optional<std::string> WholeFile::CommitNew(std::string_view bytes, bool& isTaken) {
     // What was there already when the file was opened, and is no regular file, is somebody else's too.
-    const int failure = m_temporary.empty() ? EEXIST : Publish(bytes, Replace::No);
+    const int failure = !m_unfinished.IsThere() ? EEXIST : Publish(bytes, Replace::No);
     isTaken = failure == EEXIST;
     return failure == 0 || isTaken ? std::nullopt : std::optional<std::string>(Failure(failure));
 }
@@ -159,12 +130,22 @@ bool WriteWholeFile(const CString& path, std::string_view bytes) {
     return !file.Open(ToNativePath(path)) && !file.Commit(bytes);
 }
 
-void RemoveUnfinishedFiles() {
-    for (const std::atomic<const char*>& place : g_unfinished) {
-        if (const char* path = place) {
-            unlink(path);
-        }
+std::filesystem::path FollowLinks(const std::filesystem::path& path) {
+    // As many as the system itself follows.
+    constexpr int kMostLinks = 40;
+    std::error_code ignored;
+    std::filesystem::path place = path;
+    for (int count = 0; count < kMostLinks && std::filesystem::is_symlink(place, ignored); ++count) {
+        const std::filesystem::path next = std::filesystem::read_symlink(place, ignored);
+        // Of a relative one, the folder of the link counts.
+        place = FolderOf(place) / next;
     }
+    const std::filesystem::path folder = std::filesystem::canonical(FolderOf(place), ignored);
+    return folder.empty() ? path : folder / place.filename();
+}
+
+void RemoveAbandonedWholeFiles(const std::filesystem::path& folder) {
+    RemoveAbandonedFiles(folder, kUnfinished);
 }
 
 }  // namespace norvex::kernel

@@ -6,7 +6,6 @@
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>
-#include <unistd.h>
 
 #include <csignal>
 #include <fstream>
@@ -89,14 +88,35 @@ TEST(WholeFile, NeverTakesThePlaceOfAnotherWhenItIsToBeNew) {
     EXPECT_EQ(EntriesOf(folder.Path()), 1U);
 }
 
-TEST(WholeFile, PassesOverWhatAKilledProcessOfTheSameNumberLeft) {
+TEST(WholeFile, TakesThePlaceOfALinkOrFollowsIt) {
     const TemporaryFolder folder;
-    const fs::path path = folder.Path() / "result.xml";
-    folder.Write("result.xml." + std::to_string(getpid()) + ".part", "half of");
+    const fs::path path = folder.Write("there/result.xml", "old");
+    const fs::path link = folder.Path() / "link.xml";
+    fs::create_symlink("there/next.xml", folder.Path() / "dangling.xml");
+    fs::create_symlink("there/result.xml", link);
+    {
+        WholeFile followed;
+        ASSERT_EQ(followed.Open(link, WholeFile::Links::Follow), std::nullopt);
+        ASSERT_EQ(followed.Commit("followed"), std::nullopt);
+        WholeFile next;
+        ASSERT_EQ(next.Open(folder.Path() / "dangling.xml", WholeFile::Links::Follow), std::nullopt);
+        ASSERT_EQ(next.Commit("next"), std::nullopt);
+    }
+    EXPECT_TRUE(fs::is_symlink(link));
+    EXPECT_EQ(TextOf(path), "followed");
+    EXPECT_EQ(TextOf(folder.Path() / "there" / "next.xml"), "next");
+    WholeFile replaced;
+    ASSERT_EQ(replaced.Open(link), std::nullopt);
+    ASSERT_EQ(replaced.Commit("replaced"), std::nullopt);
+    EXPECT_FALSE(fs::is_symlink(link));
+    EXPECT_EQ(TextOf(path), "followed");
+}
+
+TEST(WholeFile, MayHaveANameAsLongAsTheFileSystemAllows) {
+    const TemporaryFolder folder;
     WholeFile file;
-    ASSERT_EQ(file.Open(path), std::nullopt);
-    ASSERT_EQ(file.Commit("whole"), std::nullopt);
-    EXPECT_EQ(TextOf(path), "whole");
+    ASSERT_EQ(file.Open(folder.Path() / std::string(255, 'x')), std::nullopt);
+    EXPECT_EQ(file.Commit("text"), std::nullopt);
 }
 
 TEST(WholeFile, WritesIntoAPipeDirectly) {
