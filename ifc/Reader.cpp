@@ -8,9 +8,13 @@
 #include "ifc/part21/DiagnosticLog.h"
 #include "ifc/part21/ExchangeFile.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <cerrno>
 #include <cstdint>
-#include <fstream>
 #include <limits>
 #include <memory>
 
@@ -27,6 +31,44 @@ Diagnostic ErrorOf(DiagnosticCode code, std::string sentence) {
 
 Diagnostic CannotOpen(std::string sentence) {
     return ErrorOf(DiagnosticCode::CannotOpen, std::move(sentence));
+}
+
+// A descriptor that is closed with the object; negative: nothing is open.
+class OpenFile {
+  public:
+    explicit OpenFile(int descriptor) : descriptor_(descriptor) {}
+    OpenFile(const OpenFile&) = delete;
+    OpenFile& operator=(const OpenFile&) = delete;
+    ~OpenFile() {
+        if (descriptor_ >= 0) {
+            close(descriptor_);
+        }
+    }
+
+    int Number() const { return descriptor_; }
+
+  private:
+    int descriptor_;
+};
+
+bool IsFile(const struct stat& status) {
+    return S_ISREG(status.st_mode);
+}
+
+// Returns: how many bytes were read, fewer than `size` when the file ends before; nothing when the system refused.
+std::optional<std::size_t> ReadAll(const OpenFile& file, char* bytes, std::size_t size) {
+    std::size_t total = 0;
+    while (total < size) {
+        const ssize_t count = read(file.Number(), bytes + total, size - total);
+        if (count == 0) {
+            break;
+        }
+        if (count < 0 && errno != EINTR) {
+            return std::nullopt;
+        }
+        total += count < 0 ? 0 : static_cast<std::size_t>(count);
+    }
+    return total;
 }
 
 // Returns: the name of the schema, or an error when this is no IFC.
@@ -132,32 +174,32 @@ ReadResult ReadIfcBytes(std::span<const std::byte> bytes, const ReadOptions& opt
 }
 
 LoadResult LoadIfcFile(const std::filesystem::path& path) {
-    // The text is copied, not mapped: a file that another program cuts short must not end this one.
-    std::error_code error;
-    const std::filesystem::file_status status = std::filesystem::status(path, error);
-    if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) {
-        // Not even opened: a pipe that nobody writes to would be waited for.
-        return {{}, CannotOpen("This is no file but a folder, a pipe or a device.")};
+    constexpr const char* kNoFile = "This is no file but a folder, a pipe or a device.";
+    // Looked at before it is opened, because opening alone moves some devices; and again afterwards, because what the
+    // name stands for may have changed. Opening waits for nobody, as it would for the other end of a pipe.
+    struct stat status {};
+    if (stat(path.c_str(), &status) == 0 && !IsFile(status)) {
+        return {{}, CannotOpen(kNoFile)};
     }
-    std::ifstream stream(path, std::ios::binary);
-    if (!stream) {
+    const OpenFile file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+    if (file.Number() < 0) {
         return {{}, CannotOpen("The file does not exist or cannot be opened for reading.")};
     }
-    const std::uintmax_t size = std::filesystem::file_size(path, error);
-    if (error) {
-        return {{}, CannotOpen("The size of the file cannot be read.")};
+    if (fstat(file.Number(), &status) != 0 || !IsFile(status)) {
+        return {{}, CannotOpen(kNoFile)};
     }
+    const auto size = static_cast<std::uint64_t>(status.st_size);
     if (size > kMaxFileBytes) {
         return {{}, ErrorOf(DiagnosticCode::FileTooLarge, "The file is larger than four gigabytes.")};
     }
+    // The text is copied, not mapped: a file that another program cuts short must not end this one.
     auto text = std::make_unique_for_overwrite<char[]>(static_cast<std::size_t>(size));
     AdviseLargePages(text.get(), static_cast<std::size_t>(size));
-    stream.read(text.get(), static_cast<std::streamsize>(size));
-    const auto got = static_cast<std::size_t>(stream.gcount());
-    if (stream.bad()) {
+    const std::optional<std::size_t> got = ReadAll(file, text.get(), static_cast<std::size_t>(size));
+    if (!got) {
         return {{}, CannotOpen("Reading the file failed.")};
     }
-    return {FileContent(std::move(text), got), {}};
+    return {FileContent(std::move(text), *got), {}};
 }
 
 ReadResult ReadIfcFile(const std::filesystem::path& path, const ReadOptions& options) {
