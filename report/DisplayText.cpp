@@ -7,6 +7,8 @@
 #include <fmt/format.h>
 #include <cstdint>
 
+#include "platform/text/TerminalText.h"
+
 namespace norvex::report {
 namespace {
 
@@ -20,17 +22,6 @@ UChar32 NextCharacter(std::string_view utf8, std::size_t& position) {
                     character);
     position = static_cast<std::size_t>(index);
     return character;
-}
-
-bool IsUnsafe(UChar32 character) {
-    switch (u_charType(character)) {
-        case U_CONTROL_CHAR:
-        case U_LINE_SEPARATOR:
-        case U_PARAGRAPH_SEPARATOR:
-            return true;
-        default:
-            return u_hasBinaryProperty(character, UCHAR_BIDI_CONTROL) != 0;
-    }
 }
 
 std::size_t CharacterWidth(UChar32 character) {
@@ -98,7 +89,7 @@ std::string Sanitised(std::string_view utf8) {
     for (std::size_t position = 0; position < utf8.size();) {
         const std::size_t start = position;
         const UChar32 character = NextCharacter(utf8, position);
-        if (IsUnsafe(character)) {
+        if (text::ActsOnTerminal(static_cast<char32_t>(character))) {
             safe += character <= 0xFF ? fmt::format("\\x{:02X}", static_cast<unsigned>(character))
                                       : fmt::format("\\u{:04X}", static_cast<unsigned>(character));
         } else if (character == kReplacement) {

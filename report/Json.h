@@ -5,6 +5,8 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
+#include "platform/text/TerminalText.h"
+
 namespace norvex::report {
 
 // Keeps the order in which fields are named, so that equal values give equal bytes.
@@ -17,9 +19,10 @@ inline double Rounded(double millimetres) {
     return rounded == 0.0 ? 0.0 : rounded;
 }
 
-// The document with two blanks of indent and a line break at its end; ill-formed UTF-8 becomes U+FFFD.
+// The document with two blanks of indent and a line break at its end; ill-formed UTF-8 becomes U+FFFD, and what a
+// terminal would obey is escaped.
 inline std::string DocumentText(const Json& document) {
-    return document.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
+    return text::SafeJson(document.dump(2, ' ', false, Json::error_handler_t::replace)) + "\n";
 }
 
 }  // namespace norvex::report

@@ -69,7 +69,7 @@ std::string Guid(const std::string& name) {
 }
 
 std::string Compact(const Json& value) {
-    return value.dump(-1, ' ', false, Json::error_handler_t::replace);
+    return text::SafeJson(value.dump(-1, ' ', false, Json::error_handler_t::replace));
 }
 
 // A JSON array in the making, one entry a line: a log of many findings is written as it is made, not held as a tree.

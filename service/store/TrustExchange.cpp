@@ -6,6 +6,7 @@
 #include <optional>
 #include <utility>
 
+#include "platform/text/TerminalText.h"
 #include "service/json/ReadJson.h"
 #include "service/store/Rows.h"
 
@@ -96,7 +97,7 @@ std::string TrustDocument(const std::vector<TrustEntry>& entries) {
         document["entries"].push_back(std::move(object));
     }
     // Bytes that are no UTF-8 become U+FFFD instead of an exception.
-    return document.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n";
+    return text::SafeJson(document.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace)) + "\n";
 }
 
 Result<std::vector<TrustEntry>> ReadTrustDocument(std::string_view text, std::string_view source) {
