@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "report/bcf/ReadBcf.h"
 
+#include <unistd.h>
+
 #include <fmt/format.h>
 #include <zip.h>
 #include <algorithm>
@@ -14,6 +16,7 @@
 #include <string_view>
 #include <system_error>
 
+#include "platform/kernel/InputFile.h"
 #include "platform/text/Utf8.h"
 #include "platform/xml/XmlDocument.h"
 #include "service/Words.h"
@@ -197,22 +200,20 @@ class Reader {
     }
 
     bool Open() {
-        std::error_code code;
-        const std::filesystem::file_status status = std::filesystem::status(m_path, code);
-        if (!std::filesystem::exists(status)) {
-            return Refuse("there is no such file");
+        kernel::InputFile file;
+        if (const std::optional<std::string> why = file.Open(m_path)) {
+            return Refuse(*why);
         }
-        if (!std::filesystem::is_regular_file(status)) {
-            return Refuse("it is no file");
-        }
-        const std::uintmax_t size = std::filesystem::file_size(m_path, code);
-        if (!code && size > m_limits.maxArchiveBytes) {
+        if (file.Size() > m_limits.maxArchiveBytes) {
             return Refuse(
-                fmt::format("it has {} bytes, more than the {} that are read", size, m_limits.maxArchiveBytes));
+                fmt::format("it has {} bytes, more than the {} that are read", file.Size(), m_limits.maxArchiveBytes));
         }
         int error = 0;
-        m_archive.reset(zip_open(m_path.c_str(), ZIP_RDONLY, &error));
+        const int descriptor = file.Release();
+        m_archive.reset(zip_fdopen(descriptor, 0, &error));
         if (m_archive == nullptr) {
+            // Only what was opened is the archive's to close.
+            close(descriptor);
             if (error == ZIP_ER_NOZIP || error == ZIP_ER_INCONS || error == ZIP_ER_EOF || error == ZIP_ER_READ) {
                 return Refuse("it is no ZIP archive, or one that is cut off");
             }

@@ -216,7 +216,8 @@ class ImportBack(unittest.TestCase):
             target.writestr("readme.txt", "hello")
         self.refused(other.read_bytes(), "it is a ZIP archive without topics in it.")
         run = self.norvex("trust", "import-bcf", self.folder, "--all")
-        self.assertEqual(run.stderr, f"norvex: The BCF archive {self.folder} cannot be read: it is no file.\n")
+        self.assertEqual(run.stderr, f"norvex: The BCF archive {self.folder} cannot be read: it is no file but a "
+                                     "folder, a pipe or a device.\n")
         run = self.norvex("trust", "import-bcf", self.folder / "none", "--all")
         self.assertEqual(run.stderr, f"norvex: The BCF archive {self.folder / 'none'} cannot be read: there is no such "
                                      "file.\n")
