@@ -1,13 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "service/ProjectFolder.h"
 
-#include <unistd.h>
-
 #include <fmt/format.h>
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
 
+#include "platform/kernel/InputFile.h"
+#include "platform/kernel/WholeFile.h"
 #include "service/Sha256.h"
 
 namespace norvex::service {
@@ -19,6 +17,8 @@ constexpr std::size_t kDigestDigits = 12;
 constexpr const char* kNoStateFolder =
     "There is no place for the project folder, because neither XDG_STATE_HOME nor HOME is set; name one with --project "
     "DIR.";
+
+constexpr const char* kNoName = "--project names no folder; name one, or leave the option out.";
 
 // Nothing when the environment names neither folder. A relative one does not count.
 std::optional<std::filesystem::path> StateFolder() {
@@ -48,6 +48,15 @@ std::optional<std::filesystem::path> DefaultFolder(const std::filesystem::path& 
     return state ? std::optional(*state / "norvex" / FolderName(model)) : std::nullopt;
 }
 
+// Makes a folder of the user's state, parents included. What is in it is nobody else's: who may read a database may
+// also hold up those who write to it.
+void MakeOwnFolder(const std::filesystem::path& folder, std::error_code& failure) {
+    std::filesystem::create_directories(folder.parent_path(), failure);
+    if (std::filesystem::create_directory(folder, failure)) {
+        std::filesystem::permissions(folder, std::filesystem::perms::owner_all, failure);
+    }
+}
+
 // Holds the path of the project checked last and nothing else; a path may hold any character.
 std::optional<std::filesystem::path> LastProjectFile() {
     const std::optional<std::filesystem::path> state = StateFolder();
@@ -59,6 +68,10 @@ std::optional<std::filesystem::path> LastProjectFile() {
 std::optional<std::filesystem::path> NameProjectFolder(const std::filesystem::path& model,
                                                        const std::optional<std::filesystem::path>& wanted,
                                                        std::string& error) {
+    if (wanted && wanted->empty()) {
+        error = kNoName;
+        return std::nullopt;
+    }
     const std::optional<std::filesystem::path> folder = wanted ? wanted : DefaultFolder(model);
     if (!folder) {
         error = kNoStateFolder;
@@ -74,7 +87,11 @@ std::optional<std::filesystem::path> OpenProjectFolder(const std::filesystem::pa
         return std::nullopt;
     }
     std::error_code failure;
-    std::filesystem::create_directories(*folder, failure);
+    if (wanted) {
+        std::filesystem::create_directories(*folder, failure);
+    } else {
+        MakeOwnFolder(*folder, failure);
+    }
     if (!failure && !std::filesystem::is_directory(*folder, failure) && !failure) {
         failure = std::make_error_code(std::errc::not_a_directory);
     }
@@ -83,6 +100,9 @@ std::optional<std::filesystem::path> OpenProjectFolder(const std::filesystem::pa
                             folder->string(), failure.message());
         return std::nullopt;
     }
+    for (const char* below : {"", "NxResult", "ProjectAssist/NxResult"}) {
+        kernel::RemoveAbandonedWholeFiles(*folder / below);
+    }
     return folder;
 }
 
@@ -90,6 +110,10 @@ std::optional<std::filesystem::path> FindProjectFolder(const std::optional<std::
                                                        const std::optional<std::string>& wanted, std::string& error) {
     std::error_code ignored;
     if (wanted) {
+        if (wanted->empty()) {
+            error = kNoName;
+            return std::nullopt;
+        }
         if (std::filesystem::is_directory(*wanted, ignored)) {
             return std::filesystem::path(*wanted);
         }
@@ -115,25 +139,20 @@ void RememberLastProject(const std::filesystem::path& folder) {
     if (!pointer || place.empty()) {
         return;
     }
-    std::filesystem::create_directories(pointer->parent_path(), ignored);
-    std::filesystem::path written = *pointer;
-    written += fmt::format(".{}.part", getpid());
-    bool isWhole = false;
-    {
-        std::ofstream file(written, std::ios::binary);
-        isWhole = (file << place.native()).flush().good();
+    MakeOwnFolder(pointer->parent_path(), ignored);
+    kernel::WholeFile file;
+    if (!file.Open(*pointer)) {
+        file.Commit(place.native());
     }
-    if (isWhole) {
-        std::filesystem::rename(written, *pointer, ignored);
-    }
-    std::filesystem::remove(written, ignored);
 }
 
 std::optional<std::filesystem::path> LastProjectFolder(std::string& error) {
     std::string place;
     if (const std::optional<std::filesystem::path> pointer = LastProjectFile()) {
-        std::ifstream file(*pointer, std::ios::binary);
-        place.assign(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+        // What is longer was not written here: no system has such paths.
+        constexpr std::size_t kLongestPath = 65536;
+        std::string ignored;
+        place = kernel::ReadInputFile(*pointer, kLongestPath, ignored).value_or("");
     }
     if (place.empty()) {
         error = "No project has been checked yet; norvex check MODEL makes one, or name one with --project DIR.";

@@ -14,7 +14,8 @@ std::optional<std::filesystem::path> NameProjectFolder(const std::filesystem::pa
                                                        const std::optional<std::filesystem::path>& wanted,
                                                        std::string& error);
 
-// The same folder; makes it, parents included, unless it is there. Errors: nothing, and error is one sentence.
+// The same folder; makes it, parents included, unless it is there, and removes what killed runs have left unfinished.
+// One of the user's state folder is only for that user to read. Errors: nothing, and error is one sentence.
 std::optional<std::filesystem::path> OpenProjectFolder(const std::filesystem::path& model,
                                                        const std::optional<std::filesystem::path>& wanted,
                                                        std::string& error);

@@ -3,13 +3,14 @@
 
 #include <fmt/format.h>
 #include <array>
-#include <fstream>
 #include <map>
+#include <optional>
 #include <string_view>
 #include <utility>
 
 #include "norvexdata/common/ComMethod.h"
 #include "platform/datamng/ProjectFile.h"
+#include "platform/kernel/InputFile.h"
 #include "platform/text/CodePage.h"
 #include "platform/text/Utf8.h"
 #include "service/Sha256.h"
@@ -35,11 +36,13 @@ namespace {
 // Reads a file a block at a time; nothing when it cannot be read.
 template <typename Take>
 void ForEachBlock(const std::filesystem::path& path, Take take) {
-    std::ifstream file(path, std::ios::binary);
+    kernel::InputFile file;
+    if (file.Open(path)) {
+        return;
+    }
     std::array<char, 64 * 1024> block;
-    while (file.good()) {
-        file.read(block.data(), static_cast<std::streamsize>(block.size()));
-        take(std::string_view(block.data(), static_cast<std::size_t>(file.gcount())));
+    for (std::optional<std::size_t> count; (count = file.Read(block.data(), block.size())).value_or(0) > 0;) {
+        take(std::string_view(block.data(), *count));
     }
 }
 

@@ -14,4 +14,7 @@ namespace norvex::service::store {
 // A process that is killed meanwhile leaves a file norvex-new-*.db behind that nobody reads. Throws DatabaseFailure.
 void MakeDatabaseUnlessThere(const std::filesystem::path& path);
 
+// Removes from a project's folder what killed processes have left of new databases.
+void RemoveAbandonedDatabases(const std::filesystem::path& folder);
+
 }  // namespace norvex::service::store

@@ -8,11 +8,11 @@
 #include <array>
 #include <cerrno>
 #include <cstdio>
-#include <fstream>
 #include <optional>
 #include <system_error>
 #include <thread>
 
+#include "platform/kernel/InputFile.h"
 #include "service/store/NewDatabase.h"
 #include "service/store/ProjectStore.h"
 #include "service/store/Schema.h"
@@ -79,14 +79,13 @@ std::optional<StoreError> LookAtFile(const fs::path& path) {
     }
     // The first 16 bytes of every SQLite file, its closing NUL included.
     constexpr std::string_view kMagic("SQLite format 3\0", 16);
-    std::array<char, kMagic.size()> head{};
-    std::ifstream file(path, std::ios::binary);
-    if (!file) {
-        return StoreError{StoreErrorCode::Failed, "The project database " + Quoted(path) + " cannot be read."};
+    std::string why;
+    const std::optional<std::string> head = kernel::ReadInputFile(path, kMagic.size(), why);
+    if (!head) {
+        return StoreError{StoreErrorCode::Failed,
+                          "The project database " + Quoted(path) + " cannot be read: " + why + "."};
     }
-    file.read(head.data(), head.size());
-    if (static_cast<std::size_t>(file.gcount()) != head.size() ||
-        std::string_view(head.data(), head.size()) != kMagic) {
+    if (*head != kMagic) {
         return Damaged(path, "it is not an SQLite file");
     }
     return std::nullopt;
@@ -107,6 +106,26 @@ std::optional<StoreError> LookAtFolder(const fs::path& folder, const fs::path& p
         return NothingStored(path);
     }
     return std::nullopt;
+}
+
+// A change that another process did not finish is undone with what stands in the journal beside the database. Who only
+// reads cannot do that, so it is done for him. A writer that is alive is waited for.
+void UndoUnfinishedChange(const fs::path& path, std::chrono::milliseconds wait) {
+    try {
+        sqlite::Connection connection(path.string(), SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX,
+                                      static_cast<int>(wait.count()));
+        const int keepLog = 1;
+        sqlite3_db_config(connection.Handle(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, keepLog, nullptr);
+        sqlite::QueryInteger(connection, "PRAGMA user_version");
+    } catch (const sqlite::DatabaseFailure&) {
+        // Whoever reads next meets the same trouble and says what it is.
+    }
+}
+
+// Whether a change was left unfinished that reading alone cannot undo.
+bool NeedsWriter(const sqlite::DatabaseFailure& failure) {
+    return failure.code == SQLITE_READONLY_ROLLBACK || failure.code == SQLITE_READONLY_RECOVERY ||
+           failure.code == SQLITE_READONLY_CANTINIT || (failure.code & kPrimaryCodeMask) == SQLITE_CANTOPEN;
 }
 
 // A file: URI for the path; everything but plain characters is escaped.
@@ -143,6 +162,11 @@ StoreError ProjectDatabase::ErrorOf(const sqlite::DatabaseFailure& failure, cons
         case SQLITE_CORRUPT:
         case SQLITE_NOTADB:
         case SQLITE_FORMAT:
+        // The statements are right, so that the tables are not as they were made.
+        case SQLITE_ERROR:
+        case SQLITE_SCHEMA:
+        case SQLITE_CONSTRAINT:
+        case SQLITE_MISMATCH:
             return Damaged(path, failure.detail);
         case SQLITE_FULL:
             return {StoreErrorCode::DiskFull, "There is no room left on the disk for the project database " +
@@ -181,12 +205,18 @@ Result<std::unique_ptr<ProjectDatabase>> ProjectDatabase::Open(const fs::path& p
     }
     // Readers of a write-ahead log share memory through a file beside the database. Where none can be made there is no
     // writer either, so that the file may be read as one that does not change.
-    const bool frozen = !forWriting && !MayWrite(projectFolder) && SizeOrZero(WithSuffix(path, "-wal")) == 0;
+    const bool hasJournal = SizeOrZero(WithSuffix(path, "-journal")) > 0;
+    const bool frozen =
+        !forWriting && !MayWrite(projectFolder) && SizeOrZero(WithSuffix(path, "-wal")) == 0 && !hasJournal;
+    if (!forWriting && hasJournal && MayWrite(projectFolder) && MayWrite(path)) {
+        UndoUnfinishedChange(path, wait);
+    }
     const std::string location = frozen ? UriOf(path, "?immutable=1") : UriOf(path, "");
     const int flags = SQLITE_OPEN_URI | SQLITE_OPEN_NOMUTEX |
                       (forWriting ? SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE : SQLITE_OPEN_READONLY);
     try {
         if (forWriting) {
+            RemoveAbandonedDatabases(projectFolder);
             MakeDatabaseUnlessThere(path);
         }
         auto database = std::make_unique<ProjectDatabase>(path, location, flags, wait);
@@ -199,8 +229,7 @@ Result<std::unique_ptr<ProjectDatabase>> ProjectDatabase::Open(const fs::path& p
         }
         return database;
     } catch (const sqlite::DatabaseFailure& failure) {
-        if (!forWriting && !frozen && !MayWrite(projectFolder) &&
-            (failure.code & kPrimaryCodeMask) == SQLITE_CANTOPEN) {
+        if (!forWriting && !frozen && !MayWrite(projectFolder) && NeedsWriter(failure)) {
             return StoreError{StoreErrorCode::ReadOnly, "The project database " + Quoted(path) +
                                                             " was not closed properly and the project folder cannot "
                                                             "be written to; open it once with the right to write."};
@@ -269,7 +298,7 @@ void ProjectDatabase::SwitchToWriteAheadLog() {
             if (statement.Step() && statement.Text(0) == "wal") {
                 return;
             }
-            throw sqlite::DatabaseFailure{SQLITE_ERROR, 0, "its file system allows no write-ahead log"};
+            throw sqlite::DatabaseFailure{SQLITE_CANTOPEN, 0, "its file system allows no write-ahead log"};
         } catch (const sqlite::DatabaseFailure& failure) {
             if ((failure.code & kPrimaryCodeMask) != SQLITE_BUSY || std::chrono::steady_clock::now() >= deadline) {
                 throw;

@@ -56,7 +56,8 @@ class ProjectStore {
 
     const std::filesystem::path& DatabasePath() const;
 
-    // Reads every page and every row of the database. Errors: Damaged.
+    // Reads every page and every row of the database and, when it was opened for writing, tries to add rows, which are
+    // not kept: what passes here is called damaged nowhere else. Errors: Damaged.
     Status CheckIntegrity();
 
     // ---- Runs ----

@@ -4,6 +4,7 @@
 #include <sqlite3.h>
 
 #include <array>
+#include <limits>
 #include <string>
 #include <unordered_map>
 #include <utility>
@@ -36,6 +37,19 @@ Enumeration ReadWord(const std::array<std::string_view, kCount>& words, const st
         return *value;
     }
     throw sqlite::DatabaseFailure{SQLITE_CORRUPT, 0, "a row holds the unknown word \"" + word + "\""};
+}
+
+// Numbers grow one by one, so that the largest one was not given by this program. SQLite would call the disk full.
+void RefuseWhenNumbersAreUsedUp(sqlite::Connection& connection, const char* table) {
+    const std::int64_t last = sqlite::QueryInteger(
+        connection, std::string("SELECT max(coalesce((SELECT max(id) FROM ") + table +
+                        "), 0), coalesce((SELECT max(CAST(seq AS INTEGER)) FROM sqlite_sequence WHERE name = '" +
+                        table + "'), 0))");
+    if (last == std::numeric_limits<std::int64_t>::max()) {
+        throw sqlite::DatabaseFailure{
+            SQLITE_CORRUPT, 0,
+            std::string("the table ") + table + " has used the number " + std::to_string(last) + ", and none follows"};
+    }
 }
 
 std::vector<std::string> ReadNames(sqlite::Connection& connection, std::string_view text, RunId run) {
@@ -229,6 +243,7 @@ std::vector<RunRecord> ReadRuns(sqlite::Connection& connection, std::string_view
 }
 
 RunId InsertRun(sqlite::Connection& connection, const RunIdentity& identity, std::string_view startedAt) {
+    RefuseWhenNumbersAreUsedUp(connection, "run");
     sqlite::Statement statement(
         connection,
         "INSERT INTO run (status, model_path, model_digest, model_size, configuration_digest, program_version, "
@@ -359,6 +374,7 @@ std::vector<RemovedTrustEntry> ReadRemovedTrust(sqlite::Connection& connection) 
 }
 
 TrustId InsertTrust(sqlite::Connection& connection, const TrustEntry& entry) {
+    RefuseWhenNumbersAreUsedUp(connection, "trust");
     sqlite::Statement statement(connection,
                                 "INSERT INTO trust (kind, rule, specialty, floor, sub_category, feature_code, reason, "
                                 "person, added_on, expires_on) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?)");

@@ -29,6 +29,20 @@ class Memory : public Program {
     }
 
     store::ProjectStore Project() const { return std::move(*store::ProjectStore::Open(ProjectPath())); }
+
+    // What is being written, or was when its process was killed, wherever the program writes.
+    std::vector<std::string> UnfinishedFiles() const {
+        std::vector<std::string> files;
+        for (const std::filesystem::path& folder : {m_folder.Path(), std::filesystem::path(ProjectPath())}) {
+            for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
+                const std::string name = entry.path().filename().string();
+                if (name.ends_with(".part") || name.starts_with("norvex-new-")) {
+                    files.push_back(entry.path().string());
+                }
+            }
+        }
+        return files;
+    }
 };
 
 // A report without what differs between two runs that find the same: which run it is, and what it follows.
@@ -314,6 +328,7 @@ TEST_F(Resume, SurvivesAKillAtAHundredRandomMoments) {
         ASSERT_EQ(after.exitCode, 1) << after.err;
         ASSERT_EQ(WithoutRun(FileText(Path("a.json"))).dump(1), whole.dump(1)) << "after kill " << round;
         resumed += isOpen ? 1 : 0;
+        ASSERT_EQ(UnfinishedFiles(), std::vector<std::string>{}) << "after kill " << round;
         store::ProjectStore project = Project();
         ASSERT_TRUE(project.CheckIntegrity().Ok());
         ASSERT_EQ(Expect(project.ListTrust()).size(), static_cast<std::size_t>(round) + 1) << "after kill " << round;
