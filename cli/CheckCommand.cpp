@@ -74,6 +74,12 @@ int Unusable(const std::string& sentence) {
     return kUnusable;
 }
 
+// Says why the project's memory cannot be used. A full disk is nobody's wrong use.
+int NoMemory(const service::store::StoreError& error, const char* advice = "") {
+    Complain(Advised(error) + advice);
+    return error.code == service::store::StoreErrorCode::DiskFull ? kIncomplete : kUnusable;
+}
+
 service::session::MemoryUse MemoryUseOf(const CheckOptions& options) {
     return options.noMemory ? service::session::MemoryUse::ReadOnly
            : options.resume ? service::session::MemoryUse::Resume
@@ -135,7 +141,7 @@ std::optional<int> Prepare(const CheckOptions& options, Preparation& ready, serv
     auto memory = service::session::RunMemory::Open(*folder, MemoryUseOf(options));
     if (!memory) {
         const bool mayHelp = !options.noMemory && memory.Error().code == service::store::StoreErrorCode::ReadOnly;
-        return Unusable(Advised(memory.Error()) + (mayHelp ? " With --no-memory nothing is recorded." : ""));
+        return NoMemory(memory.Error(), mayHelp ? " With --no-memory nothing is recorded." : "");
     }
     ready.memory = std::move(*memory);
     if (const std::optional<int> end = Plan(options, ready)) {
@@ -148,7 +154,7 @@ std::optional<int> Prepare(const CheckOptions& options, Preparation& ready, serv
     const service::store::Status begun = ready.memory->Begin(
         service::session::IdentityOf(ready.plan, ready.floors, ready.model, configuration, NORVEX_VERSION));
     if (!begun) {
-        return Unusable(Advised(begun.Error()));
+        return NoMemory(begun.Error());
     }
     if (!options.noMemory) {
         service::RememberLastProject(ready.folder);
@@ -219,13 +225,17 @@ int CheckModel(const service::ModelFile& file, const CheckOptions& options, serv
 }
 
 // Why the project cannot be checked just now; nothing when it can, as far as can be told without making anything.
-std::optional<std::string> WhyBusy(const CheckOptions& options) {
-    std::string ignored;
-    const std::optional<std::filesystem::path> folder =
-        options.noMemory ? std::nullopt : service::NameProjectFolder(options.model, options.project, ignored);
-    const std::optional<service::store::StoreError> busy =
-        folder ? service::store::RunLock::HeldElsewhere(*folder) : std::nullopt;
+std::optional<std::string> WhyBusy(const std::filesystem::path& folder) {
+    const std::optional<service::store::StoreError> busy = service::store::RunLock::HeldElsewhere(folder);
     return busy ? std::optional(Advised(*busy)) : std::nullopt;
+}
+
+KeptFiles FilesToKeep(const CheckOptions& options, const std::filesystem::path& folder) {
+    KeptFiles kept;
+    kept.AddModel(options.model);
+    kept.AddProject(folder);
+    kept.AddApplication(service::ApplicationFolder());
+    return kept;
 }
 
 int Check(const CheckOptions& options) {
@@ -235,13 +245,19 @@ int Check(const CheckOptions& options) {
             fmt::format("There is no severity \"{}\"; there is: confirmed, suspected, remind, never.", options.failOn));
     }
     EndOnSignals();
+    std::string error;
+    const std::optional<std::filesystem::path> folder =
+        service::NameProjectFolder(options.model, options.project, error);
+    if (!folder) {
+        return Unusable(error);
+    }
     CheckOutputs outputs(options.output);
-    if (const std::optional<std::string> failure = outputs.Open()) {
+    if (const std::optional<std::string> failure = outputs.Open(FilesToKeep(options, *folder))) {
         return Unusable(*failure);
     }
     // Asked before the model is read, which may take minutes. The lock itself is taken when it is known that there is
     // something to check, because taking it makes the project's folder.
-    if (const std::optional<std::string> busy = WhyBusy(options)) {
+    if (const std::optional<std::string> busy = options.noMemory ? std::nullopt : WhyBusy(*folder)) {
         return Unusable(*busy);
     }
     const service::ModelFile file = service::ReadModelFile(options.model);

@@ -76,7 +76,7 @@ void AddOutputOptions(CLI::App& command, OutputOptions& options) {
     AddNoColour(command, options.noColour);
 }
 
-std::optional<std::string> CheckOutputs::Open() {
+std::optional<std::string> CheckOutputs::Open(const KeptFiles& kept) {
     if (m_options.format != "text" && m_options.format != "json" && m_options.format != "sarif") {
         return fmt::format("There is no format \"{}\"; there is: text, json, sarif.", m_options.format);
     }
@@ -95,23 +95,22 @@ std::optional<std::string> CheckOutputs::Open() {
         }
         m_bcfGrouping = *grouping;
     }
-    return OpenFiles();
+    return OpenFiles(kept);
 }
 
-std::optional<std::string> CheckOutputs::OpenFiles() {
-    std::optional<std::string> failure;
+std::optional<std::string> CheckOutputs::OpenFiles(const KeptFiles& kept) {
+    std::vector<OutputFile> files;
     for (const auto& [path, file] : {std::pair(&m_options.json, &m_json), std::pair(&m_options.sarif, &m_sarif)}) {
-        if (*path && *path != "-" && !failure) {
-            failure = file->Open(**path);
+        if (*path && *path != "-") {
+            files.push_back({*file, **path});
         }
     }
-    if (m_options.html && !failure) {
-        failure = m_html.Open(*m_options.html);
+    for (const auto& [path, file] : {std::pair(&m_options.html, &m_html), std::pair(&m_options.bcf, &m_bcf)}) {
+        if (*path) {
+            files.push_back({*file, **path});
+        }
     }
-    if (m_options.bcf && !failure) {
-        failure = m_bcf.Open(*m_options.bcf);
-    }
-    return failure;
+    return OpenOutputs(kept, files);
 }
 
 std::string CheckOutputs::StandardText(const service::RunReport& report) const {

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "cli/Output.h"
+#include "cli/OutputFiles.h"
 #include "ifc/BuildingModel.h"
 #include "report/bcf/WriteBcf.h"
 #include "service/RunReport.h"
@@ -44,8 +44,9 @@ class CheckOutputs {
     explicit CheckOutputs(const OutputOptions& options) : m_options(options) {}
 
     // Opens the files that are wanted, so that one that cannot be written is known before the check. Returns a sentence
-    // when there is one, or when the options want two reports in one place.
-    std::optional<std::string> Open();
+    // when there is one, when the options want two reports in one place, or when one is to take the place of a file
+    // that is kept.
+    std::optional<std::string> Open(const KeptFiles& kept);
 
     // Requires: Open succeeded. Writes the project's result files, unless the project does not remember the run, and
     // the report where it is wanted. Returns false, having said so, when not all of it could be delivered; what could
@@ -63,7 +64,7 @@ class CheckOutputs {
     bool HasFilesOnly() const;
 
   private:
-    std::optional<std::string> OpenFiles();
+    std::optional<std::string> OpenFiles(const KeptFiles& kept);
     bool IsInterrupted() const { return m_isCancelled && !m_wasCancelled && m_isCancelled(); }
     // Writes what `make` makes. Returns false, having said so, when it could not, or was not to.
     bool Write(WholeFile& file, const std::string& path, const std::function<std::string()>& make) const;

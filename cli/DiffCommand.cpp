@@ -113,15 +113,17 @@ int Diff(const DiffOptions& options) {
         return Unusable(
             fmt::format("There is no severity \"{}\"; there is: confirmed, suspected, remind, never.", options.failOn));
     }
-    WholeFile file;
-    if (options.json && options.json != "-") {
-        if (const std::optional<std::string> failure = file.Open(*options.json)) {
-            return Unusable(*failure);
-        }
-    }
     std::string error;
     std::optional<ProjectStore> project = OpenChosenProject(options.choice, service::store::Access::ReadOnly, error);
-    const auto runs = project ? ChosenRuns(*project, options, error) : std::nullopt;
+    if (!project) {
+        return Unusable(error);
+    }
+    WholeFile file;
+    if (const std::optional<std::string> failure =
+            OpenOutputs(FilesToKeep(options.choice, *project), OutputsOf(options.json, file))) {
+        return Unusable(*failure);
+    }
+    const auto runs = ChosenRuns(*project, options, error);
     if (!runs) {
         return Unusable(error);
     }
@@ -152,8 +154,11 @@ Command AddDiff(CLI::App& app) {
         app.add_subcommand("diff", "Say which findings are new, persisting and gone between two runs of a project");
     AddProjectChoice(*command, options->choice);
     command->add_option("--from", options->from, "The earlier run. Default: the newest complete one before the later")
+        ->check(WholeNumber(1))
         ->type_name("N");
-    command->add_option("--to", options->to, "The later run. Default: the newest complete one")->type_name("N");
+    command->add_option("--to", options->to, "The later run. Default: the newest complete one")
+        ->check(WholeNumber(1))
+        ->type_name("N");
     command->add_option("--json", options->json, "Write it as JSON to FILE; - writes it to standard output")
         ->type_name("FILE");
     command

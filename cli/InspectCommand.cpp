@@ -5,10 +5,12 @@
 #include "cli/Commands.h"
 #include "cli/ExitCode.h"
 #include "cli/Options.h"
-#include "cli/Output.h"
+#include "cli/OutputFiles.h"
 #include "cli/Terminal.h"
 #include "ifc/Reader.h"
 #include "report/InspectReport.h"
+#include "service/Host.h"
+#include "service/ProjectFolder.h"
 
 namespace norvex::cli {
 namespace {
@@ -19,13 +21,25 @@ struct InspectOptions {
     bool noColour = false;
 };
 
+// The project that the model has without a wish is not looked at, but it may be there.
+KeptFiles FilesToKeep(const InspectOptions& options) {
+    std::string ignored;
+    KeptFiles kept;
+    kept.AddModel(options.model);
+    if (const std::optional<std::filesystem::path> folder =
+            service::NameProjectFolder(options.model, std::nullopt, ignored)) {
+        kept.AddProject(*folder);
+    }
+    kept.AddApplication(service::ApplicationFolder());
+    return kept;
+}
+
 int Inspect(const InspectOptions& options) {
     WholeFile jsonFile;
-    if (options.json && options.json != "-") {
-        if (const std::optional<std::string> failure = jsonFile.Open(*options.json)) {
-            Complain(*failure);
-            return kUnusable;
-        }
+    if (const std::optional<std::string> failure =
+            OpenOutputs(FilesToKeep(options), OutputsOf(options.json, jsonFile))) {
+        Complain(*failure);
+        return kUnusable;
     }
     ifc::ReadOptions readOptions;
     readOptions.sourceName = options.model;

@@ -1,6 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "cli/Options.h"
 
+#include <fmt/format.h>
+#include <charconv>
+#include <limits>
+
 namespace norvex::cli {
 
 const char* const kExitCodes =
@@ -14,6 +18,21 @@ const char* const kExitCodes =
 void AddNames(CLI::App& command, const std::string& option, std::vector<std::string>& names, const std::string& type,
               const std::string& help) {
     command.add_option(option, names, help)->type_name(type)->allow_extra_args(false);
+}
+
+CLI::Validator WholeNumber(std::int64_t least) {
+    CLI::Validator validator(
+        [least](const std::string& text) {
+            std::int64_t number = 0;
+            const char* const end = text.data() + text.size();
+            const auto [stop, error] = std::from_chars(text.data(), end, number);
+            return error == std::errc() && stop == end && number >= least
+                       ? std::string()
+                       : fmt::format("\"{}\" is no whole number from {} to {}", text, least,
+                                     std::numeric_limits<std::int64_t>::max());
+        },
+        "");
+    return validator;
 }
 
 void AddNoColour(CLI::App& command, bool& noColour) {

@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "cli/ProjectChoice.h"
 
+#include <set>
 #include <utility>
 
 #include "cli/ExitCode.h"
 #include "cli/Output.h"
+#include "service/Host.h"
 #include "service/ProjectFolder.h"
 
 namespace norvex::cli {
@@ -59,6 +61,31 @@ int Refuse(const service::store::StoreError& error) {
         default:
             return kUnusable;
     }
+}
+
+KeptFiles FilesToKeep(const ProjectChoice& choice, const std::filesystem::path& folder) {
+    KeptFiles kept;
+    if (choice.model) {
+        kept.AddModel(*choice.model);
+    }
+    kept.AddProject(folder);
+    kept.AddApplication(service::ApplicationFolder());
+    return kept;
+}
+
+KeptFiles FilesToKeep(const ProjectChoice& choice, service::store::ProjectStore& project) {
+    KeptFiles kept = FilesToKeep(choice, project.DatabasePath().parent_path());
+    std::set<std::string> models;
+    // Whoever goes on with a project that cannot be read hears of it there.
+    if (const auto runs = project.ListRuns()) {
+        for (const service::store::RunRecord& run : *runs) {
+            models.insert(run.identity.modelPath);
+        }
+    }
+    for (const std::string& model : models) {
+        kept.AddModel(model);
+    }
+    return kept;
 }
 
 std::optional<service::store::ProjectStore> OpenChosenProject(const ProjectChoice& choice,

@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 
+#include "cli/OutputFiles.h"
 #include "service/store/ProjectStore.h"
 
 namespace norvex::cli {
@@ -29,6 +30,11 @@ std::string Advised(const service::store::StoreError& error);
 // Says what is wrong with a project's memory. Returns what the program ends with: what can be put right by asking for
 // something else is wrong use; what the project could not do is not.
 int Refuse(const service::store::StoreError& error);
+
+// What no report on the project may overwrite: the model that is named, and what lies in the project's folder.
+KeptFiles FilesToKeep(const ProjectChoice& choice, const std::filesystem::path& folder);
+// And the models of all runs that the project remembers.
+KeptFiles FilesToKeep(const ProjectChoice& choice, service::store::ProjectStore& project);
 
 // The memory of the project that is meant. Errors: nothing, and error is one sentence.
 std::optional<service::store::ProjectStore> OpenChosenProject(const ProjectChoice& choice,

@@ -40,17 +40,23 @@ struct ReadAgain {
 
 ReadAgain ReadModelAgain(const service::RunReport& report, const std::string& path) {
     ReadAgain again;
-    const std::optional<std::string> digest = service::Sha256OfFile(path);
-    if (!digest) {
+    const ifc::LoadResult loaded = ifc::LoadIfcFile(path);
+    if (!loaded.Ok()) {
         again.whyNot = fmt::format(
             "The model \"{}\" cannot be read any more, so no plan is drawn; name it if it has moved.", path);
-    } else if (*digest != report.model.sha256) {
+        return again;
+    }
+    service::Sha256 digest;
+    digest.Add(loaded.content->Text());
+    if (digest.Finish() != report.model.sha256) {
         again.whyNot =
             fmt::format("The model \"{}\" is not the one that was checked any more, so no plan is drawn.", path);
-    } else {
-        again.read = ifc::ReadIfcFile(path);
-        again.whyNot = again.read.Ok() ? "" : ifc::DiagnosticText(path, again.read.error);
+        return again;
     }
+    ifc::ReadOptions options;
+    options.sourceName = std::filesystem::path(path).filename().string();
+    again.read = ifc::ReadIfcBytes(loaded.content->Bytes(), options);
+    again.whyNot = again.read.Ok() ? "" : ifc::DiagnosticText(path, again.read.error);
     return again;
 }
 
@@ -86,30 +92,36 @@ std::string DeliveredText(const service::RunReport& report, const OutputOptions&
 
 int Report(const ReportOptions& options) {
     EndOnSignals();
-    CheckOutputs outputs(options.output);
-    if (const std::optional<std::string> failure = outputs.Open()) {
-        return Unusable(*failure);
-    }
     std::string error;
-    std::optional<service::RunReport> report = ReadStoredRun(options.choice, error);
-    if (!report) {
+    std::optional<StoredRun> run = ReadStoredRun(options.choice, error);
+    if (!run) {
         return Unusable(error);
     }
-    const std::string path = options.choice.project.model.value_or(report->model.path);
-    const ReadAgain again = ReadModelAgain(*report, path);
+    CheckOutputs outputs(options.output);
+    if (const std::optional<std::string> failure = outputs.Open(run->kept)) {
+        return Unusable(*failure);
+    }
+    service::RunReport& report = run->report;
+    const std::string path = options.choice.project.model.value_or(report.model.path);
+    std::error_code ignored;
+    if (const auto status = std::filesystem::status(path, ignored);
+        std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) {
+        return Unusable(fmt::format("The model \"{}\" is no file but a folder, a pipe or a device.", path));
+    }
+    const ReadAgain again = ReadModelAgain(report, path);
     ModelView view{.model = nullptr, .floors = {}, .whyNot = again.whyNot};
     if (again.whyNot.empty()) {
         const service::IfcFloors floors(*again.read.model);
         view.model = &*again.read.model;
         view.floors = floors.Floors();
-        DescribeModel(*again.read.model, path, floors, *report);
+        DescribeModel(*again.read.model, path, floors, report);
     } else {
         Complain(again.whyNot);
     }
-    const bool areWritten = outputs.WriteFiles(*report, view);
+    const bool areWritten = outputs.WriteFiles(report, view);
     // Standard output has the whole report only where nothing else takes it.
     const bool isShown =
-        outputs.HasFilesOnly() ? WriteOut(DeliveredText(*report, options.output)) : outputs.WriteStandard(*report);
+        outputs.HasFilesOnly() ? WriteOut(DeliveredText(report, options.output)) : outputs.WriteStandard(report);
     return areWritten && isShown ? kClean : kIncomplete;
 }
 

@@ -19,6 +19,7 @@ namespace norvex::cli {
 namespace {
 
 using service::store::Access;
+using service::store::CheckState;
 using service::store::ProjectStore;
 using service::store::RunIdentity;
 using service::store::RunLock;
@@ -48,10 +49,13 @@ int Unusable(const std::string& sentence) {
     return kUnusable;
 }
 
-std::string StatusText(const RunRecord& run, bool isBeingChecked) {
+// Only the newest run can be the one under way.
+std::string StatusText(const RunRecord& run, bool isNewest, CheckState check) {
     switch (run.status) {
         case RunStatus::Running:
-            return isBeingChecked ? "under way" : "interrupted";
+            return !isNewest || check == CheckState::None ? "interrupted"
+                   : check == CheckState::UnderWay        ? "under way"
+                                                          : "under way or interrupted";
         case RunStatus::Complete:
             return "complete";
         case RunStatus::Partial:
@@ -87,7 +91,7 @@ int List(const std::filesystem::path& folder, bool noColour) {
     if (!runs || !tallies) {
         return Refuse(!runs ? runs.Error() : tallies.Error());
     }
-    const bool isBeingChecked = RunLock::HeldElsewhere(folder).has_value();
+    const CheckState check = RunLock::StateOf(folder);
     report::Table table({{"Run", report::Table::Align::Right},
                          {"Begun"},
                          {"Status"},
@@ -97,13 +101,11 @@ int List(const std::filesystem::path& folder, bool noColour) {
                          {"Scope"},
                          {"Model"}});
     for (const RunRecord& run : *runs) {
-        // Only the newest run can be the one under way.
-        const bool isUnderWay = isBeingChecked && run.id == runs->back().id;
         const auto& tally = tallies->at(run.id);
         table.AddRow(
             {{std::to_string(run.id), report::Tone::Strong},
              {run.clockWentBack ? run.startedAt + " (before an earlier run: a clock was wrong)" : run.startedAt},
-             {StatusText(run, isUnderWay)},
+             {StatusText(run, run.id == runs->back().id, check)},
              {std::to_string(tally.units)},
              {std::to_string(tally.findings)},
              {std::to_string(tally.trusted)},
@@ -138,7 +140,15 @@ int Keep(const std::filesystem::path& folder, std::int64_t keep) {
 std::optional<service::store::StoreError> DamageOf(const std::filesystem::path& folder) {
     service::store::StoreOptions options;
     options.access = Access::ReadOnly;
-    auto project = ProjectStore::Open(folder, options);
+    // Read first: what is not there, or of another program, is not to be opened for writing.
+    if (const auto project = ProjectStore::Open(folder, options); !project) {
+        return project.Error();
+    }
+    // Then as a check opens it, so that both see the same.
+    auto project = ProjectStore::Open(folder);
+    if (!project && project.Error().code == StoreErrorCode::ReadOnly) {
+        project = ProjectStore::Open(folder, options);
+    }
     if (!project) {
         return project.Error();
     }
@@ -196,7 +206,7 @@ Command AddRuns(CLI::App& app) {
         command
             ->add_option("--keep", options->keep,
                          "Forget the oldest runs until N are left; the last complete run of the whole project stays")
-            ->check(CLI::NonNegativeNumber)
+            ->check(WholeNumber(0))
             ->type_name("N");
     command
         ->add_flag("--set-aside-damaged", options->setAside,

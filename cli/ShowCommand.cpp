@@ -97,16 +97,16 @@ std::string TrustCommand(const RunReport& report, const FindingRecord& finding) 
 
 int Show(const ShowOptions& options) {
     std::string error;
-    const std::optional<RunReport> report = ReadStoredRun(options.choice, error);
-    const Wanted wanted = report ? Find(*report, options.finding, error) : Wanted{};
+    const std::optional<StoredRun> run = ReadStoredRun(options.choice, error);
+    const Wanted wanted = run ? Find(run->report, options.finding, error) : Wanted{};
     if (wanted.finding == nullptr) {
         Complain(error);
         return kUnusable;
     }
     const bool canBeAccepted = !wanted.isGone && !wanted.finding->trusted;
-    const report::FindingContext context{.isGone = wanted.isGone,
-                                         .trustCommand = canBeAccepted ? TrustCommand(*report, *wanted.finding) : ""};
-    return WriteOut(report::FindingText(*report, *wanted.finding, context, StyleOfOutput(options.noColour)))
+    const report::FindingContext context{
+        .isGone = wanted.isGone, .trustCommand = canBeAccepted ? TrustCommand(run->report, *wanted.finding) : ""};
+    return WriteOut(report::FindingText(run->report, *wanted.finding, context, StyleOfOutput(options.noColour)))
                ? kClean
                : kIncomplete;
 }

@@ -13,7 +13,7 @@ void AddRunChoice(CLI::App& command, RunChoice& choice) {
     AddProjectChoice(command, choice.project);
 }
 
-std::optional<service::RunReport> ReadStoredRun(const RunChoice& choice, std::string& error) {
+std::optional<StoredRun> ReadStoredRun(const RunChoice& choice, std::string& error) {
     std::optional<service::store::ProjectStore> project = OpenChosenProject(choice.project, Access::ReadOnly, error);
     if (!project) {
         return std::nullopt;
@@ -32,7 +32,7 @@ std::optional<service::RunReport> ReadStoredRun(const RunChoice& choice, std::st
         error = Advised(report.Error());
         return std::nullopt;
     }
-    return std::move(*report);
+    return StoredRun{std::move(*report), FilesToKeep(choice.project, *project)};
 }
 
 }  // namespace norvex::cli

@@ -19,8 +19,13 @@ struct RunChoice {
 // Adds --run, and the positional MODEL and --project DIR.
 void AddRunChoice(CLI::App& command, RunChoice& choice);
 
-// The run's report as norvex check gave it, but for what only its model tells. Loads the rule modules, so once in a
-// process. Errors: nothing, and error is one sentence.
-std::optional<service::RunReport> ReadStoredRun(const RunChoice& choice, std::string& error);
+struct StoredRun {
+    // As norvex check gave it, but for what only its model tells.
+    service::RunReport report;
+    KeptFiles kept;  // what no output may overwrite
+};
+
+// Loads the rule modules, so once in a process. Errors: nothing, and error is one sentence.
+std::optional<StoredRun> ReadStoredRun(const RunChoice& choice, std::string& error);
 
 }  // namespace norvex::cli

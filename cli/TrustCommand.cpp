@@ -71,6 +71,11 @@ Result<ProjectStore> OpenChosen(const ProjectChoice& choice, Access access) {
     return ProjectStore::Open(*folder, {.access = access});
 }
 
+KeptFiles FilesToKeep(const ProjectChoice& choice, Result<ProjectStore>& project) {
+    std::string ignored;
+    return project ? FilesToKeep(choice, *project) : FilesToKeep(choice, *ChosenProject(choice, ignored));
+}
+
 bool ShowTrust(ProjectStore& project, const std::vector<TrustId>& ids, bool noColour) {
     Result<std::vector<TrustListing>> listings = project.ListTrust();
     const Result<std::optional<RunRecord>> last = project.LastCompleteRun();

@@ -28,6 +28,9 @@ void AddPerson(CLI::App& command, std::string& person);
 service::store::Result<service::store::ProjectStore> OpenChosen(const ProjectChoice& choice,
                                                                 service::store::Access access);
 
+// What no output of a command about the project may overwrite, whether it has a memory or not.
+KeptFiles FilesToKeep(const ProjectChoice& choice, service::store::Result<service::store::ProjectStore>& project);
+
 // The entries with these numbers, or all of them when none is given, as norvex trust list shows them. Returns false,
 // having said so, when that is not possible.
 bool ShowTrust(service::store::ProjectStore& project, const std::vector<service::store::TrustId>& ids, bool noColour);

@@ -9,6 +9,7 @@
 #include "cli/ExitCode.h"
 #include "cli/Output.h"
 #include "cli/TrustCommands.h"
+#include "platform/kernel/InputFile.h"
 #include "service/store/TrustExchange.h"
 
 namespace norvex::cli {
@@ -34,6 +35,12 @@ int Export(const ExportOptions& options) {
     if (!project && project.Error().code != StoreErrorCode::NothingStored) {
         return Refuse(project.Error());
     }
+    WholeFile file;
+    if (const std::optional<std::string> failure =
+            OpenOutputs(FilesToKeep(options.choice, project), OutputsOf(options.to, file))) {
+        Complain(*failure);
+        return kUnusable;
+    }
     const Result<std::string> document =
         project ? project->ExportTrust() : Result<std::string>(service::store::TrustDocument({}));
     if (!document) {
@@ -42,37 +49,39 @@ int Export(const ExportOptions& options) {
     if (options.to == "-") {
         return WriteOut(*document) ? kClean : kIncomplete;
     }
-    WholeFile file;
-    std::optional<std::string> failure = file.Open(options.to);
-    if (!failure) {
-        failure = file.Commit(*document);
-    }
-    if (failure) {
+    if (const std::optional<std::string> failure = file.Commit(*document)) {
         Complain(*failure);
         return kIncomplete;
     }
     return kClean;
 }
 
-// At most one byte more than a document may have. Errors: nothing, and error is one sentence.
-std::optional<std::string> ReadDocument(const std::string& from, std::string& error) {
-    struct Close {
-        void operator()(std::FILE* file) const { std::fclose(file); }
-    };
-    const std::unique_ptr<std::FILE, Close> opened(from == "-" ? nullptr : std::fopen(from.c_str(), "rb"));
-    std::FILE* file = from == "-" ? stdin : opened.get();
+// At most one byte more than a document may have. Errors: nothing, and why is a clause.
+std::optional<std::string> ReadStandardInput(std::string& why) {
     std::string document;
     std::array<char, 65536> buffer{};
-    while (file != nullptr && document.size() <= service::store::kMaxTrustDocumentBytes) {
-        const std::size_t count = std::fread(buffer.data(), 1, buffer.size(), file);
+    while (document.size() <= service::store::kMaxTrustDocumentBytes) {
+        const std::size_t count = std::fread(buffer.data(), 1, buffer.size(), stdin);
         if (count == 0) {
             break;
         }
         document.append(buffer.data(), count);
     }
-    if (file == nullptr || std::ferror(file) != 0) {
-        error = fmt::format("The trust document {} cannot be read: {}.", from, std::strerror(errno));
+    if (std::ferror(stdin) != 0) {
+        why = std::strerror(errno);
         return std::nullopt;
+    }
+    return document;
+}
+
+// As above, from where the user says. Errors: nothing, and error is one sentence.
+std::optional<std::string> ReadDocument(const std::string& from, std::string& error) {
+    std::string why;
+    std::optional<std::string> document =
+        from == "-" ? ReadStandardInput(why)
+                    : kernel::ReadInputFile(from, service::store::kMaxTrustDocumentBytes + 1, why);
+    if (!document) {
+        error = fmt::format("The trust document {} cannot be read: {}.", from, why);
     }
     return document;
 }

@@ -25,17 +25,12 @@ struct ListOptions {
     bool noColour = false;
 };
 
-int Show(const std::vector<TrustListing>& listings, RunId lastRun, const ListOptions& options) {
+int Show(const std::vector<TrustListing>& listings, RunId lastRun, const ListOptions& options, WholeFile& file) {
     if (options.json == "-") {
         return WriteOut(report::TrustJson(listings, lastRun)) ? kClean : kIncomplete;
     }
     if (options.json) {
-        WholeFile file;
-        std::optional<std::string> failure = file.Open(*options.json);
-        if (!failure) {
-            failure = file.Commit(report::TrustJson(listings, lastRun));
-        }
-        if (failure) {
+        if (const std::optional<std::string> failure = file.Commit(report::TrustJson(listings, lastRun))) {
             Complain(*failure);
             return kIncomplete;
         }
@@ -45,15 +40,24 @@ int Show(const std::vector<TrustListing>& listings, RunId lastRun, const ListOpt
 
 int List(const ListOptions& options) {
     Result<ProjectStore> project = OpenChosen(options.choice, Access::ReadOnly);
+    if (!project && project.Error().code != StoreErrorCode::NothingStored) {
+        return Refuse(project.Error());
+    }
+    WholeFile file;
+    if (const std::optional<std::string> failure =
+            OpenOutputs(FilesToKeep(options.choice, project), OutputsOf(options.json, file))) {
+        Complain(*failure);
+        return kUnusable;
+    }
     if (!project) {
-        return project.Error().code == StoreErrorCode::NothingStored ? Show({}, 0, options) : Refuse(project.Error());
+        return Show({}, 0, options, file);
     }
     const Result<std::vector<TrustListing>> listings = project->ListTrust();
     const Result<std::optional<RunRecord>> last = project->LastCompleteRun();
     if (!listings || !last) {
         return Refuse(!listings ? listings.Error() : last.Error());
     }
-    return Show(*listings, *last ? (**last).id : 0, options);
+    return Show(*listings, *last ? (**last).id : 0, options, file);
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <set>
 
 #include "cli/ExitCode.h"
+#include "cli/Options.h"
 #include "cli/Output.h"
 #include "cli/TrustCommands.h"
 
@@ -94,7 +95,7 @@ Command AddTrustRemove(CLI::App& trust) {
     command->add_option("ID", options->ids, "Numbers, as norvex trust list shows them")
         ->required()
         ->type_name("")
-        ->check(CLI::PositiveNumber);
+        ->check(WholeNumber(1));
     command->add_option("--reason", options->reason, "Why it is taken back")->required()->type_name("TEXT");
     AddPerson(*command, options->person);
     AddProjectChoice(*command, options->choice);

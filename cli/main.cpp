@@ -33,6 +33,8 @@ int main(int argc, char** argv) {
     norvex::cli::KeepStandardFiles();
     // A reader that goes away is an error of writing, not the end of the process.
     std::signal(SIGPIPE, SIG_IGN);
+    // So is a file that grows beyond the limit for one; without a sentence nobody would know what happened.
+    std::signal(SIGXFSZ, SIG_IGN);
     try {
         return norvex::cli::Main(argc, argv);
     } catch (const std::bad_alloc&) {

@@ -4,17 +4,9 @@
 #include <openssl/evp.h>
 
 #include <array>
-#include <fstream>
 #include <new>
-#include <vector>
 
 namespace norvex::service {
-namespace {
-
-constexpr std::size_t kFileBufferSize = std::size_t{1} << 16;
-
-}  // namespace
-
 struct Sha256::State {
     State() : context(EVP_MD_CTX_new(), EVP_MD_CTX_free) {
         // The library refuses only for want of memory: the digest is one of its built-in ones.
@@ -45,20 +37,6 @@ std::string Sha256::Finish() {
         digits.push_back("0123456789abcdef"[bytes[i] & 0xFU]);
     }
     return digits;
-}
-
-std::optional<std::string> Sha256OfFile(const std::filesystem::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    Sha256 digest;
-    std::vector<char> buffer(kFileBufferSize);
-    while (file) {
-        file.read(buffer.data(), static_cast<std::streamsize>(buffer.size()));
-        digest.Add({buffer.data(), static_cast<std::size_t>(file.gcount())});
-    }
-    if (!file.eof()) {
-        return std::nullopt;
-    }
-    return digest.Finish();
 }
 
 }  // namespace norvex::service

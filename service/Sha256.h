@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <filesystem>
 #include <memory>
-#include <optional>
 #include <string>
 #include <string_view>
 
@@ -25,8 +23,5 @@ class Sha256 {
     struct State;
     std::unique_ptr<State> m_state;
 };
-
-// Returns: the digest of a file's content, or nothing when it cannot be read.
-std::optional<std::string> Sha256OfFile(const std::filesystem::path& path);
 
 }  // namespace norvex::service

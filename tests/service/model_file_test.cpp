@@ -34,7 +34,9 @@ TEST_F(ModelFileTest, GivesTheModelAndTheDigestOfItsBytes) {
     ASSERT_TRUE(file.read.Ok());
     EXPECT_EQ(file.read.model->elements.size(), 1U);
     EXPECT_EQ(file.read.model->sourceName, m_path.filename());
-    EXPECT_EQ(file.sha256, Sha256OfFile(path));
+    Sha256 digest;
+    digest.Add(kModel);
+    EXPECT_EQ(file.sha256, digest.Finish());
 }
 
 TEST_F(ModelFileTest, GivesTheReadersErrorForWhatIsNoModel) {

@@ -122,9 +122,12 @@ TEST_F(ProgramOnABadDay, ChecksNothingWhenTheDiskIsFullFromTheBeginning) {
     const ProcessResult result = Check(m_model, {}, [] {
         const rlimit limit{512, 512};
         setrlimit(RLIMIT_FSIZE, &limit);
-        std::signal(SIGXFSZ, SIG_IGN);
+        std::signal(SIGXFSZ, SIG_DFL);
     });
-    ExpectRefusal(result, "no room left on the disk");
+    EXPECT_EQ(result.exitCode, 3) << result.out << result.err;
+    ExpectOneSentence(result.err);
+    EXPECT_NE(result.err.find("no room left on the disk"), std::string::npos) << result.err;
+    EXPECT_EQ(result.out, "");
     ExpectMemoryOfOneRun();
 }
 
