@@ -80,7 +80,13 @@ bool CComMethod::GetFileVersion(CString path, CString& version) {
     }
     VS_FIXEDFILEINFO info;
     std::memcpy(&info, value, sizeof(info));
-    version.Format(L"%d.%d.%d.%d", info.dwFileVersionMS >> 16, info.dwFileVersionMS & 0xFFFF,
-                   info.dwFileVersionLS >> 16, info.dwFileVersionLS & 0xFFFF);
+    try {
+        CString text;
+        text.Format(L"%d.%d.%d.%d", info.dwFileVersionMS >> 16, info.dwFileVersionMS & 0xFFFF,
+                    info.dwFileVersionLS >> 16, info.dwFileVersionLS & 0xFFFF);
+        version = text;
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
     return true;
 }

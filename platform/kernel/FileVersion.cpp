@@ -10,42 +10,67 @@ namespace norvex::kernel {
 
 namespace {
 
-using Bytes = std::span<const std::byte>;
+// A part of a module. Cutting it moves two numbers; bytes are read when they are asked for.
+class Bytes {
+  public:
+    Bytes() = default;
+    explicit Bytes(const ModuleReader& module) : m_module(&module), m_size(module.Size()) {}
+
+    bool empty() const { return m_size == 0; }
+    std::uint64_t size() const { return m_size; }
+    std::uint64_t Offset() const { return m_offset; }
+    // Everything behind the first so many bytes. Requires: there are as many.
+    Bytes Behind(std::uint64_t offset) const { return Bytes(*this, offset, m_size - offset); }
+    bool Read(std::uint64_t offset, std::span<std::byte> out) const {
+        return offset <= m_size && out.size() <= m_size - offset && m_module->Read(m_offset + offset, out);
+    }
+
+  private:
+    friend Bytes Part(const Bytes& bytes, std::uint64_t offset, std::uint64_t size);
+    Bytes(const Bytes& whole, std::uint64_t offset, std::uint64_t size)
+        : m_module(whole.m_module), m_offset(whole.m_offset + offset), m_size(size) {}
+
+    const ModuleReader* m_module = nullptr;
+    std::uint64_t m_offset = 0;
+    std::uint64_t m_size = 0;
+};
 
 // Offsets and sizes in modules are at most 64 bits wide; every access goes through these checks.
-Bytes Part(Bytes bytes, std::uint64_t offset, std::uint64_t size) {
+Bytes Part(const Bytes& bytes, std::uint64_t offset, std::uint64_t size) {
     if (offset > bytes.size() || size > bytes.size() - offset) {
         return {};
     }
-    return bytes.subspan(static_cast<std::size_t>(offset), static_cast<std::size_t>(size));
+    return Bytes(bytes, offset, size);
 }
 
 // A little-endian number of so many bytes; nothing when it does not fit.
-std::optional<std::uint64_t> Number(Bytes bytes, std::uint64_t offset, std::size_t size) {
-    const Bytes part = Part(bytes, offset, size);
-    if (part.size() != size) {
+std::optional<std::uint64_t> Number(const Bytes& bytes, std::uint64_t offset, std::size_t size) {
+    std::array<std::byte, sizeof(std::uint64_t)> digits{};
+    if (!bytes.Read(offset, std::span(digits).first(size))) {
         return std::nullopt;
     }
     std::uint64_t value = 0;
     for (std::size_t index = size; index-- > 0;) {
-        value = value << 8 | std::to_integer<std::uint64_t>(part[index]);
+        value = value << 8 | std::to_integer<std::uint64_t>(digits[index]);
     }
     return value;
 }
 
-std::uint64_t NumberOr0(Bytes bytes, std::uint64_t offset, std::size_t size) {
+std::uint64_t NumberOr0(const Bytes& bytes, std::uint64_t offset, std::size_t size) {
     return Number(bytes, offset, size).value_or(0);
 }
 
-bool BeginsWith(Bytes bytes, std::string_view beginning) {
-    return bytes.size() >= beginning.size() &&
-           std::equal(beginning.begin(), beginning.end(), bytes.begin(),
+bool BeginsWith(const Bytes& bytes, std::string_view beginning) {
+    constexpr std::size_t kLongest = 8;
+    std::array<std::byte, kLongest> read{};
+    return beginning.size() <= kLongest && bytes.Read(0, std::span(read).first(beginning.size())) &&
+           std::equal(beginning.begin(), beginning.end(), read.begin(),
                       [](char wanted, std::byte byte) { return static_cast<std::byte>(wanted) == byte; });
 }
 
 // The resource as long as its own length field says; empty when that is longer than what there is, or too short for the
 // length, value length and type that every resource begins with.
-Bytes CutToOwnLength(Bytes resource) {
+Bytes CutToOwnLength(const Bytes& resource) {
     constexpr std::uint64_t kHeaderSize = 6;
     const std::uint64_t length = NumberOr0(resource, 0, 2);
     return length < kHeaderSize ? Bytes{} : Part(resource, 0, length);
@@ -60,7 +85,7 @@ struct Section {
 };
 
 // The part of the file that is mapped from an address to the end of its section.
-Bytes FromAddress(Bytes module, std::uint64_t sectionTable, std::uint64_t sectionCount, std::uint64_t address) {
+Bytes FromAddress(const Bytes& module, std::uint64_t sectionTable, std::uint64_t sectionCount, std::uint64_t address) {
     constexpr std::uint64_t kSectionHeaderSize = 40;
     for (std::uint64_t index = 0; index < sectionCount; ++index) {
         const Bytes header = Part(module, sectionTable + index * kSectionHeaderSize, kSectionHeaderSize);
@@ -70,7 +95,7 @@ Bytes FromAddress(Bytes module, std::uint64_t sectionTable, std::uint64_t sectio
         const Section section{NumberOr0(header, 12, 4), NumberOr0(header, 20, 4), NumberOr0(header, 16, 4)};
         if (address >= section.address && address - section.address < section.size) {
             const Bytes content = Part(module, section.fileOffset, section.size);
-            return content.empty() ? content : content.subspan(static_cast<std::size_t>(address - section.address));
+            return content.empty() ? content : content.Behind(address - section.address);
         }
     }
     return {};
@@ -82,8 +107,8 @@ struct ResourceEntry {
     bool isDirectory;
 };
 
-std::optional<ResourceEntry> FindEntry(Bytes resources, std::uint64_t directory, std::optional<std::uint64_t> wantedId,
-                                       bool orFirst) {
+std::optional<ResourceEntry> FindEntry(const Bytes& resources, std::uint64_t directory,
+                                       std::optional<std::uint64_t> wantedId, bool orFirst) {
     constexpr std::uint64_t kDirectoryHeaderSize = 16;
     constexpr std::uint64_t kEntrySize = 8;
     constexpr std::uint64_t kIsDirectory = 0x80000000;
@@ -110,7 +135,7 @@ std::optional<ResourceEntry> FindEntry(Bytes resources, std::uint64_t directory,
     return ResourceEntry{*target & ~kIsDirectory, (*target & kIsDirectory) != 0};
 }
 
-Bytes FindInWindowsModule(Bytes module) {
+Bytes FindInWindowsModule(const Bytes& module) {
     constexpr std::uint64_t kVersionType = 16;
     constexpr std::uint64_t kVersionName = 1;
     const std::uint64_t header = NumberOr0(module, 0x3C, 4);
@@ -190,12 +215,12 @@ Bytes FindInNotes(Bytes notes, std::uint64_t alignment, int& budget) {
         if (next > notes.size()) {
             return {};
         }
-        notes = notes.subspan(static_cast<std::size_t>(next));
+        notes = notes.Behind(next);
     }
     return {};
 }
 
-Bytes FindInElfModule(Bytes module) {
+Bytes FindInElfModule(const Bytes& module) {
     constexpr std::uint64_t kLittleEndian = 1;
     constexpr std::uint64_t kNoteSegment = 4;
     const std::uint64_t elfClass = NumberOr0(module, 4, 1);
@@ -227,18 +252,44 @@ Bytes FindInElfModule(Bytes module) {
     return {};
 }
 
+// A module that is in memory as a whole.
+class MemoryReader final : public ModuleReader {
+  public:
+    explicit MemoryReader(std::span<const std::byte> bytes) : m_bytes(bytes) {}
+
+    std::uint64_t Size() const override { return m_bytes.size(); }
+    bool Read(std::uint64_t offset, std::span<std::byte> out) const override {
+        std::copy_n(m_bytes.begin() + static_cast<std::ptrdiff_t>(offset), out.size(), out.begin());
+        return true;
+    }
+
+  private:
+    std::span<const std::byte> m_bytes;
+};
+
 }  // namespace
 
+ModuleReader::~ModuleReader() = default;
+
+std::optional<ModulePart> FindVersionResource(const ModuleReader& module) {
+    const Bytes bytes(module);
+    Bytes found;
+    if (BeginsWith(bytes, "MZ")) {
+        found = FindInWindowsModule(bytes);
+    } else if (BeginsWith(bytes,
+                          "\x7F"
+                          "ELF")) {
+        found = FindInElfModule(bytes);
+    }
+    if (found.empty()) {
+        return std::nullopt;
+    }
+    return ModulePart{found.Offset(), static_cast<std::size_t>(found.size())};
+}
+
 std::span<const std::byte> FindVersionResource(std::span<const std::byte> module) {
-    if (BeginsWith(module, "MZ")) {
-        return FindInWindowsModule(module);
-    }
-    if (BeginsWith(module,
-                   "\x7F"
-                   "ELF")) {
-        return FindInElfModule(module);
-    }
-    return {};
+    const auto found = FindVersionResource(MemoryReader(module));
+    return found ? module.subspan(static_cast<std::size_t>(found->offset), found->size) : module.first(0);
 }
 
 std::optional<std::size_t> FixedFileInfoOffset(std::span<const std::byte> resource) {
@@ -247,7 +298,8 @@ std::optional<std::size_t> FixedFileInfoOffset(std::span<const std::byte> resour
     constexpr std::size_t kKeyOffset = 6;
     constexpr std::size_t kInfoOffset = 40;
     constexpr std::uint64_t kSignature = 0xFEEF04BD;
-    const Bytes own = CutToOwnLength(resource);
+    const MemoryReader reader(resource);
+    const Bytes own = CutToOwnLength(Bytes(reader));
     if (NumberOr0(own, 2, 2) < sizeof(VS_FIXEDFILEINFO) || Part(own, kInfoOffset, sizeof(VS_FIXEDFILEINFO)).empty() ||
         Number(own, kInfoOffset, 4) != kSignature) {
         return std::nullopt;

@@ -5,7 +5,8 @@
 #include "platform/kernel/FileVersion.h"
 #include "platform/kernel/KernelTypes.h"
 
-// The version resource of a file by the host's path. Any thread.
+// The version resource of a file by the host's path. The file may be of any size: its headers and the resource are read,
+// not the file. Nothing is thrown; memory that runs out counts as a file that cannot be read. Any thread.
 
 // Size of the version resource in bytes; 0 when the file has none or cannot be read. handle, when not null, is set to
 // 0.

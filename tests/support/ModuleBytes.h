@@ -149,4 +149,19 @@ inline std::string ElfModule(const std::string& resource, bool is64Bit = true) {
     return bytes + notes;
 }
 
+// Where the notes begin in a 64-bit ElfModule, and its headers with the notes at another place.
+inline constexpr std::size_t kElfNotes = 64 + 56;
+inline std::string ElfHeaders(std::uint64_t notesOffset) {
+    std::string headers = ElfModule(VersionResource({})).substr(0, kElfNotes);
+    Overwrite(headers, 64 + 8, notesOffset, 8);
+    return headers;
+}
+
+// The headers of a 64-bit WindowsModule with the resources at another place of the file.
+inline std::string WindowsHeaders(std::uint32_t resourcesOffset) {
+    std::string headers = WindowsModule(VersionResource({})).substr(0, kPeResources);
+    Overwrite(headers, kPeOptionalHeader + 240 + 40 + 20, resourcesOffset, 4);
+    return headers;
+}
+
 }  // namespace norvex::test

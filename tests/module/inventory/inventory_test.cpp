@@ -12,8 +12,10 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -165,6 +167,19 @@ TEST(ModuleVersion, IsTheFileVersionInFourDecimalNumbers) {
     EXPECT_TRUE(CComMethod::GetFileVersion(
         HostPath(folder.Write("e", ElfModule(VersionResource({0, 65535, 0, 40000})))), version));
     EXPECT_EQ(version, L"0.65535.0.40000");
+}
+
+TEST(ModuleVersion, IsFoundInAModuleThatIsLargerThanAQuarterOfAGigabyte) {
+    const TemporaryFolder folder;
+    constexpr std::uint32_t kSize = 300U << 20;
+    // A hole but for its two ends: it takes no room on the disk.
+    const fs::path file = folder.Write("large.Arx", norvex::test::WindowsHeaders(kSize));
+    fs::resize_file(file, kSize);
+    std::ofstream(file, std::ios::binary | std::ios::app)
+        << WindowsModule(VersionResource({3, 1, 20, 5})).substr(norvex::test::kPeResources);
+    CString version;
+    ASSERT_TRUE(CComMethod::GetFileVersion(HostPath(file), version));
+    EXPECT_EQ(version, L"3.1.20.5");
 }
 
 TEST(ModuleVersion, LeavesTheTextAloneWhenThereIsNone) {

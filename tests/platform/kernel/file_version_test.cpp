@@ -9,6 +9,8 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <filesystem>
+#include <fstream>
 #include <random>
 #include <span>
 #include <string>
@@ -150,6 +152,79 @@ TEST(FileVersion, SurvivesRandomDamage) {
     }
 }
 
+// A module with bytes at its beginning and at its end and zeros between them, as large as one likes.
+class HollowModule : public norvex::kernel::ModuleReader {
+  public:
+    HollowModule(std::string beginning, std::uint64_t endOffset, std::string end)
+        : m_beginning(std::move(beginning)), m_endOffset(endOffset), m_end(std::move(end)) {}
+
+    std::uint64_t Size() const override { return m_endOffset + m_end.size(); }
+    bool Read(std::uint64_t offset, std::span<std::byte> out) const override {
+        for (std::byte& byte : out) {
+            byte = static_cast<std::byte>(At(offset++));
+        }
+        bytesRead += out.size();
+        return true;
+    }
+
+    mutable std::size_t bytesRead = 0;
+
+  private:
+    char At(std::uint64_t offset) const {
+        if (offset < m_beginning.size()) {
+            return m_beginning[static_cast<std::size_t>(offset)];
+        }
+        return offset < m_endOffset ? '\0' : m_end.at(static_cast<std::size_t>(offset - m_endOffset));
+    }
+
+    std::string m_beginning;
+    std::uint64_t m_endOffset;
+    std::string m_end;
+};
+
+TEST(FileVersion, TakesReadsOfTheHeadersAloneHoweverLargeTheModule) {
+    const std::string resource = VersionResource(kVersion);
+    const std::string elf = ElfModule(resource);
+    const std::string windows = WindowsModule(resource);
+    for (const std::uint64_t end : {std::uint64_t{1} << 20, std::uint64_t{300} << 20, std::uint64_t{1} << 50}) {
+        const HollowModule module(ElfHeaders(end), end, elf.substr(kElfNotes));
+        const auto found = norvex::kernel::FindVersionResource(module);
+        ASSERT_TRUE(found.has_value()) << end;
+        EXPECT_EQ(found->offset, end + elf.size() - kElfNotes - resource.size());
+        EXPECT_EQ(found->size, resource.size());
+        EXPECT_LT(module.bytesRead, 200U) << end;
+    }
+    for (const std::uint32_t end : {1U << 20, 300U << 20, 0xFFFFF000U}) {
+        const HollowModule module(WindowsHeaders(end), end, windows.substr(kPeResources));
+        const auto found = norvex::kernel::FindVersionResource(module);
+        ASSERT_TRUE(found.has_value()) << end;
+        EXPECT_EQ(found->offset, end + windows.size() - kPeResources - resource.size());
+        EXPECT_LT(module.bytesRead, 400U) << end;
+    }
+}
+
+TEST(FileVersion, IsMissingWhenTheModuleCannotBeReadToItsEnd) {
+    class Failing : public HollowModule {
+      public:
+        Failing(const std::string& bytes, std::size_t readable)
+            : HollowModule(bytes, bytes.size(), ""), m_readable(readable) {}
+        bool Read(std::uint64_t offset, std::span<std::byte> out) const override {
+            return offset + out.size() <= m_readable && HollowModule::Read(offset, out);
+        }
+
+      private:
+        std::size_t m_readable;
+    };
+    for (const std::string& module : {ElfModule(VersionResource(kVersion)), WindowsModule(VersionResource(kVersion))}) {
+        // What lies behind the resource's own length is not read.
+        const std::size_t needed = module.size() - VersionResource(kVersion).size() + 2;
+        for (std::size_t readable = 0; readable < needed; ++readable) {
+            EXPECT_EQ(norvex::kernel::FindVersionResource(Failing(module, readable)).has_value(), false) << readable;
+        }
+        EXPECT_TRUE(norvex::kernel::FindVersionResource(Failing(module, needed)).has_value());
+    }
+}
+
 TEST(VersionInfo, GivesTheFixedFileInformationOfAFile) {
     const TemporaryFolder folder;
     const CString path =
@@ -171,6 +246,22 @@ TEST(VersionInfo, GivesTheFixedFileInformationOfAFile) {
     std::memcpy(&info, value, sizeof(info));
     EXPECT_EQ(info.dwFileVersionMS, 0x00030001U);
     EXPECT_EQ(info.dwFileVersionLS, 0x00140005U);
+}
+
+TEST(VersionInfo, IsReadFromFilesOfAnySize) {
+    const TemporaryFolder folder;
+    const std::string resource = VersionResource(kVersion);
+    for (const std::uint64_t end : {std::uint64_t{300} << 20, std::uint64_t{5} << 30}) {
+        // The file is a hole but for its two ends, so that it takes no room on the disk.
+        const std::filesystem::path file = folder.Write("large.Arx", ElfHeaders(end));
+        std::filesystem::resize_file(file, end);
+        std::ofstream(file, std::ios::binary | std::ios::app) << ElfModule(resource).substr(kElfNotes);
+        const CString path = norvex::kernel::FromNativePath(file.native());
+        ASSERT_EQ(GetFileVersionInfoSizeW(path, nullptr), resource.size()) << end;
+        std::string buffer(resource.size(), '\0');
+        ASSERT_TRUE(GetFileVersionInfoW(path, 0, static_cast<DWORD>(buffer.size()), buffer.data()));
+        EXPECT_EQ(buffer, resource);
+    }
 }
 
 TEST(VersionInfo, HasSizeZeroWithoutAResource) {
