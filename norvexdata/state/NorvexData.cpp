@@ -12,14 +12,17 @@ using norvex::state::WrappingAdd;
 using norvex::text::NarrowToWide;
 using norvex::text::WideToNarrow;
 
+// A second copy of the module in the process, such as one that a rule package brings along, finds its names bound to
+// the objects of the first. "inline" makes the compiler guard each object by a flag that is bound in the same way, so
+// that the first copy alone constructs and destroys. What a constant initialises needs no guard.
 INorvexService* CNorvexData::s_pINorvexService = nullptr;
-std::vector<CString> CNorvexData::s_strFloorVec;
-CString CNorvexData::s_strCurCategory;
-CString CNorvexData::s_strCurFloor;
-CString CNorvexData::s_strCurSpec;
-std::map<CString, std::set<CString>> CNorvexData::s_strSmallMemMap;
-std::map<CString, NS_NORVEX::CategoryCheckState> CNorvexData::s_CheckStateMap;
-std::map<CString, std::set<SSubCategory>> CNorvexData::s_sSubCategoryMap;
+[[gnu::used]] inline std::vector<CString> CNorvexData::s_strFloorVec;
+[[gnu::used]] inline CString CNorvexData::s_strCurCategory;
+[[gnu::used]] inline CString CNorvexData::s_strCurFloor;
+[[gnu::used]] inline CString CNorvexData::s_strCurSpec;
+[[gnu::used]] inline std::map<CString, std::set<CString>> CNorvexData::s_strSmallMemMap;
+[[gnu::used]] inline std::map<CString, NS_NORVEX::CategoryCheckState> CNorvexData::s_CheckStateMap;
+[[gnu::used]] inline std::map<CString, std::set<SSubCategory>> CNorvexData::s_sSubCategoryMap;
 int CNorvexData::s_iCurRuleNum = 0;
 int CNorvexData::s_iTotalRuleNum = 0;
 bool CNorvexData::s_bCheckFinish = false;

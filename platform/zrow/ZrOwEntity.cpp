@@ -3,14 +3,16 @@
 
 ACRX_DEFINE_MEMBERS(ZrOwEntity, AcDbEntity)
 
-const CString kPropertyGlobalId = u"GlobalId";
-const CString kPropertyGlobalIdRepeats = u"GlobalIdRepeats";
-const CString kPropertyNominalDiameter = u"NominalDiameter";
-const CString kPropertyOuterDiameter = u"OuterDiameter";
-const CString kPropertyConnectionType = u"ConnectionType";
-const CString kPropertyJoined = u"Joined";
-const CString kPropertyName = u"Name";
-const CString kPropertyClass = u"Class";
+// Inline for its guard: a second copy of this library in the process finds them bound to those of the first, and must
+// not construct and destroy them once more.
+[[gnu::used]] inline const CString kPropertyGlobalId = u"GlobalId";
+[[gnu::used]] inline const CString kPropertyGlobalIdRepeats = u"GlobalIdRepeats";
+[[gnu::used]] inline const CString kPropertyNominalDiameter = u"NominalDiameter";
+[[gnu::used]] inline const CString kPropertyOuterDiameter = u"OuterDiameter";
+[[gnu::used]] inline const CString kPropertyConnectionType = u"ConnectionType";
+[[gnu::used]] inline const CString kPropertyJoined = u"Joined";
+[[gnu::used]] inline const CString kPropertyName = u"Name";
+[[gnu::used]] inline const CString kPropertyClass = u"Class";
 
 namespace {
 

@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "norvexdata/state/NorvexData.h"
 #include "platform/arx/AcRx.h"
+#include "support/TemporaryFolder.h"
 
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <filesystem>
 #include <map>
 #include <set>
 #include <stdexcept>
@@ -115,4 +117,19 @@ TEST_F(LoadedModule, StaysTheSameModuleWhenItIsLoadedAgain) {
     EXPECT_EQ(Static<int>("CNorvexData", "s_iCurRuleNum"), 7);
     dlclose(again);
     Static<int>("CNorvexData", "s_iCurRuleNum") = 0;
+}
+
+TEST_F(LoadedModule, HasAStateApartFromThatOfACopyWhichTheLoaderKeepsApart) {
+    const TemporaryFolder folder;
+    const std::filesystem::path file = folder.Path() / "Copy.arx";
+    std::filesystem::copy_file(NORVEX_MODULE_FILE, file);
+    Static<int>("CNorvexData", "s_iCurRuleNum") = 7;
+    Static<std::vector<CString>>("CNorvexData", "s_strFloorVec") = {L"1F"};
+    Static<CString>("CNorvexData", "s_strCurFloor") = L"1F";
+    void* const first = m_library;
+    m_library = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
+    ASSERT_NE(m_library, nullptr) << dlerror();
+    EXPECT_EQ(Touched(), std::vector<std::string>());
+    m_library = first;
+    EXPECT_EQ(Touched(), (std::vector<std::string>{"floors", "current floor", "current rule"}));
 }
