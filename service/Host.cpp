@@ -27,6 +27,14 @@ using RuleApiVersionFunction = int (*)();
 // CNorvexData::GetNorvexService() as the loader knows it.
 constexpr const char* kGetServiceSymbol = "_ZN11CNorvexData16GetNorvexServiceEv";
 
+// Libraries whose state is one for the process, each with a name that it alone defines.
+struct OneOfAKind {
+    const char* library;
+    const char* symbol;
+};
+constexpr OneOfAKind kOnesOfAKind[] = {{kModuleName, kGetServiceSymbol},
+                                       {"libNorvexPlatform.so", "_Z15acrxSysRegistryv"}};
+
 RuleRecord RecordOf(const NS_NORVEX::RuleInfo& info, const Module& module) {
     RuleRecord record{.name = text::ToUtf8(info.strName),
                       .shortName = text::ToUtf8(info.strShortName),
@@ -72,6 +80,24 @@ std::filesystem::path LinkedModule() {
 bool IsAnotherFile(const std::filesystem::path& file) {
     std::error_code error;
     return std::filesystem::exists(file, error) && !std::filesystem::equivalent(file, LinkedModule(), error) && !error;
+}
+
+// Why a file among the rule modules must not even be loaded, because another one is in the process already; empty when
+// it may. A second copy of the module would at best bring a state that nobody looks at.
+std::string ReasonNotToLoadBeside(const std::vector<Module>& loaded, const std::filesystem::path& file) {
+    for (const Module& module : loaded) {
+        std::error_code error;
+        if (std::filesystem::equivalent(file, module.File(), error)) {
+            return fmt::format("it is the same file as {}, which is loaded already", module.Name());
+        }
+    }
+    for (const OneOfAKind& one : kOnesOfAKind) {
+        if (EqualsIgnoringCase(file.filename().string(), one.library) || DefinesSymbol(file, one.symbol)) {
+            return fmt::format("it is a second copy of {}, which is loaded already; take it out of the folder",
+                               one.library);
+        }
+    }
+    return {};
 }
 
 std::string MixedInstallation(const std::filesystem::path& file) {
@@ -155,6 +181,10 @@ void Host::LoadRules(std::chrono::milliseconds budget) {
 
 // A module has the run of the process from the moment in which it is loaded, so it is tried in a copy of it first.
 void Host::LoadRuleModule(const std::filesystem::path& file, std::chrono::milliseconds budget) {
+    if (const std::string reason = ReasonNotToLoadBeside(m_modules, file); !reason.empty()) {
+        m_loadFailures.push_back(fmt::format("Rule module {} cannot be used: {}.", file.filename().string(), reason));
+        return;
+    }
     const auto rehearsal = [&] {
         std::string ignored;
         if (const std::optional<Module> module = Initialised(file, ignored)) {

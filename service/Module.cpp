@@ -7,6 +7,8 @@
 #include <fmt/format.h>
 #include <cstring>
 #include <fstream>
+#include <string_view>
+#include <vector>
 
 namespace norvex::service {
 namespace {
@@ -58,7 +60,59 @@ std::string ReasonNotToLoad(const std::filesystem::path& file) {
     return {};
 }
 
+// The tables of a library's file; empty where it has none, or where it is cut off. 16 MiB of symbols are a hundred
+// times those of the largest library of the system.
+constexpr std::uint64_t kLargestTable = 16U << 20;
+
+template <class Entry>
+std::vector<Entry> ReadTable(std::ifstream& stream, std::uint64_t offset, std::uint64_t size) {
+    if (size > kLargestTable) {
+        return {};
+    }
+    std::vector<Entry> table(size / sizeof(Entry));
+    stream.clear();
+    stream.seekg(static_cast<std::streamoff>(offset));
+    if (!stream.read(reinterpret_cast<char*>(table.data()),
+                     static_cast<std::streamsize>(table.size() * sizeof(Entry)))) {
+        table.clear();
+    }
+    return table;
+}
+
+bool Defines(const ElfW(Sym) & symbol, const std::vector<char>& names, std::string_view wanted) {
+    // The name's NUL is compared, too.
+    return symbol.st_shndx != SHN_UNDEF && symbol.st_name < names.size() &&
+           names.size() - symbol.st_name > wanted.size() &&
+           std::memcmp(names.data() + symbol.st_name, wanted.data(), wanted.size() + 1) == 0;
+}
+
 }  // namespace
+
+bool DefinesSymbol(const std::filesystem::path& file, const char* name) {
+    if (!ReasonNotToLoad(file).empty()) {
+        return false;
+    }
+    std::ifstream stream(file, std::ios::binary);
+    const auto header = ReadTable<ElfW(Ehdr)>(stream, 0, sizeof(ElfW(Ehdr)));
+    if (header.empty() || header[0].e_shentsize != sizeof(ElfW(Shdr))) {
+        return false;
+    }
+    const auto sections =
+        ReadTable<ElfW(Shdr)>(stream, header[0].e_shoff, std::uint64_t{header[0].e_shnum} * sizeof(ElfW(Shdr)));
+    for (const ElfW(Shdr) & section : sections) {
+        if (section.sh_type != SHT_DYNSYM || section.sh_link >= sections.size()) {
+            continue;
+        }
+        const ElfW(Shdr)& texts = sections[section.sh_link];
+        const auto names = ReadTable<char>(stream, texts.sh_offset, texts.sh_size);
+        for (const ElfW(Sym) & symbol : ReadTable<ElfW(Sym)>(stream, section.sh_offset, section.sh_size)) {
+            if (Defines(symbol, names, name)) {
+                return true;
+            }
+        }
+    }
+    return false;
+}
 
 void* Module::OwnSymbol(const char* name) const {
     void* address = dlsym(m_handle, name);
@@ -85,7 +139,7 @@ std::optional<Module> Module::Load(const std::filesystem::path& file, std::strin
         error = LoaderComplaint(place);
         return std::nullopt;
     }
-    Module module(file.filename().string(), handle);
+    Module module(file, handle);
     const auto apiVersion = reinterpret_cast<AcRxApiVersionFunction>(module.OwnSymbol("acrxGetApiVersion"));
     module.m_entryPoint = reinterpret_cast<AcRxEntryPointFunction>(module.OwnSymbol("acrxEntryPoint"));
     if (apiVersion == nullptr || module.m_entryPoint == nullptr) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
 
+#include <dlfcn.h>
 #include <sys/stat.h>
 
 #include "norvexdata/state/NorvexData.h"
@@ -101,6 +102,87 @@ TEST(Host, RefusesASecondRuleOfOneName) {
     EXPECT_EQ(complaints[0],
               "Rule module NamesakeRule.Arx cannot be used: its rule CCheckPipeLoop is already there from "
               "CheckPipeLoop.Arx.");
+}
+
+// A rule package may bring more than its rule. What the host says about a file of this name among the rules, and
+// whether the file was loaded.
+void ExpectRefusedUnloaded(const std::filesystem::path& source, const char* name, const std::string& complaint) {
+    ApplicationFolderCopy application;
+    application.With(ShippedRule("CheckPipeLoop"));
+    const std::filesystem::path file = application.Path() / "Norvex" / name;
+    std::filesystem::copy_file(source, file);
+    CNorvexData::s_iCurRuleNum = 7;
+    CNorvexData::AddCheckResultCount(L"category", L"kind", L"ERR_CONFIRMED", 5, 7);
+    {
+        norvex::service::NothingTrusted trust;
+        Host host(trust);
+        ASSERT_EQ(host.Start(application.Path()), std::nullopt);
+        host.LoadRules();
+        EXPECT_EQ(host.LoadFailures(), std::vector<std::string>{complaint});
+        EXPECT_EQ(host.Rules().size(), 1U);
+    }
+    EXPECT_EQ(dlopen(file.c_str(), RTLD_NOW | RTLD_NOLOAD), nullptr) << name;
+    int errors = 0;
+    int checks = 0;
+    CNorvexData::GetCheckResultCount(errors, checks);
+    EXPECT_EQ(errors, 5);
+    EXPECT_EQ(CNorvexData::s_iCurRuleNum, 7);
+    CNorvexData::ClearCheckData();
+}
+
+TEST(Host, RefusesACopyOfTheModuleAmongTheRulesWithoutLoadingIt) {
+    for (const std::string name : {"NorvexData.arx", "norvexdata.ARX", "NorvexData (2).Arx"}) {
+        ExpectRefusedUnloaded(norvex::service::ApplicationFolder() / "NorvexData.arx", name.c_str(),
+                              "Rule module " + name +
+                                  " cannot be used: it is a second copy of NorvexData.arx, which is loaded already; "
+                                  "take it out of the folder.");
+    }
+}
+
+TEST(Host, RefusesACopyOfThePlatformAmongTheRulesWithoutLoadingIt) {
+    ExpectRefusedUnloaded(norvex::service::ApplicationFolder() / "libNorvexPlatform.so", "Platform.Arx",
+                          "Rule module Platform.Arx cannot be used: it is a second copy of libNorvexPlatform.so, which "
+                          "is loaded already; take it out of the folder.");
+}
+
+TEST(Host, RefusesAFileThatHasTheNameOfTheModuleWhateverItHolds) {
+    ExpectRefusedUnloaded(ShippedRule("CheckPipeLink"), "NORVEXDATA.arx",
+                          "Rule module NORVEXDATA.arx cannot be used: it is a second copy of NorvexData.arx, which is "
+                          "loaded already; take it out of the folder.");
+}
+
+TEST(Host, LoadsOneFileUnderTwoNamesOnce) {
+    for (const bool isHardLink : {true, false}) {
+        ApplicationFolderCopy application;
+        application.With(ShippedRule("CheckPipeLoop"));
+        const std::filesystem::path rules = application.Path() / "Norvex";
+        if (isHardLink) {
+            std::filesystem::create_hard_link(rules / "CheckPipeLoop.Arx", rules / "checkpipeloop.ARX");
+        } else {
+            std::filesystem::create_symlink("CheckPipeLoop.Arx", rules / "checkpipeloop.ARX");
+        }
+        norvex::service::NothingTrusted trust;
+        Host host(trust);
+        ASSERT_EQ(host.Start(application.Path()), std::nullopt);
+        host.LoadRules();
+        EXPECT_EQ(host.Rules().size(), 1U);
+        EXPECT_EQ(host.LoadFailures(),
+                  std::vector<std::string>{"Rule module checkpipeloop.ARX cannot be used: it is the same file as "
+                                           "CheckPipeLoop.Arx, which is loaded already."});
+    }
+}
+
+TEST(Host, RefusesTheModuleItselfAmongTheRules) {
+    ApplicationFolderCopy application;
+    std::filesystem::create_symlink("../NorvexData.arx", application.Path() / "Norvex" / "Data.Arx");
+    norvex::service::NothingTrusted trust;
+    Host host(trust);
+    ASSERT_EQ(host.Start(application.Path()), std::nullopt);
+    host.LoadRules();
+    EXPECT_EQ(
+        host.LoadFailures(),
+        std::vector<std::string>{
+            "Rule module Data.Arx cannot be used: it is the same file as NorvexData.arx, which is loaded already."});
 }
 
 TEST(Host, RefusesAFileThatIsNoModule) {
