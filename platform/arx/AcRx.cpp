@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "platform/arx/AcRx.h"
 
+#include "platform/kernel/ModuleStrings.h"
+
+#include <array>
 #include <map>
 #include <utility>
 
@@ -21,6 +24,17 @@ void ForEachEntry(Entry** begin, Entry** end, Visit visit) {
             visit(**entry);
         }
     }
+}
+
+// A command that has no local name, and no string of its number either, keeps its global one.
+CString LocalName(void* instance, const AcRxCommandEntry& entry) {
+    if (entry.localName != nullptr) {
+        return entry.localName;
+    }
+    // Longer than any name that people type.
+    std::array<char16_t, 256> name{};
+    const int length = LoadStringW(instance, entry.localNameId, name.data(), static_cast<int>(name.size()));
+    return length == 0 ? CString(entry.globalName) : CString(name.data(), length);
 }
 
 }  // namespace
@@ -45,7 +59,8 @@ AcRxClass* AcRxObject::isA() const {
     return AcRxObject::desc();
 }
 
-AcRxDbxApp::AcRxDbxApp() = default;
+AcRxDbxApp::AcRxDbxApp() : m_hdllInstance(norvex::kernel::InstanceAt(this)) {
+}
 AcRxDbxApp::~AcRxDbxApp() = default;
 
 AcRxRegistrationTables AcRxDbxApp::registrationTables() const {
@@ -161,10 +176,9 @@ AcRx::AppRetCode AcRxDbxApp::acrxEntryPoint(AcRx::AppMsgCode message, void* data
 AcRx::AppRetCode AcRxArxApp::On_kInitAppMsg(void* data) {
     AcRxDbxApp::On_kInitAppMsg(data);
     const AcRxRegistrationTables tables = registrationTables();
-    ForEachEntry(tables.commandBegin, tables.commandEnd, [](AcRxCommandEntry& entry) {
-        // The stand-in has no string resources; a command without a local name keeps its global one.
-        const TCHAR* local = entry.localName != nullptr ? entry.localName : entry.globalName;
-        acedRegCmds()->addCommand(entry.group, entry.globalName, local, entry.flags, entry.handler);
+    ForEachEntry(tables.commandBegin, tables.commandEnd, [this](AcRxCommandEntry& entry) {
+        acedRegCmds()->addCommand(entry.group, entry.globalName, LocalName(m_hdllInstance, entry), entry.flags,
+                                  entry.handler);
     });
     return AcRx::kRetOK;
 }

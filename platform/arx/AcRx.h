@@ -153,7 +153,7 @@ class NORVEX_PLATFORM_API AcRxDbxApp {
     // Hands a message to the matching operation and returns its answer. A code that is no message gives kRetOK.
     AcRx::AppRetCode acrxEntryPoint(AcRx::AppMsgCode message, void* data);
 
-    // Handle of the module that holds this application, used to load resource strings; null until set.
+    // The module that holds this application as a static object, asked for resource strings; null for other objects.
     void* m_hdllInstance = nullptr;
 
   protected:

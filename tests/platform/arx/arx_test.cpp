@@ -164,7 +164,7 @@ TEST(Messages, ApplicationsWithoutTablesAnswerAll) {
         EXPECT_EQ(application.acrxEntryPoint(static_cast<AcRx::AppMsgCode>(code), nullptr), AcRx::kRetOK);
     }
     EXPECT_EQ(acedRegCmds()->commandCount(), 0);
-    EXPECT_EQ(application.m_hdllInstance, nullptr);
+    EXPECT_EQ(application.m_hdllInstance, nullptr) << "it is in no module";
 }
 
 TEST_F(Application, InitialisesItsClassesInOrderAndBuildsTheHierarchyOnce) {
