@@ -5,7 +5,7 @@ set -euo pipefail
 
 build=(g++ cmake ninja-build libboost-dev libicu-dev libxml2-dev libsqlite3-dev libssl-dev libfmt-dev nlohmann-json3-dev libcli11-dev zlib1g-dev
     pkgconf libcairo2-dev libpng-dev libzip-dev)
-test=(clang libclang-rt-dev llvm libgtest-dev locales python3 python3-jsonschema python3-rfc3987)
+test=(abigail-tools clang libclang-rt-dev llvm libgtest-dev locales python3 python3-jsonschema python3-rfc3987)
 bench=(libbenchmark-dev liblemon-dev)
 # What the tests of the report page drive; the fonts let screenshots show Chinese.
 browser=(chromium fonts-noto-cjk)

@@ -11,6 +11,7 @@
 
 #include "bench/pipenet/PipeNetPeers.h"
 #include "norvexdata/pipenet/CheckSearchGraph.h"
+#include "norvexdata/pipenet/detail/NetworkObjects.h"
 #include "tests/module/pipenet/PipeShapes.h"
 
 // Every allocation of the process passes here, so that peaks can be read without the system's rounding to pages.

@@ -18,5 +18,6 @@ class NORVEXDATA_API CheckPipeDiameterConfigParser : public ConfigParser {
     std::map<CString, std::set<CString>> GetPipe(const CString& selector);
 
   private:
-    std::map<CString, std::set<CString>> FirstGroup(const CString& selector, const CString& groupName) const;
+    NORVEXDATA_LOCAL std::map<CString, std::set<CString>> FirstGroup(const CString& selector,
+                                                                     const CString& groupName) const;
 };

@@ -17,6 +17,8 @@ NorvexConfig* g_instance = nullptr;
 NorvexConfig::NorvexConfig() : m_pState(new NorvexConfigState()) {
 }
 
+NorvexConfig& NorvexConfig::operator=(const NorvexConfig& other) = default;
+
 NorvexConfig& NorvexConfig::Instance() {
     if (g_instance == nullptr) {
         g_instance = new NorvexConfig();

@@ -27,14 +27,14 @@ class NORVEXDATA_API NorvexConfig {
     static NorvexConfig& Instance();
 
     // Copies the pointer to the state alone.
-    NorvexConfig& operator=(const NorvexConfig& other) = default;
+    NorvexConfig& operator=(const NorvexConfig& other);
 
     bool IsValid() const;
     // The first "rule" element of this class name, in document order; null when there is none.
     boost::shared_ptr<ConfigData> GetCoinfigData(const CString& className) const;
 
   private:
-    NorvexConfig();
+    NORVEXDATA_LOCAL NorvexConfig();
     NorvexConfig(const NorvexConfig&) = delete;
 
     void LoadConfig();

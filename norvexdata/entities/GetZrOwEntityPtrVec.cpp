@@ -268,6 +268,9 @@ CategoryMap WithoutTrusted(const CategoryMap& collected, const std::set<CString>
 
 }  // namespace
 
+CGetZrOwEntityPtrVec::CGetZrOwEntityPtrVec(const CGetZrOwEntityPtrVec& other) = default;
+CGetZrOwEntityPtrVec& CGetZrOwEntityPtrVec::operator=(const CGetZrOwEntityPtrVec& other) = default;
+
 CGetZrOwEntityPtrVec* CGetZrOwEntityPtrVec::GetInstance() {
     if (s_cInstance == nullptr) {
         std::unique_ptr<CGetZrOwEntityPtrVec> instance(new CGetZrOwEntityPtrVec);

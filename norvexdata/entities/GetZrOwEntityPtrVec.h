@@ -18,8 +18,9 @@ class ZrOwEntity;
 // seen. Entities are borrowed from the drawing. Check thread only.
 class NORVEXDATA_API CGetZrOwEntityPtrVec {
   public:
-    CGetZrOwEntityPtrVec(const CGetZrOwEntityPtrVec&) = default;
-    CGetZrOwEntityPtrVec& operator=(const CGetZrOwEntityPtrVec&) = default;
+    // Copies have the collected entities; they are not the one instance.
+    CGetZrOwEntityPtrVec(const CGetZrOwEntityPtrVec& other);
+    CGetZrOwEntityPtrVec& operator=(const CGetZrOwEntityPtrVec& other);
 
     // The one instance; collects when there is none yet.
     static CGetZrOwEntityPtrVec* GetInstance();

@@ -12,6 +12,10 @@ CCheckPipeLineEdge::CCheckPipeLineEdge(ZrOwPolyLine* pipe) : m_pipe(pipe) {
 
 CCheckPipeLineEdge::~CCheckPipeLineEdge() = default;
 
+ZrOwPolyLine* CCheckPipeLineEdge::GetPipeEnt() const {
+    return m_pipe;
+}
+
 AcGePoint3d CCheckPipeLineEdge::GetStartPoint() const {
     return m_pipe->GetStartPoint();
 }

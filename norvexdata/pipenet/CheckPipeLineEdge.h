@@ -32,7 +32,7 @@ class NORVEXDATA_API CCheckPipeLineEdge {
     AcGePoint3d GetEndPoint() const;
     // The far end seen from p: the end point when p is nearer than 0.1 to the start, else the start point.
     AcGePoint3d GetSearchPoint(const AcGePoint3d& p) const;
-    ZrOwPolyLine* GetPipeEnt() const { return m_pipe; }
+    ZrOwPolyLine* GetPipeEnt() const;
 
     // The nodes at the two ends; empty until set, and once nobody holds the node any more. The graphs of the edge do.
     boost::shared_ptr<CCheckPipeLineNode> GetNodeStart() const;
@@ -51,9 +51,9 @@ class NORVEXDATA_API CCheckPipeLineEdge {
         boost::weak_ptr<norvex::pipenet::NamedNodes> named;
     };
 
-    boost::shared_ptr<CCheckPipeLineNode> GetNode(Side side) const;
-    void SetNode(Side side, const boost::shared_ptr<CCheckPipeLineNode>& node);
-    Links& OwnLinks();
+    NORVEXDATA_LOCAL boost::shared_ptr<CCheckPipeLineNode> GetNode(Side side) const;
+    NORVEXDATA_LOCAL void SetNode(Side side, const boost::shared_ptr<CCheckPipeLineNode>& node);
+    NORVEXDATA_LOCAL Links& OwnLinks();
 
     ZrOwPolyLine* m_pipe;
     // What the search found that made the edge; null for other edges, and once none of its graphs is left.

@@ -115,6 +115,18 @@ boost::shared_ptr<CCheckPipeLineEdge> CCheckPipeLineGraph::GetEdge(ZrOwPolyLine*
     return found == index.edges.end() ? boost::shared_ptr<CCheckPipeLineEdge>() : EdgeAt(found->second);
 }
 
+bool CCheckPipeLineGraph::IsValid() const {
+    return EdgeCount() != 0 && NodeCount() != 0;
+}
+
+bool CCheckPipeLineGraph::HasBadLoop() const {
+    return EdgeCount() >= NodeCount();
+}
+
+int CCheckPipeLineGraph::GetItemCount() const {
+    return static_cast<int>(NodeCount() + EdgeCount());
+}
+
 void CCheckPipeLineGraph::GetBadLoopVec(std::vector<std::vector<ZrOwEntity*>>& loops) {
     if (m_searched && !m_searched->HasObjects() && m_nodes.empty() && m_edges.empty()) {
         m_loopWork = norvex::pipenet::AppendLoops(m_searched->Network(), loops);

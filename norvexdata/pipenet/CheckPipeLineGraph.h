@@ -48,12 +48,12 @@ class NORVEXDATA_API CCheckPipeLineGraph {
     boost::shared_ptr<CCheckPipeLineEdge> GetEdge(ZrOwPolyLine* pipe) const;
 
     // True with at least one edge and at least one node.
-    bool IsValid() const { return EdgeCount() != 0 && NodeCount() != 0; }
+    bool IsValid() const;
     // True when there are at least as many edges as listed nodes. A search leaves its first node out of the list, so
     // that this counts the list and not the network drawn.
-    bool HasBadLoop() const { return EdgeCount() >= NodeCount(); }
+    bool HasBadLoop() const;
     // Number of listed nodes and edges.
-    int GetItemCount() const { return static_cast<int>(NodeCount() + EdgeCount()); }
+    int GetItemCount() const;
     // Appends the pipes of each closed loop, found in the order of the edges; loops share no pipe. A loop lists its
     // pipes from the one that closes it back to the first step of the walk, then the pipe that the walk began with. Two
     // pipes between the same two places are one pipe drawn twice, and no loop, when their lengths agree within 0.001.
@@ -65,9 +65,9 @@ class NORVEXDATA_API CCheckPipeLineGraph {
     std::size_t EdgeCount() const { return m_searchedEdges + m_edges.size(); }
     std::size_t NodeCount() const { return m_searchedNodes + m_nodes.size(); }
     // By position in the list of edges, or of nodes.
-    const boost::shared_ptr<CCheckPipeLineEdge>& EdgeAt(std::size_t position) const;
-    const boost::shared_ptr<CCheckPipeLineNode>& NodeAt(std::size_t position) const;
-    norvex::pipenet::GraphIndex& Lookup() const;
+    NORVEXDATA_LOCAL const boost::shared_ptr<CCheckPipeLineEdge>& EdgeAt(std::size_t position) const;
+    NORVEXDATA_LOCAL const boost::shared_ptr<CCheckPipeLineNode>& NodeAt(std::size_t position) const;
+    NORVEXDATA_LOCAL norvex::pipenet::GraphIndex& Lookup() const;
 
     // A value of its own behind one pointer. Rule modules have compiled HasBadLoop and its like into themselves and
     // count the elements of the vectors below by their size, which therefore stays that of a pointer.

@@ -15,6 +15,10 @@ CCheckPipeLineNode::CCheckPipeLineNode(const AcGePoint3d& point) : m_point(point
 
 CCheckPipeLineNode::~CCheckPipeLineNode() = default;
 
+AcGePoint3d CCheckPipeLineNode::Point() const {
+    return m_point;
+}
+
 void CCheckPipeLineNode::AppendEdge(boost::shared_ptr<CCheckPipeLineEdge> edge) {
     EdgeList& list = List();
     if (!list.Contains(edge.get())) {

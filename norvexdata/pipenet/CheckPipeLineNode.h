@@ -29,7 +29,7 @@ class NORVEXDATA_API CCheckPipeLineNode {
     CCheckPipeLineNode& operator=(const CCheckPipeLineNode&) = delete;
 
     // The pipe end that made the node, in drawing units.
-    AcGePoint3d Point() const { return m_point; }
+    AcGePoint3d Point() const;
     // Appends the edge unless this very edge is in the list already. Constant time on average until the list was handed
     // out, and from then on as long as it takes to look through it.
     void AppendEdge(boost::shared_ptr<CCheckPipeLineEdge> edge);
@@ -42,7 +42,7 @@ class NORVEXDATA_API CCheckPipeLineNode {
   private:
     friend struct norvex::pipenet::Access;
 
-    norvex::pipenet::EdgeList& List();
+    NORVEXDATA_LOCAL norvex::pipenet::EdgeList& List();
 
     AcGePoint3d m_point;
     // What the search found that made the node; null for other nodes, and once none of its graphs is left.

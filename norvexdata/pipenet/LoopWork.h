@@ -3,10 +3,6 @@
 
 #include <cstdint>
 
-#include "norvexdata/Export.h"
-
-class CCheckPipeLineGraph;
-
 namespace norvex::pipenet {
 
 // What one listing of loops took, in counts that do not depend on the machine.
@@ -18,8 +14,5 @@ struct LoopWork {
     // Pipes that were split into blocks, counted once for each time.
     std::uint64_t edgesSplit = 0;
 };
-
-// The work of the graph's last GetBadLoopVec; zeros before the first.
-NORVEXDATA_API LoopWork LastLoopWork(const CCheckPipeLineGraph& graph);
 
 }  // namespace norvex::pipenet

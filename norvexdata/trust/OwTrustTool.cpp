@@ -68,6 +68,14 @@ void COwTrustTool::Init(const CString& first, const CString& second) {
     }
 }
 
+NS_NORVEX::TrustStatus COwTrustTool::IsRuleTrusted() const {
+    return m_eTrustStatus;
+}
+
+const std::map<CString, std::set<CString>>& COwTrustTool::GetTrustParam() const {
+    return m_mapTrustParam;
+}
+
 bool COwTrustTool::IsTrustItem(const CString& floorKey, const CString& subCategory) {
     if (m_eTrustStatus == NS_NORVEX::eTrustAll) {
         return true;

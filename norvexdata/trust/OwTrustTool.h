@@ -16,10 +16,10 @@ class NORVEXDATA_API COwTrustTool {
     // Loads the trust state of the rule that the two texts name to the service, in place of what was loaded before.
     void Init(const CString& first, const CString& second);
 
-    NS_NORVEX::TrustStatus IsRuleTrusted() const { return m_eTrustStatus; }
+    NS_NORVEX::TrustStatus IsRuleTrusted() const;
     // Floor key, the floor's name up to its first "层", to the trusted sub-category names; empty unless part is
     // trusted.
-    const std::map<CString, std::set<CString>>& GetTrustParam() const { return m_mapTrustParam; }
+    const std::map<CString, std::set<CString>>& GetTrustParam() const;
     // Whether one sub-category is trusted on one floor.
     bool IsTrustItem(const CString& floorKey, const CString& subCategory);
     // Copies the floor's trusted names. Returns false, and leaves out as it was, when the floor has no entry.

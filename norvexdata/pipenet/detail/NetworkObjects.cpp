@@ -178,8 +178,4 @@ PipeNetwork ReadObjects(const CCheckPipeLineGraph& graph) {
     return ObjectReader(graph).Read();
 }
 
-LoopWork LastLoopWork(const CCheckPipeLineGraph& graph) {
-    return Access::Work(graph);
-}
-
 }  // namespace norvex::pipenet

@@ -96,6 +96,12 @@ struct Access {
     static const LoopWork& Work(const CCheckPipeLineGraph& graph) { return graph.m_loopWork; }
 };
 
+// The work of the graph's last GetBadLoopVec; zeros before the first. Needs nothing of the module, so that tests and
+// benchmarks may ask for what rule modules have no use for.
+inline LoopWork LastLoopWork(const CCheckPipeLineGraph& graph) {
+    return Access::Work(graph);
+}
+
 // The network of the graph as its objects are linked now, whoever linked them.
 PipeNetwork ReadObjects(const CCheckPipeLineGraph& graph);
 

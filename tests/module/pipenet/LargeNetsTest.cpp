@@ -6,6 +6,7 @@
 #include <thread>
 
 #include "Net.h"
+#include "norvexdata/pipenet/detail/NetworkObjects.h"
 
 namespace norvex::test {
 namespace {

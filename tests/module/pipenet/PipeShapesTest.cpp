@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "LiteralLoops.h"
+#include "norvexdata/pipenet/detail/NetworkObjects.h"
 
 namespace norvex::test {
 namespace {
