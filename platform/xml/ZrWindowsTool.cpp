@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "platform/xml/ZrWindowsTool.h"
 
+#include <array>
+#include <cstddef>
 #include <new>
 #include <utility>
 
@@ -8,9 +10,11 @@ namespace ZrWindowsTool {
 
 namespace {
 
-// Never destroyed: sections may still be read while the process ends.
+// Never destroyed: sections may still be read while the process ends. Asks for no memory, for whoever reads a section
+// must not fail for the lack of it.
 norvex::xml::Faults& CurrentFaults() {
-    static norvex::xml::Faults& faults = *new norvex::xml::Faults();
+    alignas(norvex::xml::Faults) static std::array<std::byte, sizeof(norvex::xml::Faults)> room;
+    static norvex::xml::Faults& faults = *new (room.data()) norvex::xml::Faults();
     return faults;
 }
 
