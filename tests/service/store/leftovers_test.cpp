@@ -140,7 +140,6 @@ TEST(Leftovers, OfAnUnfinishedChangeAreNamedWhereTheyCannotBeUndone) {
 TEST(Leftovers, OfNewDatabasesAreRemovedByTheNextWriter) {
     std::mt19937 random(11);
     const ProjectFolder folder;
-    std::size_t left = 0;
     for (int round = 0; round < 60; ++round) {
         for (const char* ending : {"", "-journal", "-wal", "-shm"}) {
             fs::remove(folder.Database().string() + ending);
@@ -153,10 +152,11 @@ TEST(Leftovers, OfNewDatabasesAreRemovedByTheNextWriter) {
             ASSERT_EQ(maker.ReadLine(), "ready");
             usleep(static_cast<useconds_t>(random() % 8000));
         }
-        left += CountOf(folder.Path(), "norvex-new-");
         EXPECT_FALSE(fs::exists(folder.Database().string() + "-journal"));
     }
-    EXPECT_GT(left, 0U) << "no maker was killed in time";
+    // However many of them were killed in the middle.
+    Write(folder.Path() / "norvex-new-4711-0815.db", "half of it");
+    Write(folder.Path() / "norvex-new-4711-0815.db-wal", "and its log");
     OpenStore(folder);
     EXPECT_EQ(CountOf(folder.Path(), "norvex-new-"), 0U);
 }
