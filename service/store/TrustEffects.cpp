@@ -173,7 +173,7 @@ const TrustEffects::Anywhere& TrustEffects::UnseenAnywhere() {
     if (anywhere_) {
         return *anywhere_;
     }
-    anywhere_.emplace();
+    anywhere_ = Anywhere{};
     for (Unit& unit : units_) {
         const Sight& sight = SightOf(unit);
         if (sight.run == last_->run.id) {
