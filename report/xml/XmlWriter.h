@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-struct _xmlBuffer;
+struct _xmlOutputBuffer;
 struct _xmlTextWriter;
 
 namespace norvex::report {
@@ -40,8 +40,12 @@ class XmlWriter {
     std::string Finish();
 
   private:
+    // What the XML library calls with finished bytes. Returns how many it took, -1 when there is no memory for them.
+    static int Take(void* self, const char* bytes, int count);
+
     TextPolicy m_policy;
-    _xmlBuffer* m_buffer;
+    std::string m_document;
+    _xmlOutputBuffer* m_buffer;  // the writer's own
     _xmlTextWriter* m_writer;
 };
 
