@@ -4,6 +4,7 @@
 #include <zlib.h>
 
 #include <array>
+#include <memory>
 #include <stdexcept>
 
 namespace norvex::report::page {
@@ -82,6 +83,8 @@ std::string PackGlobalId(std::string_view globalId) {
 
 std::string Deflate(std::string_view bytes) {
     z_stream stream = {};
+    // What deflate ends with, also where there is no memory for what it gives. Harmless before it has begun.
+    const std::unique_ptr<z_stream, int (*)(z_streamp)> end(&stream, deflateEnd);
     // Negative window bits: no header and no checksum around the data.
     if (deflateInit2(&stream, Z_BEST_COMPRESSION, Z_DEFLATED, -MAX_WBITS, 9, Z_DEFAULT_STRATEGY) != Z_OK) {
         throw std::bad_alloc();
@@ -103,7 +106,6 @@ std::string Deflate(std::string_view bytes) {
             packed.append(reinterpret_cast<const char*>(block.data()), block.size() - stream.avail_out);
         } while (stream.avail_out == 0);
     } while (state != Z_STREAM_END);
-    deflateEnd(&stream);
     return packed;
 }
 
