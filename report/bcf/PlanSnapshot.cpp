@@ -252,8 +252,8 @@ class Paper {
 
     // Takes over what the other paper has from this pixel of it on.
     void CopyFrom(const Paper& other, std::int64_t column, std::int64_t row) {
-        cairo_surface_flush(other.m_surface);
-        cairo_surface_flush(m_surface);
+        other.FinishDrawing();
+        FinishDrawing();
         const auto from = static_cast<std::size_t>(cairo_image_surface_get_stride(other.m_surface));
         const auto to = static_cast<std::size_t>(cairo_image_surface_get_stride(m_surface));
         const unsigned char* source = cairo_image_surface_get_data(other.m_surface) +
@@ -303,7 +303,7 @@ class Paper {
     }
 
     std::string Finish() {
-        cairo_surface_flush(m_surface);
+        FinishDrawing();
         const auto stride = static_cast<std::size_t>(cairo_image_surface_get_stride(m_surface)) / sizeof(std::uint32_t);
         // A surface of this format is one of 32-bit numbers, and aligned as such.
         const void* const data = cairo_image_surface_get_data(m_surface);
@@ -312,6 +312,14 @@ class Paper {
     }
 
   private:
+    // From here on the pixels are what was drawn. Errors: std::bad_alloc, which the library keeps until it is asked.
+    void FinishDrawing() const {
+        cairo_surface_flush(m_surface);
+        if (cairo_status(m_context) != CAIRO_STATUS_SUCCESS ||
+            cairo_surface_status(m_surface) != CAIRO_STATUS_SUCCESS) {
+            throw std::bad_alloc();
+        }
+    }
     double X(double x) const { return Near((x - m_shown.low.x) * m_scale, m_width); }
     double Y(double y) const { return Near((m_shown.high.y - y) * m_scale, m_height); }
     // The library counts pixels in 24 bits.
