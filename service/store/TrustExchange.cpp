@@ -82,12 +82,13 @@ StoreError Invalid(std::string_view source, const std::string& sentence) {
 }  // namespace
 
 std::string TrustDocument(const std::vector<TrustEntry>& entries) {
-    nlohmann::ordered_json document;
+    auto document = nlohmann::ordered_json::object();
     document["format"] = kFormatName;
     document["version"] = kFormatVersion;
     document["entries"] = nlohmann::ordered_json::array();
     for (const TrustEntry& entry : entries) {
-        nlohmann::ordered_json object;
+        // Not an empty value: that one becomes an object halfway, and breaks, when memory runs out just then.
+        auto object = nlohmann::ordered_json::object();
         object["kind"] = rows::Word(entry.kind);
         for (const TextField& field : kFields) {
             if (!(entry.*field.member).empty()) {
