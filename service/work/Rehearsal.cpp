@@ -18,8 +18,8 @@ std::string Rehearse(const std::function<void()>& work, std::chrono::millisecond
         {},
         [&](int socket) {
             work();
-            const std::string done = Encode(FloorDone{});
-            send(socket, done.data(), done.size(), MSG_NOSIGNAL);
+            // Whoever does not listen has given up on it.
+            static_cast<void>(SendAll(socket, Encode(FloorDone{})));
         },
         error);
     if (process == nullptr) {

@@ -115,15 +115,9 @@ void FloorCheck::Send(const Message& message) const {
     if (bytes.size() > kMostMessageBytes) {
         FailAndEnd(m_socket, "it reported more than fits into one message");
     }
-    std::string_view rest = bytes;
     const WriteResult turn;
-    while (!rest.empty()) {
-        const ssize_t sent = send(m_socket, rest.data(), rest.size(), MSG_NOSIGNAL);
-        if (sent < 0 && errno != EINTR) {
-            // Nobody listens any more.
-            _exit(0);
-        }
-        rest.remove_prefix(sent < 0 ? 0 : static_cast<std::size_t>(sent));
+    if (!SendAll(m_socket, bytes)) {
+        _exit(0);
     }
 }
 

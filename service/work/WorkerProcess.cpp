@@ -57,17 +57,6 @@ void EndAtOnce(int status, void*) {
     _exit(status);
 }
 
-// Of a process that will end right after; there is nothing to be done when it fails.
-void SendLast(int socket, std::string_view bytes) noexcept {
-    while (!bytes.empty()) {
-        const ssize_t sent = send(socket, bytes.data(), bytes.size(), MSG_NOSIGNAL);
-        if (sent < 0 && errno != EINTR) {
-            return;
-        }
-        bytes.remove_prefix(sent < 0 ? 0 : static_cast<std::size_t>(sent));
-    }
-}
-
 // Made by the service, so that a worker that gets no memory can still say so.
 const std::string& NoMemory() {
     static const std::string message = Encode(WorkerFailed{"there was not enough memory"});
@@ -86,12 +75,23 @@ void BecomeWorker(pid_t service, const std::vector<int>& notNeeded, int socket) 
         close(descriptor);
     }
     if (on_exit(EndAtOnce, nullptr) != 0) {
-        SendLast(socket, NoMemory());
+        SendAll(socket, NoMemory());
         _exit(kFailed);
     }
 }
 
 }  // namespace
+
+bool SendAll(int socket, std::string_view bytes) noexcept {
+    while (!bytes.empty()) {
+        const ssize_t sent = send(socket, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+        if (sent < 0 && errno != EINTR) {
+            return false;
+        }
+        bytes.remove_prefix(sent < 0 ? 0 : static_cast<std::size_t>(sent));
+    }
+    return true;
+}
 
 std::string EndInWords(int status) {
     if (WIFEXITED(status)) {
@@ -110,9 +110,9 @@ std::string EndInWords(int status) {
 void FailAndEnd(int socket, std::string_view clause, std::string_view detail) noexcept {
     try {
         // What an exception says need not be UTF-8.
-        SendLast(socket, Encode(WorkerFailed{std::string(clause) + text::ToUtf8(text::FromUtf8(detail))}));
+        SendAll(socket, Encode(WorkerFailed{std::string(clause) + text::ToUtf8(text::FromUtf8(detail))}));
     } catch (...) {
-        SendLast(socket, NoMemory());
+        SendAll(socket, NoMemory());
     }
     _exit(kFailed);
 }
@@ -121,7 +121,7 @@ void WorkAndEnd(int socket, const std::function<void()>& work) noexcept {
     try {
         work();
     } catch (const std::bad_alloc&) {
-        SendLast(socket, NoMemory());
+        SendAll(socket, NoMemory());
         _exit(kFailed);
     } catch (const std::exception& error) {
         FailAndEnd(socket, "it let an exception escape: ", error.what());

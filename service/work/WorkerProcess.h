@@ -19,6 +19,9 @@ namespace norvex::service::work {
 // How a process ended, for a person: "signal 11 (SIGSEGV)" or "exit(3)". Requires: a status of waitpid.
 std::string EndInWords(int status);
 
+// Sends all of the bytes, however many calls it takes. Returns false when nobody listens any more.
+bool SendAll(int socket, std::string_view bytes) noexcept;
+
 // What the thread of a worker does at its base: works, and then ends the process. An exception ends it as well, after
 // it was said over the socket as WorkerFailed; there is nobody above who could take it.
 [[noreturn]] void WorkAndEnd(int socket, const std::function<void()>& work) noexcept;
