@@ -19,6 +19,7 @@ using namespace norvex::service::work;
 
 struct Heard {
     std::vector<std::string> messages;  // encoded again
+    std::vector<std::string> timeless;  // the same without their moments: one that is still to come becomes the present
     bool isBroken = false;
 };
 
@@ -56,6 +57,15 @@ void CheckBounds(const Message& message) {
     }
 }
 
+std::string Timeless(Message message) {
+    if (auto* begun = std::get_if<TaskBegun>(&message)) {
+        begun->at = Moment();
+    } else if (auto* ended = std::get_if<TaskEnded>(&message)) {
+        ended->at = Moment();
+    }
+    return Encode(message);
+}
+
 // Adds the bytes in pieces of that many.
 Heard Hear(std::string_view bytes, std::size_t piece) {
     MessageReader reader;
@@ -65,6 +75,7 @@ Heard Hear(std::string_view bytes, std::size_t piece) {
         while (const std::optional<Message> message = reader.Next()) {
             CheckBounds(*message);
             heard.messages.push_back(Encode(*message));
+            heard.timeless.push_back(Timeless(*message));
             Require(reader.Size() == heard.messages.back().size(), "a message takes the bytes that it took");
         }
     }
@@ -81,7 +92,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     // The length of a message and what it carries arrive apart in any way.
     for (const std::size_t piece : {std::size_t{1}, std::size_t{7}}) {
         const Heard cut = Hear(bytes, piece);
-        Require(cut.messages == whole.messages && cut.isBroken == whole.isBroken,
+        Require(cut.timeless == whole.timeless && cut.isBroken == whole.isBroken,
                 "it does not matter how bytes are cut");
     }
     for (const std::string& message : whole.messages) {
