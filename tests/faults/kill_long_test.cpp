@@ -41,8 +41,8 @@ class KillsLong : public FaultyProgram {
                 return {"trust",       "add",      "--project", ProjectPath(), "--rule",
                         kAcceptedRule, "--person", "somebody",  "--reason",    "a reason"};
             case Action::RemoveTrust:
-                return {"trust",    "remove",  "--project", ProjectPath(), std::to_string(m_lastId),
-                        "--person", "somebody"};
+                return {"trust",    "remove",   "--project", ProjectPath(), std::to_string(m_lastId),
+                        "--person", "somebody", "--reason",  "a reason"};
             case Action::ImportTrust:
                 WriteFile(Path("trust.json"), Document());
                 return {"trust", "import", Path("trust.json"), "--project", ProjectPath()};
