@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <unistd.h>
+
 #include <csignal>
 #include <exception>
 #include <new>
@@ -7,6 +9,7 @@
 #include "cli/CommandLine.h"
 #include "cli/ExitCode.h"
 #include "cli/Output.h"
+#include "platform/kernel/UnfinishedFile.h"
 
 namespace norvex::cli {
 namespace {
@@ -26,11 +29,20 @@ int Main(int argc, char** argv) {
     return kUnusable;
 }
 
+// Libraries allocate where nothing may be thrown, in destructors above all. When there is no memory for that, the
+// program still ends with a sentence and leaves no unfinished file.
+[[noreturn]] void EndInOrder() noexcept {
+    kernel::RemoveUnfinishedFiles();
+    WriteError("norvex: It could not go on, for lack of memory or by a fault of its own; what was recorded stays.\n");
+    _exit(kIncomplete);
+}
+
 }  // namespace
 }  // namespace norvex::cli
 
 int main(int argc, char** argv) {
     norvex::cli::KeepStandardFiles();
+    std::set_terminate(norvex::cli::EndInOrder);
     // A reader that goes away is an error of writing, not the end of the process.
     std::signal(SIGPIPE, SIG_IGN);
     // So is a file that grows beyond the limit for one; without a sentence nobody would know what happened.

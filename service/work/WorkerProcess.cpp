@@ -71,6 +71,8 @@ void BecomeWorker(pid_t service, const std::vector<int>& notNeeded, int socket) 
     for (const int signal : kSignalsOfTheService) {
         std::signal(signal, SIG_IGN);
     }
+    // The service's own handler would take its files away.
+    std::set_terminate(std::abort);
     for (const int descriptor : notNeeded) {
         close(descriptor);
     }
