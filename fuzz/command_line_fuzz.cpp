@@ -43,7 +43,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     } else {
         Require(reading.text.empty() == (reading.kind == Reading::Kind::Command), "help is a text");
     }
-    const Reading again = Read(words);
-    Require(again.kind == reading.kind && again.text == reading.text, "the same words mean the same");
+    // To make the commands and options takes most of the time; an eighth of the inputs is enough for this.
+    if (size % 8 == 0) {
+        const Reading again = Read(words);
+        Require(again.kind == reading.kind && again.text == reading.text, "the same words mean the same");
+    }
     return 0;
 }
