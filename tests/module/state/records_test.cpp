@@ -174,7 +174,7 @@ TEST_F(SubCategoryList, GrowsAsFarAsOneByOneWould) {
 }
 
 TEST_F(SubCategoryList, TakesMemoryInProportionToItsLength) {
-    const auto allocations = [this](int count) {
+    const auto allocations = [](int count) {
         CNorvexData::ClearCheckData();
         for (int number = 0; number < count; ++number) {
             CString name;

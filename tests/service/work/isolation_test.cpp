@@ -108,12 +108,17 @@ TEST(Isolation, ReportingWithoutEndIsAnOutcome) {
     EXPECT_EQ(report.findings.size(), 1002U);
 }
 
+std::string InHexadecimal(const std::string& bytes) {
+    std::string text;
+    for (const char byte : bytes) {
+        text += fmt::format("{:02x}", static_cast<unsigned char>(byte));
+    }
+    return text;
+}
+
 // The rule sends these bytes to the service itself, after one finding, and then goes on as if nothing had been.
 void ExpectRefused(const std::string& bytes, const std::string& reason, int times = 1) {
-    std::string floor = "sends ";
-    for (const unsigned char byte : bytes) {
-        floor += fmt::format("{:02x}", byte);
-    }
+    const std::string floor = "sends " + InHexadecimal(bytes);
     ExpectCrashOnly(RunWithFloor(fmt::format("{} times {}", floor, times)), fmt::format("{} times {}", floor, times),
                     reason);
 }
@@ -142,10 +147,7 @@ TEST(Isolation, SendingWhatNoWorkerSendsIsAnOutcome) {
 TEST(Isolation, EndingTwiceIsTheOutcomeThatCameFirst) {
     using namespace norvex::service::work;
     const std::string end = Encode(TaskEnded{NS_NORVEX::eRuleDone, 3, 0, "", Moment{}});
-    std::string floor = "sends ";
-    for (const unsigned char byte : end) {
-        floor += fmt::format("{:02x}", byte);
-    }
+    const std::string floor = "sends " + InHexadecimal(end);
     const RunReport report = RunWithFloor(floor);
     EXPECT_EQ(TaskOf(report, "CCheckCrashing", floor, kWater).outcome, Outcome::Failed);
     EXPECT_EQ(TaskOf(report, "CCheckCrashing", floor, kWater).examined, 3U);
