@@ -197,7 +197,7 @@ Result<std::map<RunId, RunTally>> ProjectStore::TallyRuns() {
     return database_->Guard([&]() -> Result<std::map<RunId, RunTally>> {
         sqlite::Statement row(
             database_->Connection(),
-            "SELECT r.id, count(DISTINCT u.id), count(f.id), coalesce(sum(f.trusted), 0) FROM run r "
+            "SELECT r.id, count(DISTINCT u.id), count(f.id), coalesce(sum(f.trusted <> 0), 0) FROM run r "
             "LEFT JOIN unit u ON u.run_id = r.id LEFT JOIN finding f ON f.unit_id = u.id GROUP BY r.id");
         std::map<RunId, RunTally> tallies;
         while (row.Step()) {

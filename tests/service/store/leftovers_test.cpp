@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <fstream>
 #include <iterator>
 #include <random>
@@ -222,6 +223,27 @@ TEST(Damage, IsWhatNoRowOfOursHasAndNoTableOfOursIs) {
         EXPECT_TRUE(IsCalledDamaged(folder) || std::string_view(change).find("DELETE") != std::string_view::npos)
             << change;
     }
+}
+
+// A number that no program of ours writes as a flag says yes wherever it is read.
+TEST(Tallies, CountFlagsWhateverTheirNumbers) {
+    const ProjectFolder folder;
+    Fill(folder);
+    sqlite3* database = nullptr;
+    sqlite3_open(folder.Database().c_str(), &database);
+    ASSERT_EQ(sqlite3_exec(database,
+                           "UPDATE finding SET trusted = -9223372036854775808 WHERE id = 1;"
+                           "UPDATE finding SET trusted = 9223372036854775807 WHERE id IN (2, 3)",
+                           nullptr, nullptr, nullptr),
+              SQLITE_OK);
+    sqlite3_close(database);
+    ProjectStore project = OpenStore(folder);
+    const auto tallies = Expect(project.TallyRuns());
+    ASSERT_EQ(tallies.size(), 1U);
+    EXPECT_EQ(tallies.begin()->second.trusted, 3);
+    EXPECT_EQ(tallies.begin()->second.findings, 297);
+    const RunContents contents = Expect(project.LoadRun(tallies.begin()->first));
+    EXPECT_EQ(std::ranges::count_if(contents.findings, [](const auto& each) { return each.finding.trusted; }), 3);
 }
 
 TEST(Lock, IsOutOfReachOfWhoMayOnlyRead) {
