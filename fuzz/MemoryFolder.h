@@ -15,15 +15,16 @@
 
 namespace norvex::fuzz {
 
-// A folder of this process, on a file system in memory where there is one. It goes away when the process ends as usual;
-// what one that crashed leaves behind goes with the next start of the machine.
+// A folder of this process: in TMPDIR when that is set, which fuzz/run.py does and cleans up, else on a file system in
+// memory where there is one. It goes away when the process ends as usual, which a fuzzing library does not let it.
 class MemoryFolder {
   public:
     MemoryFolder() {
         std::error_code error;
         const std::filesystem::path memory = "/dev/shm";
+        const bool isChosen = std::getenv("TMPDIR") != nullptr;
         const std::filesystem::path parent =
-            access(memory.c_str(), W_OK) == 0 ? memory : std::filesystem::temp_directory_path(error);
+            !isChosen && access(memory.c_str(), W_OK) == 0 ? memory : std::filesystem::temp_directory_path(error);
         std::string name = (parent / "norvex-fuzz-XXXXXX").string();
         Require(mkdtemp(name.data()) != nullptr, "a folder can be made");
         Folder() = name;

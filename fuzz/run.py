@@ -14,6 +14,7 @@ import pathlib
 import re
 import subprocess
 import sys
+import tempfile
 import time
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
@@ -82,9 +83,11 @@ class Run:
             if left <= 0:
                 return
             start = time.monotonic()
-            with open(self.arguments.corpus / f"{self.name}.log", "wb") as log:
+            memory = "/dev/shm" if os.access("/dev/shm", os.W_OK) else None
+            with open(self.arguments.corpus / f"{self.name}.log", "wb") as log, \
+                    tempfile.TemporaryDirectory(dir=memory, prefix="norvex-fuzz-") as files:
                 code = subprocess.run(self.command(limit), stdout=log, stderr=log, cwd=self.arguments.corpus,
-                                      env={**os.environ, "ASAN_OPTIONS": SANITIZER_OPTIONS}).returncode
+                                      env={**os.environ, "ASAN_OPTIONS": SANITIZER_OPTIONS, "TMPDIR": files}).returncode
             self.seconds += time.monotonic() - start
             self.read_log()
             if code == 0:
