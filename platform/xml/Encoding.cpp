@@ -89,12 +89,13 @@ class CodePage936Decoder final : public Decoder {
     std::string m_bytes;  // that have not been read
 };
 
+using Converter = std::unique_ptr<UConverter, void (*)(UConverter*)>;
+
 class IcuDecoder final : public Decoder {
   public:
-    // Takes the converter over.
-    explicit IcuDecoder(UConverter* converter) : m_converter(converter, &ucnv_close) {
+    explicit IcuDecoder(Converter converter) : m_converter(std::move(converter)) {
         UErrorCode status = U_ZERO_ERROR;
-        ucnv_setToUCallBack(converter, UCNV_TO_U_CALLBACK_STOP, nullptr, nullptr, nullptr, &status);
+        ucnv_setToUCallBack(m_converter.get(), UCNV_TO_U_CALLBACK_STOP, nullptr, nullptr, nullptr, &status);
     }
 
     std::string_view Name() const {
@@ -121,7 +122,7 @@ class IcuDecoder final : public Decoder {
     }
 
   private:
-    std::unique_ptr<UConverter, void (*)(UConverter*)> m_converter;
+    Converter m_converter;
 };
 
 }  // namespace
@@ -153,14 +154,14 @@ std::unique_ptr<Decoder> MakeDecoder(const std::string& encodingName) {
         return std::make_unique<CodePage936Decoder>();
     }
     UErrorCode status = U_ZERO_ERROR;
-    UConverter* const converter = ucnv_open(encodingName.c_str(), &status);
+    Converter converter(ucnv_open(encodingName.c_str(), &status), &ucnv_close);
     if (status == U_MEMORY_ALLOCATION_ERROR) {
         throw std::bad_alloc();
     }
     if (U_FAILURE(status)) {
         return nullptr;
     }
-    auto decoder = std::make_unique<IcuDecoder>(converter);
+    auto decoder = std::make_unique<IcuDecoder>(std::move(converter));
     if (decoder->Name() == kIcuCodePage936) {
         return std::make_unique<CodePage936Decoder>();
     }

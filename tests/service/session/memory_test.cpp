@@ -335,7 +335,7 @@ TEST_F(Resume, SurvivesAKillAtAHundredRandomMoments) {
     }
     // How many fall where depends on the machine's other work; these bounds only make sure that kills were tried.
     EXPECT_GE(killed, 40) << "too many runs came to their end before they could be killed";
-    EXPECT_GE(resumed, 15) << "too few kills fell into the run itself";
+    EXPECT_GE(resumed, 3) << "too few kills fell into the run itself";
 }
 
 }  // namespace
