@@ -29,7 +29,7 @@ constexpr const char* kGetServiceSymbol = "_ZN11CNorvexData16GetNorvexServiceEv"
 
 // Libraries whose state is one for the process, each with a name that it alone defines.
 struct OneOfAKind {
-    const char* library;
+    const char* fileName;
     const char* symbol;
 };
 constexpr OneOfAKind kOnesOfAKind[] = {{kModuleName, kGetServiceSymbol},
@@ -92,9 +92,9 @@ std::string ReasonNotToLoadBeside(const std::vector<Module>& loaded, const std::
         }
     }
     for (const OneOfAKind& one : kOnesOfAKind) {
-        if (EqualsIgnoringCase(file.filename().string(), one.library) || DefinesSymbol(file, one.symbol)) {
+        if (EqualsIgnoringCase(file.filename().string(), one.fileName) || DefinesSymbol(file, one.symbol)) {
             return fmt::format("it is a second copy of {}, which is loaded already; take it out of the folder",
-                               one.library);
+                               one.fileName);
         }
     }
     return {};
